@@ -1,0 +1,94 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QList>
+#include <QString>
+#include <QUrl>
+
+#include <optional>
+#include <stop_token>
+
+class VolumeSource;
+
+/// What a file operation came to: nothing, or why it failed.
+struct FileResult
+{
+    QString error; ///< the system's own words, empty on success
+
+    explicit operator bool() const { return error.isEmpty(); }
+};
+
+/// Files and volumes. A path below "/Volumes/" names a file on a mounted volume and is turned into
+/// its real path here and nowhere else; a path that holds "..", NUL or a link out of its volume, or
+/// whose volume is not mounted, names nothing. Other paths are taken as they are.
+/// All operations are synchronous and may be called from any thread.
+class FileManager
+{
+public:
+    enum class HiddenFiles { Skip, Include };
+    enum class WriteMode { InPlace, Atomic };
+
+    struct Entry
+    {
+        QString name;
+        qint64 modified; ///< nanoseconds since the epoch; the least value when it cannot be read
+    };
+
+    struct FileSystemAttributes
+    {
+        qint64 size;     ///< bytes
+        qint64 freeSize; ///< bytes
+    };
+
+    struct Contents
+    {
+        std::optional<QByteArray> data; ///< absent when the file cannot be read
+        QString error;
+        qint64 fileSize = 0; ///< of the whole file, however much was read
+        qint64 modified = 0; ///< as Entry::modified
+    };
+
+    /// Chosen once at start-up, before any other call; not owned and must outlive every call.
+    static void setVolumeSource(VolumeSource *source);
+
+    /// file:///Volumes/NAME/ for every mounted volume in the system's order; absent without a
+    /// source.
+    [[nodiscard]] static std::optional<QList<QUrl>> mountedVolumeURLs();
+
+    /// The system's own path for `path`, for libraries that open files themselves; absent as above.
+    [[nodiscard]] static std::optional<QString> realPath(const QString &path);
+
+    [[nodiscard]] static bool fileExists(const QString &path);
+
+    /// The whole file, which may be up to 1 GiB, or its first `limit` bytes. Regular files only.
+    [[nodiscard]] static Contents contents(const QString &path, qint64 limit = -1);
+
+    /// The folder's entries in the system's order, without "." and ".."; absent when it cannot be
+    /// read.
+    [[nodiscard]] static std::optional<QList<Entry>> contentsOfDirectory(const QString &path,
+                                                                         HiddenFiles hidden);
+
+    /// Replaces the file. `Atomic` goes through a hidden neighbour and a rename.
+    static FileResult write(const QString &path, const QByteArray &data, WriteMode mode);
+
+    /// Removes a file, or a folder with all it holds. Links are removed, not followed.
+    static FileResult removeItem(const QString &path);
+
+    /// Moves a file so that the target name holds the old file, nothing, or the whole new one:
+    /// copied to a hidden neighbour of the target in blocks of 1 MiB, flushed to the medium,
+    /// renamed, and only then removed at the source. On one file system a flush and a rename do.
+    /// A copied source that cannot be removed is left. Ends with an error ("Abgebrochen") and
+    /// without neighbour once `stop` is requested. Not for the main thread.
+    static FileResult moveItem(const QString &from, const QString &to, std::stop_token stop = {});
+
+    /// Removes the hidden neighbours that an interrupted write or move left in this folder; not
+    /// while one is going on there.
+    static void removeLeftovers(const QString &folder);
+
+    [[nodiscard]] static std::optional<FileSystemAttributes>
+    attributesOfFileSystem(const QString &path);
+
+    /// The user's documents folder without trailing "/", made when missing; absent when impossible.
+    [[nodiscard]] static std::optional<QString> documentsFolder();
+};

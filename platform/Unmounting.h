@@ -1,0 +1,32 @@
+#pragma once
+
+#include "platform/UDisks.h"
+
+#include <QDBusConnection>
+#include <QObject>
+#include <QString>
+
+/// Unmounts one mount point by the best means at hand: UDisks2, else the desktop's `gio`, else the
+/// system call when the program may, else what is cached is at least written out, and the error
+/// says that the volume is still mounted.
+class Unmounting : public QObject
+{
+    Q_OBJECT
+
+public:
+    Unmounting(const QString &mountPoint, const QDBusConnection &bus, QObject *parent = nullptr);
+
+    /// Once; finished() follows from the event loop.
+    void start();
+
+Q_SIGNALS:
+    void finished(const QString &error);
+
+private:
+    void asked(UDisksRequest::Outcome outcome, const QString &error);
+    void tryDesktop();
+    void trySystemCall(const QString &refusal);
+
+    const QString m_mountPoint;
+    UDisksRequest m_request;
+};

@@ -1,0 +1,441 @@
+#include "platform/FileManager.h"
+
+#include "platform/FolderVolumes.h"
+#include "tests/support/PenFolder.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using HiddenFiles = FileManager::HiddenFiles;
+using WriteMode = FileManager::WriteMode;
+
+constexpr auto secret = "not on the pen";
+
+/// A plugged pen beside a folder that is none of the program's business.
+class FileManagerTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        FileManager::setVolumeSource(&volumes);
+        QFile file(outside.filePath(u"secret.txt"_s));
+        ASSERT_TRUE(file.open(QFile::WriteOnly) && file.write(secret) > 0);
+    }
+    void TearDown() override { FileManager::setVolumeSource(nullptr); }
+
+    [[nodiscard]] bool isSecretUntouched() const
+    {
+        QFile file(outside.filePath(u"secret.txt"_s));
+        return file.open(QFile::ReadOnly) && file.readAll() == secret
+               && QDir(outside.path())
+                          .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)
+                      == QStringList(u"secret.txt"_s);
+    }
+
+    static QByteArray read(const QString &path)
+    {
+        return FileManager::contents(path).data.value_or("unreadable");
+    }
+
+    PenFolder pen;
+    FolderVolumes volumes{pen.volumes()};
+    QTemporaryDir outside;
+};
+
+QStringList namesOf(const std::optional<QList<FileManager::Entry>> &entries)
+{
+    QStringList names;
+    for (const FileManager::Entry &entry : entries.value())
+        names.append(entry.name);
+    names.sort();
+    return names;
+}
+
+bool setModified(const QString &path, timespec time)
+{
+    const timespec times[] = {time, time};
+    return ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0) == 0;
+}
+
+} // namespace
+
+TEST_F(FileManagerTest, NamesVolumesByTheirAddresses)
+{
+    ASSERT_TRUE(QDir(pen.volumes()).mkdir(u"NO NAME"_s) && QDir(pen.volumes()).mkdir(u"ä#%1?"_s));
+    QStringList texts;
+    const auto urls = FileManager::mountedVolumeURLs();
+    for (const QUrl &url : urls.value())
+        texts.append(url.toString(QUrl::FullyEncoded));
+    EXPECT_EQ(texts, QStringList({u"file:///Volumes/NO%20NAME/"_s, u"file:///Volumes/QUILLO/"_s,
+                                  u"file:///Volumes/%C3%A4%23%251%3F/"_s}));
+    EXPECT_TRUE(FileManager::fileExists(urls->at(2).path(QUrl::FullyDecoded)));
+}
+
+TEST_F(FileManagerTest, HasNoVolumesWithoutASource)
+{
+    FileManager::setVolumeSource(nullptr);
+    EXPECT_FALSE(FileManager::mountedVolumeURLs());
+    EXPECT_FALSE(FileManager::fileExists(u"/Volumes/QUILLO/configure/settings.ini"_s));
+}
+
+struct NameCase
+{
+    const char *label;
+    const char *name;
+};
+
+class AwkwardNames : public FileManagerTest, public testing::WithParamInterface<NameCase>
+{
+};
+
+TEST_P(AwkwardNames, AreWrittenReadListedMovedAndRemoved)
+{
+    const QString name = QString::fromUtf8(GetParam().name);
+    const QString path = pen.volumePath(u"book/"_s + name);
+    for (const WriteMode mode : {WriteMode::InPlace, WriteMode::Atomic}) {
+        EXPECT_TRUE(FileManager::write(path, "text", mode));
+        EXPECT_EQ(pen.read(u"book/"_s + name), "text");
+        EXPECT_TRUE(FileManager::fileExists(path));
+        EXPECT_EQ(
+            namesOf(FileManager::contentsOfDirectory(pen.volumePath(u"book"_s), HiddenFiles::Skip)),
+            QStringList(name));
+        EXPECT_TRUE(FileManager::removeItem(path));
+        EXPECT_TRUE(pen.names(u"book"_s).isEmpty());
+    }
+    pen.write(name, "moved");
+    EXPECT_TRUE(FileManager::moveItem(pen.volumePath(name), path));
+    EXPECT_EQ(read(path), "moved");
+}
+
+INSTANTIATE_TEST_SUITE_P(Names, AwkwardNames,
+                         testing::Values(NameCase{"plain", "00042_en.txt"},
+                                         NameCase{"blanks", "  a  b "},
+                                         NameCase{"umlauts", "Grüße €.txt"},
+                                         NameCase{"hash", "a#b?c"}, NameCase{"percent", "100%20%"},
+                                         NameCase{"dots", "a..b..."}, NameCase{"backslash", "a\\b"},
+                                         NameCase{"newline", "a\nb"}),
+                         [](const auto &row) { return row.param.label; });
+
+struct EscapeCase
+{
+    const char *label;
+    QString path;
+};
+
+class Escapes : public FileManagerTest, public testing::WithParamInterface<EscapeCase>
+{
+protected:
+    void SetUp() override
+    {
+        FileManagerTest::SetUp();
+        const QString up = QDir(pen.root()).relativeFilePath(outside.path());
+        ASSERT_TRUE(QFile::link(outside.path(), pen.path(u"absolute"_s)));
+        ASSERT_TRUE(QFile::link(up, pen.path(u"relative"_s)));
+        ASSERT_TRUE(QFile::link(u"absolute"_s, pen.path(u"chained"_s)));
+        ASSERT_TRUE(QFile::link(outside.filePath(u"secret.txt"_s), pen.path(u"last.txt"_s)));
+        ASSERT_TRUE(QFile::link(outside.filePath(u"new.txt"_s), pen.path(u"new.txt"_s)));
+        QFile beside(pen.volumes() + u"/QUILLO.txt"_s);
+        ASSERT_TRUE(beside.open(QFile::WriteOnly) && beside.write(secret) > 0);
+    }
+};
+
+TEST_P(Escapes, NameNothing)
+{
+    const QString &path = GetParam().path;
+    EXPECT_FALSE(FileManager::fileExists(path));
+    EXPECT_FALSE(FileManager::realPath(path));
+    const FileManager::Contents contents = FileManager::contents(path);
+    EXPECT_FALSE(contents.data);
+    EXPECT_FALSE(contents.error.isEmpty());
+    EXPECT_FALSE(FileManager::contentsOfDirectory(path, HiddenFiles::Include));
+    EXPECT_FALSE(FileManager::write(path, "x", WriteMode::InPlace));
+    EXPECT_FALSE(FileManager::moveItem(path, pen.volumePath(u"stolen"_s)));
+    EXPECT_FALSE(pen.exists(u"stolen"_s));
+    EXPECT_TRUE(isSecretUntouched());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Paths, Escapes,
+    testing::Values(EscapeCase{"up", u"/Volumes/QUILLO/../QUILLO.txt"_s},
+                    EscapeCase{"upInside", u"/Volumes/QUILLO/book/../configure/settings.ini"_s},
+                    EscapeCase{"upAtEnd", u"/Volumes/QUILLO/book/.."_s},
+                    EscapeCase{"upFirst", u"/Volumes/../QUILLO/configure/settings.ini"_s},
+                    EscapeCase{"nul", QString(u"/Volumes/QUILLO/configure/settings.ini"_s + QChar(0)
+                                              + u'x')},
+                    EscapeCase{"linkAway", u"/Volumes/QUILLO/absolute/secret.txt"_s},
+                    EscapeCase{"relativeLinkAway", u"/Volumes/QUILLO/relative/secret.txt"_s},
+                    EscapeCase{"linkToALinkAway", u"/Volumes/QUILLO/chained/secret.txt"_s},
+                    EscapeCase{"linkAsFolder", u"/Volumes/QUILLO/absolute"_s},
+                    EscapeCase{"linkAsFolderWithSlash", u"/Volumes/QUILLO/absolute/"_s},
+                    EscapeCase{"linkAsFile", u"/Volumes/QUILLO/last.txt"_s},
+                    EscapeCase{"linkToNothing", u"/Volumes/QUILLO/new.txt"_s},
+                    EscapeCase{"unknownVolume", u"/Volumes/OTHER/secret.txt"_s},
+                    EscapeCase{"otherCase", u"/Volumes/quillo/configure/settings.ini"_s},
+                    EscapeCase{"noVolume", u"/Volumes/"_s}, EscapeCase{"empty", QString()}),
+    [](const auto &row) { return row.param.label; });
+
+TEST_F(FileManagerTest, RemovesALinkButNotWhatItPointsTo)
+{
+    ASSERT_TRUE(QFile::link(outside.path(), pen.path(u"book/away"_s)));
+    EXPECT_TRUE(FileManager::removeItem(pen.volumePath(u"book/away"_s)));
+    ASSERT_TRUE(QFile::link(outside.path(), pen.path(u"book/away"_s)));
+    EXPECT_TRUE(FileManager::removeItem(pen.volumePath(u"book"_s)));
+    EXPECT_FALSE(pen.exists(u"book"_s));
+    EXPECT_TRUE(isSecretUntouched());
+}
+
+TEST_F(FileManagerTest, ReplacesALinkWhenWritingThroughANeighbour)
+{
+    ASSERT_TRUE(QFile::link(outside.filePath(u"secret.txt"_s), pen.path(u"last.txt"_s)));
+    EXPECT_TRUE(FileManager::write(pen.volumePath(u"last.txt"_s), "x", WriteMode::Atomic));
+    EXPECT_EQ(pen.read(u"last.txt"_s), "x");
+    EXPECT_TRUE(isSecretUntouched());
+}
+
+TEST_F(FileManagerTest, FollowsLinksThatStayOnTheVolume)
+{
+    ASSERT_TRUE(QFile::link(u"configure"_s, pen.path(u"relative"_s)));
+    ASSERT_TRUE(QFile::link(pen.path(u"configure"_s), pen.path(u"absolute"_s)));
+    for (const QString &folder : {u"relative"_s, u"absolute"_s})
+        EXPECT_TRUE(FileManager::fileExists(pen.volumePath(folder + u"/settings.ini"_s)));
+}
+
+TEST_F(FileManagerTest, WorksOnAVolumeThatIsALink)
+{
+    const PenFolder real(u"REAL"_s);
+    ASSERT_TRUE(QFile::link(real.root(), pen.volumes() + u"/LINKED"_s));
+    const QString path = u"/Volumes/LINKED/book/a.txt"_s;
+    EXPECT_TRUE(FileManager::write(path, "text", WriteMode::Atomic));
+    EXPECT_EQ(real.read(u"book/a.txt"_s), "text");
+    EXPECT_EQ(FileManager::realPath(path), pen.volumes() + u"/LINKED/book/a.txt"_s);
+}
+
+TEST_F(FileManagerTest, KnowsTheRealPath)
+{
+    EXPECT_EQ(FileManager::realPath(pen.volumePath(u"mp3/a b.mp3"_s)), pen.path(u"mp3/a b.mp3"_s));
+    EXPECT_EQ(FileManager::realPath(outside.path()), outside.path());
+    EXPECT_EQ(FileManager::realPath(u"/Volumes/QUILLO"_s), pen.root());
+}
+
+TEST_F(FileManagerTest, NoticesAtOnceThatThePenIsGone)
+{
+    const QString settings = pen.volumePath(u"configure/settings.ini"_s);
+    EXPECT_TRUE(FileManager::fileExists(settings));
+    pen.pullOut();
+    EXPECT_FALSE(FileManager::fileExists(settings));
+    EXPECT_FALSE(FileManager::write(settings, "x", WriteMode::InPlace));
+    EXPECT_FALSE(FileManager::attributesOfFileSystem(pen.volumePath(QString())));
+    EXPECT_EQ(FileManager::mountedVolumeURLs(), QList<QUrl>());
+    EXPECT_EQ(pen.read(u"configure/settings.ini"_s), "firmwareVersion=1\nImageVersion=1\n");
+}
+
+struct LimitCase
+{
+    const char *label;
+    qint64 length;
+    qint64 limit;
+    qint64 expected;
+};
+
+class ReadLimits : public FileManagerTest, public testing::WithParamInterface<LimitCase>
+{
+};
+
+TEST_P(ReadLimits, AreKept)
+{
+    QByteArray data(GetParam().length, Qt::Uninitialized);
+    for (qsizetype i = 0; i < data.size(); ++i)
+        data[i] = char(i % 251);
+    pen.write(u"a"_s, data);
+    const auto contents = FileManager::contents(pen.volumePath(u"a"_s), GetParam().limit);
+    ASSERT_TRUE(contents.data);
+    EXPECT_FALSE(contents.data->isNull());
+    EXPECT_TRUE(*contents.data == data.first(GetParam().expected));
+    EXPECT_TRUE(contents.error.isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lengths, ReadLimits,
+    testing::Values(LimitCase{"empty", 0, -1, 0}, LimitCase{"emptyLimited", 0, 10, 0},
+                    LimitCase{"whole", 70'000, -1, 70'000}, LimitCase{"shorter", 100, 4096, 100},
+                    LimitCase{"exact", 4096, 4096, 4096}, LimitCase{"longer", 70'000, 4096, 4096},
+                    LimitCase{"nothing", 100, 0, 0}),
+    [](const auto &row) { return row.param.label; });
+
+TEST_F(FileManagerTest, ReadsRegularFilesOnlyAndNeverWaits)
+{
+    ASSERT_EQ(::mkfifo(QFile::encodeName(pen.path(u"pipe"_s)).constData(), 0600), 0);
+    for (const QString &name : {u"pipe"_s, u"book"_s, QString(), u"missing"_s, u"no/where"_s}) {
+        const auto contents = FileManager::contents(pen.volumePath(name));
+        EXPECT_FALSE(contents.data) << qPrintable(name);
+        EXPECT_FALSE(contents.error.isEmpty()) << qPrintable(name);
+    }
+    EXPECT_FALSE(FileManager::write(pen.volumePath(u"pipe"_s), "x", WriteMode::InPlace));
+    EXPECT_FALSE(FileManager::moveItem(pen.volumePath(u"pipe"_s), pen.volumePath(u"p"_s)));
+}
+
+TEST_F(FileManagerTest, RefusesALengthThatCannotBeTrue)
+{
+    pen.write(u"settings"_s, "x");
+    ASSERT_EQ(::truncate(QFile::encodeName(pen.path(u"settings"_s)).constData(), off_t(1) << 40),
+              0);
+    EXPECT_FALSE(FileManager::contents(pen.volumePath(u"settings"_s)).data);
+    EXPECT_EQ(FileManager::contents(pen.volumePath(u"settings"_s), 2).data, QByteArray("x\0", 2));
+}
+
+TEST_F(FileManagerTest, ReadsFilesWhoseLengthIsNotTold)
+{
+    const auto contents = FileManager::contents(u"/proc/self/status"_s);
+    ASSERT_TRUE(contents.data);
+    EXPECT_TRUE(contents.data->contains("VmSize"));
+}
+
+TEST_F(FileManagerTest, ListsNamesAndTimes)
+{
+    pen.write(u"book/a.txt"_s, "a");
+    pen.write(u"book/.hidden"_s, "h");
+    ASSERT_TRUE(setModified(pen.path(u"book/a.txt"_s), {1'700'000'000, 123'456'789}));
+    const QString book = pen.volumePath(u"book/"_s);
+    const auto entries = FileManager::contentsOfDirectory(book, HiddenFiles::Skip);
+    ASSERT_EQ(namesOf(entries), QStringList(u"a.txt"_s));
+    EXPECT_EQ(entries->constFirst().modified, 1'700'000'000'123'456'789);
+    EXPECT_EQ(namesOf(FileManager::contentsOfDirectory(book, HiddenFiles::Include)),
+              QStringList({u".hidden"_s, u"a.txt"_s}));
+    EXPECT_FALSE(FileManager::contentsOfDirectory(book + u"a.txt"_s, HiddenFiles::Include));
+    EXPECT_FALSE(FileManager::contentsOfDirectory(book + u"none"_s, HiddenFiles::Include));
+}
+
+TEST_F(FileManagerTest, WritesInPlaceOrThroughANeighbour)
+{
+    pen.write(u"a.txt"_s, "a much longer text");
+    struct stat before = {};
+    struct stat after = {};
+    const QByteArray name = QFile::encodeName(pen.path(u"a.txt"_s));
+    ASSERT_EQ(::stat(name.constData(), &before), 0);
+    EXPECT_TRUE(FileManager::write(pen.volumePath(u"a.txt"_s), "short", WriteMode::InPlace));
+    ASSERT_EQ(::stat(name.constData(), &after), 0);
+    EXPECT_EQ(before.st_ino, after.st_ino);
+    EXPECT_EQ(pen.read(u"a.txt"_s), "short");
+
+    EXPECT_TRUE(FileManager::write(pen.volumePath(u"a.txt"_s), "new", WriteMode::Atomic));
+    ASSERT_EQ(::stat(name.constData(), &after), 0);
+    EXPECT_NE(before.st_ino, after.st_ino);
+    EXPECT_EQ(pen.read(u"a.txt"_s), "new");
+    EXPECT_EQ(pen.names(QString()), QStringList({u"a.txt"_s, u"book"_s, u"configure"_s, u"mp3"_s}));
+}
+
+TEST_F(FileManagerTest, NeverMakesFolders)
+{
+    for (const WriteMode mode : {WriteMode::InPlace, WriteMode::Atomic})
+        EXPECT_FALSE(FileManager::write(pen.volumePath(u"new/a.txt"_s), "x", mode));
+    EXPECT_FALSE(
+        FileManager::moveItem(outside.filePath(u"secret.txt"_s), pen.volumePath(u"new/a.txt"_s)));
+    EXPECT_FALSE(pen.exists(u"new"_s));
+    EXPECT_TRUE(isSecretUntouched());
+}
+
+TEST_F(FileManagerTest, RemovesFilesAndFoldersButNeverTheVolume)
+{
+    pen.write(u"book/deep/er/a.txt"_s, "a");
+    pen.write(u"book/.b"_s, "b");
+    EXPECT_TRUE(FileManager::removeItem(pen.volumePath(u"book/"_s)));
+    EXPECT_FALSE(pen.exists(u"book"_s));
+    EXPECT_FALSE(FileManager::removeItem(pen.volumePath(u"book"_s)));
+    for (const QString &root : {u"/Volumes/QUILLO"_s, u"/Volumes/QUILLO/"_s, u"/Volumes/QUILLO/."_s,
+                                u"/Volumes/QUILLO//"_s})
+        EXPECT_FALSE(FileManager::removeItem(root)) << qPrintable(root);
+    EXPECT_EQ(pen.names(QString()), QStringList({u"configure"_s, u"mp3"_s}));
+}
+
+TEST_F(FileManagerTest, MovesOverAnExistingFile)
+{
+    pen.write(u"book/a.qnk"_s, "old");
+    EXPECT_TRUE(
+        FileManager::moveItem(outside.filePath(u"secret.txt"_s), pen.volumePath(u"book/a.qnk"_s)));
+    EXPECT_EQ(pen.read(u"book/a.qnk"_s), secret);
+    EXPECT_FALSE(QFileInfo::exists(outside.filePath(u"secret.txt"_s)));
+    EXPECT_EQ(pen.names(u"book"_s), QStringList(u"a.qnk"_s));
+}
+
+TEST_F(FileManagerTest, StopsBeforeMovingAnything)
+{
+    std::stop_source stop;
+    stop.request_stop();
+    const FileResult result = FileManager::moveItem(
+        outside.filePath(u"secret.txt"_s), pen.volumePath(u"book/a.qnk"_s), stop.get_token());
+    EXPECT_EQ(result.error, u"Abgebrochen"_s);
+    EXPECT_TRUE(pen.names(u"book"_s).isEmpty());
+    EXPECT_TRUE(isSecretUntouched());
+}
+
+TEST_F(FileManagerTest, SweepsLeftNeighboursAndNothingElse)
+{
+    for (const QString &name : {u".quillo-part-a.qnk"_s, u".quillo-part-"_s, u".quillo-partial"_s,
+                                u"quillo-part-a"_s, u"a.qnk"_s})
+        pen.write(u"book/"_s + name, "x");
+    ASSERT_TRUE(QDir(pen.path(u"book"_s)).mkdir(u".quillo-part-folder"_s));
+    FileManager::removeLeftovers(pen.volumePath(u"book"_s));
+    EXPECT_EQ(pen.names(u"book"_s), QStringList({u".quillo-part-folder"_s, u".quillo-partial"_s,
+                                                 u"a.qnk"_s, u"quillo-part-a"_s}));
+    FileManager::removeLeftovers(pen.volumePath(u"missing"_s));
+}
+
+TEST_F(FileManagerTest, TellsSizeAndFreeSpaceOfTheVolume)
+{
+    const auto attributes = FileManager::attributesOfFileSystem(u"/Volumes/QUILLO/"_s);
+    ASSERT_TRUE(attributes);
+    EXPECT_GT(attributes->size, 0);
+    EXPECT_GE(attributes->freeSize, 0);
+    EXPECT_LE(attributes->freeSize, attributes->size);
+    EXPECT_FALSE(FileManager::attributesOfFileSystem(u"/Volumes/QUILLO/missing/x"_s));
+}
+
+TEST_F(FileManagerTest, MakesTheDocumentsFolderOfTheHomeItIsAskedIn)
+{
+    for (int round = 0; round < 2; ++round) {
+        const QTemporaryDir home;
+        qputenv("HOME", home.path().toUtf8());
+        qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
+        const std::optional<QString> folder = FileManager::documentsFolder();
+        ASSERT_TRUE(folder);
+        EXPECT_TRUE(folder->startsWith(home.path()) && !folder->endsWith(u'/'));
+        ASSERT_TRUE(QDir(*folder).removeRecursively());
+        EXPECT_EQ(FileManager::documentsFolder(), folder);
+        EXPECT_TRUE(QFileInfo(*folder).isDir());
+    }
+}
+
+TEST_F(FileManagerTest, HasNoDocumentsFolderWhereAFileStandsInItsWay)
+{
+    qputenv("HOME", outside.filePath(u"secret.txt"_s).toUtf8());
+    EXPECT_FALSE(FileManager::documentsFolder());
+}
+
+TEST_F(FileManagerTest, IsUsedFromSeveralThreads)
+{
+    const auto work = [this](const QString &name) {
+        for (int round = 0; round < 100; ++round) {
+            const QString path = pen.volumePath(name);
+            EXPECT_TRUE(FileManager::write(path, QByteArray::number(round), WriteMode::InPlace));
+            EXPECT_EQ(read(path), QByteArray::number(round));
+            EXPECT_TRUE(FileManager::documentsFolder());
+        }
+    };
+    std::thread first(work, u"book/a"_s);
+    std::thread second(work, u"book/b"_s);
+    first.join();
+    second.join();
+}

@@ -1,0 +1,357 @@
+#include "platform/FolderVolumes.h"
+#include "platform/Workspace.h"
+#include "tests/support/PenFolder.h"
+
+#include <QDesktopServices>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileSystemWatcher>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+#include <atomic>
+#include <gtest/gtest.h>
+#include <thread>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QStringList namesOf(const QList<Volume> &volumes)
+{
+    QStringList names;
+    for (const Volume &volume : volumes)
+        names.append(volume.name);
+    return names;
+}
+
+/// The names that a signal of a volume source told, in order.
+QStringList told(const QSignalSpy &spy)
+{
+    QStringList names;
+    for (const QList<QVariant> &arguments : spy)
+        names.append(arguments.first().toString());
+    return names;
+}
+
+struct Watched
+{
+    explicit Watched(const QString &folder)
+        : volumes(folder)
+        , mounted(&volumes, &VolumeSource::mounted)
+        , unmounted(&volumes, &VolumeSource::unmounted)
+    {
+    }
+
+    FolderVolumes volumes;
+    QSignalSpy mounted;
+    QSignalSpy unmounted;
+};
+
+} // namespace
+
+struct NamingCase
+{
+    const char *name;
+    QStringList mountPoints;
+    QStringList expected;
+};
+
+class VolumeNaming : public testing::TestWithParam<NamingCase>
+{
+};
+
+TEST_P(VolumeNaming, IsTheLastNameOfTheMountPointMadeUnique)
+{
+    const QList<Volume> volumes = namedVolumes(GetParam().mountPoints);
+    EXPECT_EQ(namesOf(volumes), GetParam().expected);
+    ASSERT_EQ(volumes.size(), GetParam().mountPoints.size());
+    for (qsizetype i = 0; i < volumes.size(); ++i)
+        EXPECT_EQ(volumes.at(i).path, GetParam().mountPoints.at(i));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, VolumeNaming,
+    testing::Values(NamingCase{"none", {}, {}},
+                    NamingCase{"one", {u"/media/anna/QUILLO"_s}, {u"QUILLO"_s}},
+                    NamingCase{"blank", {u"/media/anna/NO NAME"_s}, {u"NO NAME"_s}},
+                    NamingCase{"same",
+                               {u"/media/a/PEN"_s, u"/media/b/PEN"_s, u"/mnt/PEN"_s},
+                               {u"PEN"_s, u"PEN 1"_s, u"PEN 2"_s}},
+                    NamingCase{"suffixTaken",
+                               {u"/media/PEN 1"_s, u"/media/PEN"_s, u"/mnt/PEN"_s},
+                               {u"PEN 1"_s, u"PEN"_s, u"PEN 2"_s}}),
+    [](const auto &row) { return row.param.name; });
+
+TEST(FolderVolumes, ListsFoldersAndLinksToFoldersByName)
+{
+    const PenFolder pen;
+    const QDir folder(pen.volumes());
+    QTemporaryDir elsewhere;
+    ASSERT_TRUE(folder.mkdir(u"Ä %20 #1"_s) && folder.mkdir(u".hidden"_s));
+    ASSERT_TRUE(QFile::link(elsewhere.path(), folder.filePath(u"LINKED"_s)));
+    ASSERT_TRUE(QFile::link(u"/nowhere/at/all"_s, folder.filePath(u"BROKEN"_s)));
+    QFile file(folder.filePath(u"file"_s));
+    ASSERT_TRUE(file.open(QFile::WriteOnly));
+
+    const FolderVolumes volumes(pen.volumes());
+    EXPECT_EQ(namesOf(volumes.volumes()), QStringList({u"LINKED"_s, u"QUILLO"_s, u"Ä %20 #1"_s}));
+    EXPECT_EQ(volumes.volumes().at(1).path, pen.root());
+}
+
+TEST(FolderVolumes, FindsByNameWhatItLists)
+{
+    const PenFolder pen;
+    const QDir folder(pen.volumes());
+    ASSERT_TRUE(folder.mkdir(u".hidden"_s));
+    QFile file(folder.filePath(u"file"_s));
+    ASSERT_TRUE(file.open(QFile::WriteOnly));
+    const FolderVolumes volumes(pen.volumes());
+    EXPECT_EQ(volumes.volume(u"QUILLO"_s), volumes.volumes().constFirst());
+    for (const QString &name : {u"quillo"_s, u".hidden"_s, u"file"_s, u"."_s, u".."_s, QString(),
+                                u"QUILLO/book"_s, u"QUILLO/"_s})
+        EXPECT_FALSE(volumes.volume(name)) << qPrintable(name);
+}
+
+TEST(FolderVolumes, TellsOfPlugsAndPullsButNotOfWhatWasThere)
+{
+    PenFolder pen;
+    Watched watched(pen.volumes());
+    pen.pullOut();
+    ASSERT_TRUE(watched.unmounted.wait());
+    EXPECT_TRUE(watched.volumes.volumes().isEmpty());
+    QElapsedTimer sincePlugged;
+    sincePlugged.start();
+    pen.plugIn();
+    EXPECT_EQ(namesOf(watched.volumes.volumes()), QStringList(u"QUILLO"_s));
+    ASSERT_TRUE(watched.mounted.wait(1000));
+    EXPECT_GE(sincePlugged.elapsed(), 150);
+    EXPECT_EQ(told(watched.mounted), QStringList(u"QUILLO"_s));
+    EXPECT_EQ(told(watched.unmounted), QStringList(u"QUILLO"_s));
+}
+
+TEST(FolderVolumes, WaitsForAFolderThatIsBeingCopiedIntoPlace)
+{
+    PenFolder pen(u"QUILLO"_s, PenFolder::Start::PulledOut);
+    Watched watched(pen.volumes());
+    pen.plugIn();
+    int written = 0;
+    QTimer copying;
+    QObject::connect(&copying, &QTimer::timeout, &copying, [&] {
+        pen.write(u"part"_s + QString::number(written), "x");
+        if (++written == 8)
+            copying.stop();
+    });
+    copying.start(40);
+    ASSERT_TRUE(watched.mounted.wait());
+    EXPECT_EQ(written, 8);
+}
+
+TEST(FolderVolumes, DoesNotWaitForAFolderThatIsNeverStill)
+{
+    PenFolder pen(u"QUILLO"_s, PenFolder::Start::PulledOut);
+    Watched watched(pen.volumes());
+    pen.plugIn();
+    QElapsedTimer sincePlugged;
+    sincePlugged.start();
+    int size = 0;
+    QTimer writing;
+    QObject::connect(&writing, &QTimer::timeout, &writing,
+                     [&] { pen.write(u"growing"_s, QByteArray(++size, 'x')); });
+    writing.start(10);
+    ASSERT_TRUE(watched.mounted.wait());
+    EXPECT_GE(sincePlugged.elapsed(), 700);
+    EXPECT_LE(sincePlugged.elapsed(), 1500);
+}
+
+TEST(FolderVolumes, SaysNothingOfAFolderThatLeftBeforeItWasStill)
+{
+    PenFolder pen(u"QUILLO"_s, PenFolder::Start::PulledOut);
+    PenFolder other(u"OTHER"_s, PenFolder::Start::PulledOut);
+    Watched watched(pen.volumes());
+    QFileSystemWatcher seen({pen.volumes()});
+    QSignalSpy changes(&seen, &QFileSystemWatcher::directoryChanged);
+    pen.plugIn();
+    ASSERT_TRUE(changes.wait());
+    pen.pullOut();
+    ASSERT_TRUE(QDir().rename(other.root(), pen.volumes() + u"/OTHER"_s));
+    ASSERT_TRUE(watched.mounted.wait());
+    EXPECT_EQ(told(watched.mounted), QStringList(u"OTHER"_s));
+    EXPECT_TRUE(watched.unmounted.isEmpty());
+}
+
+TEST(FolderVolumes, NoticesThatAnotherFolderTookThePlace)
+{
+    PenFolder pen;
+    PenFolder other(u"QUILLO"_s, PenFolder::Start::PulledOut);
+    Watched watched(pen.volumes());
+    pen.pullOut();
+    ASSERT_TRUE(QDir().rename(other.root(), pen.volumes() + u"/QUILLO"_s));
+    ASSERT_TRUE(watched.mounted.wait());
+    EXPECT_EQ(told(watched.unmounted), QStringList(u"QUILLO"_s));
+    EXPECT_EQ(told(watched.mounted), QStringList(u"QUILLO"_s));
+}
+
+TEST(FolderVolumes, WaitsForAVolumesFolderThatIsMissing)
+{
+    QTemporaryDir directory;
+    const QString folder = directory.filePath(u"not/there/yet"_s);
+    Watched watched(folder);
+    EXPECT_TRUE(watched.volumes.volumes().isEmpty());
+    ASSERT_TRUE(QDir().mkpath(directory.filePath(u"not"_s)));
+    QCoreApplication::processEvents();
+    ASSERT_TRUE(QDir().mkpath(folder + u"/QUILLO"_s));
+    ASSERT_TRUE(watched.mounted.wait());
+
+    ASSERT_TRUE(QDir(folder).removeRecursively());
+    ASSERT_TRUE(watched.unmounted.wait());
+    ASSERT_TRUE(QDir().mkpath(folder + u"/NO NAME"_s));
+    ASSERT_TRUE(watched.mounted.wait());
+    EXPECT_EQ(told(watched.mounted), QStringList({u"QUILLO"_s, u"NO NAME"_s}));
+}
+
+TEST(FolderVolumes, HidesAnUnmountedVolumeUntilItHasGoneAndComeBack)
+{
+    PenFolder pen;
+    Watched watched(pen.volumes());
+    QStringList errors;
+    watched.volumes.unmount(watched.volumes.volumes().constFirst(),
+                            [&](const QString &error) { errors.append(error); });
+    EXPECT_TRUE(watched.volumes.volumes().isEmpty());
+    EXPECT_FALSE(watched.volumes.volume(u"QUILLO"_s));
+    EXPECT_TRUE(errors.isEmpty());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !errors.isEmpty(); }));
+    EXPECT_EQ(errors, QStringList(QString()));
+    EXPECT_EQ(told(watched.unmounted), QStringList(u"QUILLO"_s));
+
+    ASSERT_TRUE(QDir(pen.volumes()).mkdir(u"OTHER"_s)); // a look around does not bring it back
+    ASSERT_TRUE(watched.mounted.wait());
+    EXPECT_EQ(namesOf(watched.volumes.volumes()), QStringList(u"OTHER"_s));
+
+    pen.pullOut();
+    ASSERT_TRUE(QDir(pen.volumes()).rmdir(u"OTHER"_s));
+    ASSERT_TRUE(watched.unmounted.wait());
+    pen.plugIn();
+    ASSERT_TRUE(watched.mounted.wait());
+    EXPECT_EQ(told(watched.mounted), QStringList({u"OTHER"_s, u"QUILLO"_s}));
+    EXPECT_EQ(told(watched.unmounted), QStringList({u"QUILLO"_s, u"OTHER"_s}));
+    EXPECT_TRUE(watched.volumes.volume(u"QUILLO"_s));
+}
+
+TEST(FolderVolumes, CannotUnmountWhatIsNotThere)
+{
+    const PenFolder pen;
+    Watched watched(pen.volumes());
+    QStringList errors;
+    watched.volumes.unmount({u"STICK"_s, pen.volumes() + u"/STICK"_s},
+                            [&](const QString &error) { errors.append(error); });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !errors.isEmpty(); }));
+    EXPECT_FALSE(errors.constFirst().isEmpty());
+    EXPECT_EQ(namesOf(watched.volumes.volumes()), QStringList(u"QUILLO"_s));
+}
+
+TEST(FolderVolumes, IsReadFromOtherThreadsWhileVolumesComeAndGo)
+{
+    PenFolder pen;
+    Watched watched(pen.volumes());
+    std::atomic<bool> stop = false;
+    std::atomic<int> wrong = 0;
+    std::thread reader([&] {
+        while (!stop)
+            wrong += watched.volumes.volumes().size() > 1 ? 1 : 0;
+    });
+    for (int round = 0; round < 3; ++round) {
+        watched.volumes.unmount({u"QUILLO"_s, pen.root()}, [](const QString &) {});
+        EXPECT_TRUE(watched.unmounted.wait());
+        pen.pullOut();
+        EXPECT_TRUE(QDir(pen.volumes()).mkdir(u"TICK"_s));
+        EXPECT_TRUE(watched.mounted.wait());
+        EXPECT_TRUE(QDir(pen.volumes()).rmdir(u"TICK"_s));
+        EXPECT_TRUE(watched.unmounted.wait());
+        pen.plugIn();
+        EXPECT_TRUE(watched.mounted.wait());
+    }
+    stop = true;
+    reader.join();
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST(Workspace, PassesVolumeNamesOnInTheUserInfo)
+{
+    PenFolder pen(u"NO NAME"_s);
+    FolderVolumes volumes(pen.volumes());
+    Workspace workspace(volumes);
+    QSignalSpy mounts(&workspace, &Workspace::didMount);
+    QSignalSpy unmounts(&workspace, &Workspace::didUnmount);
+    pen.pullOut();
+    ASSERT_TRUE(unmounts.wait());
+    pen.plugIn();
+    ASSERT_TRUE(mounts.wait());
+    const QVariantMap expected = {{u"NSWorkspaceVolumeLocalizedNameKey"_s, u"NO NAME"_s}};
+    EXPECT_EQ(unmounts.constFirst().constFirst().toMap(), expected);
+    EXPECT_EQ(mounts.constFirst().constFirst().toMap(), expected);
+}
+
+struct UnmountCase
+{
+    const char *name;
+    const char *address;
+    bool isKnown;
+};
+
+class WorkspaceUnmount : public testing::TestWithParam<UnmountCase>
+{
+};
+
+TEST_P(WorkspaceUnmount, FindsTheVolumeByItsAddress)
+{
+    const PenFolder pen(u"Stift ü 100% #1"_s);
+    FolderVolumes volumes(pen.volumes());
+    Workspace workspace(volumes);
+    QStringList errors;
+    workspace.unmountVolume(QUrl(QString::fromUtf8(GetParam().address)),
+                            [&](const QString &error) { errors.append(error); });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !errors.isEmpty(); }));
+    EXPECT_EQ(errors.constFirst().isEmpty(), GetParam().isKnown);
+    EXPECT_EQ(volumes.volumes().isEmpty(), GetParam().isKnown);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Addresses, WorkspaceUnmount,
+    testing::Values(
+        UnmountCase{"exact", "file:///Volumes/Stift%20%C3%BC%20100%25%20%231/", true},
+        UnmountCase{"noSlash", "file:///Volumes/Stift%20%C3%BC%20100%25%20%231", true},
+        UnmountCase{"otherCase", "file:///Volumes/stift%20%C3%BC%20100%25%20%231/", false},
+        UnmountCase{"folderInIt", "file:///Volumes/Stift%20%C3%BC%20100%25%20%231/book/", false},
+        UnmountCase{"elsewhere", "file:///tmp/", false}, UnmountCase{"none", "", false}),
+    [](const auto &row) { return row.param.name; });
+
+namespace {
+
+class AddressCatcher : public QObject
+{
+    Q_OBJECT
+
+public:
+    QList<QUrl> caught;
+
+public Q_SLOTS:
+    void take(const QUrl &address) { caught.append(address); }
+};
+
+} // namespace
+
+TEST(Workspace, OpensAddressesWithTheDesktop)
+{
+    AddressCatcher catcher;
+    QDesktopServices::setUrlHandler(u"https"_s, &catcher, "take");
+    const QUrl address(u"https://shop.example/?q=a%20b#c"_s);
+    EXPECT_TRUE(Workspace::open(address));
+    QDesktopServices::unsetUrlHandler(u"https"_s);
+    EXPECT_EQ(catcher.caught, QList<QUrl>{address});
+}
+
+#include "VolumesTest.moc"

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+/// A volumes folder of its own, with a pen in it: book/, mp3/ and configure/settings.ini. Relative
+/// names below are looked up on the pen, whether it is plugged in or not.
+class PenFolder
+{
+public:
+    enum class Start { PluggedIn, PulledOut };
+
+    explicit PenFolder(const QString &name = QStringLiteral("QUILLO"),
+                       Start start = Start::PluggedIn);
+
+    /// The folder for FolderVolumes.
+    [[nodiscard]] QString volumes() const;
+    /// Where the pen really stands now, without a trailing "/".
+    [[nodiscard]] QString root() const;
+    [[nodiscard]] QString path(const QString &relative) const;
+    /// The same file as the program names it.
+    [[nodiscard]] QString volumePath(const QString &relative) const;
+
+    /// Moves the pen into the volumes folder in one step, and out of it.
+    void plugIn();
+    void pullOut();
+
+    /// Writes the file, making its folders.
+    void write(const QString &relative, const QByteArray &data) const;
+    /// The file's bytes; null when it cannot be read.
+    [[nodiscard]] QByteArray read(const QString &relative) const;
+    [[nodiscard]] bool exists(const QString &relative) const;
+    void remove(const QString &relative) const;
+    /// Every name in the folder, hidden ones too, sorted.
+    [[nodiscard]] QStringList names(const QString &relative) const;
+
+private:
+    [[nodiscard]] QString drawer() const;
+
+    QTemporaryDir m_directory;
+    QString m_name;
+    bool m_pluggedIn;
+};
