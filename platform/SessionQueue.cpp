@@ -1,0 +1,54 @@
+#include "platform/SessionQueue.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+
+#include <utility>
+
+void SessionQueue::post(Work work)
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_closed)
+        return;
+    m_waiting.push_back(std::move(work));
+    if (m_waiting.size() == 1)
+        wake();
+}
+
+void SessionQueue::close()
+{
+    std::deque<Work> dropped; // may own the last handle of a task: gone after the lock
+    const std::lock_guard lock(m_mutex);
+    m_closed = true;
+    dropped.swap(m_waiting);
+}
+
+void SessionQueue::setReceiver(QObject *receiver)
+{
+    const std::lock_guard lock(m_mutex);
+    m_receiver = receiver;
+    if (!m_waiting.empty())
+        wake();
+}
+
+void SessionQueue::run(SessionWorker &worker)
+{
+    while (const Work work = takeFirst())
+        work(worker);
+}
+
+SessionQueue::Work SessionQueue::takeFirst()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_waiting.empty())
+        return nullptr;
+    Work work = std::move(m_waiting.front());
+    m_waiting.pop_front();
+    return work;
+}
+
+void SessionQueue::wake()
+{
+    if (m_receiver)
+        QCoreApplication::postEvent(m_receiver, new QEvent(QEvent::User));
+}

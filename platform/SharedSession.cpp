@@ -1,0 +1,33 @@
+#include "platform/SharedSession.h"
+
+#include "platform/URLSession.h"
+
+#include <QCoreApplication>
+#include <QMutex>
+
+namespace {
+
+QMutex mutex;
+URLSession *session = nullptr;
+
+} // namespace
+
+URLSession &sharedSession()
+{
+    const QMutexLocker locker(&mutex);
+    if (!session) {
+        session = new URLSession;
+        qAddPostRoutine(endSharedSession);
+    }
+    return *session;
+}
+
+void endSharedSession()
+{
+    URLSession *ended = nullptr;
+    {
+        const QMutexLocker locker(&mutex);
+        std::swap(ended, session);
+    }
+    delete ended;
+}

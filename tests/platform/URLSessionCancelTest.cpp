@@ -1,0 +1,296 @@
+#include "tests/platform/URLSessionFixture.h"
+
+#include <QCoreApplication>
+#include <QTest>
+#include <QThread>
+
+#include <atomic>
+#include <semaphore>
+
+namespace {
+
+using Fault = FaultServer::Fault;
+using Gate = FaultServer::Gate;
+
+constexpr qsizetype mebibyte = 1024 * 1024;
+
+const QStringList failure{QStringLiteral("metrics"), QStringLiteral("complete")};
+
+class URLSessionCancelTest : public URLSessionFixture
+{
+protected:
+    void expectCancelled(const TransferRecorder::Task &task)
+    {
+        ASSERT_TRUE(recorder.waitForEnd(task));
+        const Told told = recorder.of(task);
+        EXPECT_EQ(told.calls, failure);
+        EXPECT_EQ(told.errorText(), QStringLiteral("Abgebrochen"));
+        EXPECT_FALSE(told.isResumable());
+        EXPECT_EQ(temporaryFiles(), QStringList());
+    }
+
+    /// Serves a body that stops in the middle until the gate is opened.
+    void serveStalled(const QByteArray &path)
+    {
+        server.serve(path, {.body = pattern(4 * mebibyte),
+                            .fault = Fault::Stall,
+                            .faultAt = 2 * mebibyte,
+                            .gate = gate});
+    }
+
+    const std::shared_ptr<Gate> gate = std::make_shared<Gate>();
+};
+
+TEST_F(URLSessionCancelTest, BeforeItBegan)
+{
+    const auto task = session->downloadTask(server.url("/file"));
+    task->cancel();
+    expectCancelled(task);
+    task->resume();
+    task->cancel();
+    server.serve("/other", "x");
+    EXPECT_EQ(download("/other").content, "x");
+    EXPECT_EQ(recorder.of(task).calls, failure);
+    EXPECT_EQ(server.requests("/file").size(), 0);
+}
+
+TEST_F(URLSessionCancelTest, RightAfterTheStart)
+{
+    const auto task = session->downloadTask(server.url("/file"));
+    task->resume();
+    task->cancel();
+    expectCancelled(task);
+}
+
+TEST_F(URLSessionCancelTest, BeforeTheAnswer)
+{
+    server.serve("/file", {.body = "x", .hold = gate});
+    const auto task = session->downloadTask(server.url("/file"));
+    task->resume();
+    ASSERT_TRUE(gate->waitUntilReached());
+    task->cancel();
+    expectCancelled(task);
+    EXPECT_FALSE(recorder.of(task).response);
+}
+
+TEST_F(URLSessionCancelTest, InTheBody)
+{
+    serveStalled("/file");
+    const auto task = session->downloadTask(server.url("/file"));
+    task->resume();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !recorder.of(task).progress.isEmpty(); }, 10'000));
+    task->cancel();
+    task->cancel();
+    expectCancelled(task);
+    EXPECT_EQ(recorder.of(task).response->statusCode, 200);
+}
+
+TEST_F(URLSessionCancelTest, FromACallback)
+{
+    server.serve("/file", {.body = pattern(mebibyte), .repeat = 512});
+    recorder.onWrite = [](const auto &task) {
+        task->cancel();
+    };
+    const auto task = session->downloadTask(server.url("/file"));
+    task->resume();
+    expectCancelled(task);
+    EXPECT_LT(recorder.of(task).written(), 512 * mebibyte);
+}
+
+TEST_F(URLSessionCancelTest, AfterTheEndChangesNothing)
+{
+    server.serve("/file", "x");
+    const auto task = session->downloadTask(server.url("/file"));
+    EXPECT_EQ(run(task).errorText(), QString());
+    task->cancel();
+    EXPECT_EQ(download("/file").content, "x");
+    EXPECT_EQ(recorder.of(task).calls.size(), 3);
+}
+
+TEST_F(URLSessionCancelTest, LeavesTheOthersAlone)
+{
+    serveStalled("/file");
+    const auto cancelled = session->downloadTask(server.url("/file"));
+    const auto other = session->downloadTask(server.url("/file"));
+    other->resume();
+    cancelled->resume();
+    ASSERT_TRUE(server.waitForRequests("/file", 2));
+    cancelled->cancel();
+    ASSERT_TRUE(recorder.waitForEnd(cancelled));
+    EXPECT_EQ(recorder.of(cancelled).errorText(), QStringLiteral("Abgebrochen"));
+    gate->open();
+    EXPECT_TRUE(run(other).content == pattern(4 * mebibyte));
+}
+
+TEST_F(URLSessionCancelTest, AllTasks)
+{
+    serveStalled("/file");
+    server.serve("/data", {.body = "x", .hold = gate});
+    const auto first = session->downloadTask(server.url("/file"));
+    const auto second = session->downloadTask(server.url("/file"));
+    const auto idle = session->downloadTask(server.url("/file"));
+    first->resume();
+    second->resume();
+    std::atomic<bool> told = false;
+    session->dataTask({server.url("/data"), "GET", {}, {}}, [&](const DataTaskResult &result) {
+        EXPECT_EQ(result.error, QStringLiteral("Abgebrochen"));
+        told = true;
+    });
+    ASSERT_TRUE(server.waitForRequests(3));
+    session->cancelAllTasks();
+    ASSERT_TRUE(recorder.waitForEnd(first));
+    expectCancelled(second);
+    expectCancelled(first);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return told.load(); }, 10'000));
+    EXPECT_EQ(recorder.of(idle).calls, QStringList());
+}
+
+class URLSessionThreadTest : public URLSessionCancelTest
+{
+};
+
+TEST_F(URLSessionThreadTest, EverythingIsToldOnOneThreadThatIsNotOurs)
+{
+    server.serve("/file", pattern(4 * mebibyte));
+    QList<TransferRecorder::Task> tasks;
+    for (int count = 0; count < 8; ++count) {
+        tasks.append(session->downloadTask(server.url(count % 2 == 0 ? "/file" : "/missing")));
+        tasks.last()->resume();
+    }
+    std::mutex mutex;
+    std::optional<std::thread::id> dataThread;
+    session->dataTask({server.url("/file"), "GET", {}, {}}, [&](const DataTaskResult &) {
+        const std::lock_guard lock(mutex);
+        dataThread = std::this_thread::get_id();
+    });
+    for (const auto &task : std::as_const(tasks))
+        EXPECT_TRUE(recorder.waitForEnd(task));
+    const auto wasTold = [&] {
+        const std::lock_guard lock(mutex);
+        return dataThread.has_value();
+    };
+    ASSERT_TRUE(QTest::qWaitFor(wasTold, 10'000));
+    ASSERT_TRUE(recorder.thread());
+    EXPECT_EQ(recorder.thread(), dataThread);
+    EXPECT_NE(*recorder.thread(), std::this_thread::get_id());
+}
+
+TEST_F(URLSessionThreadTest, TasksMayComeFromAnyThread)
+{
+    server.serve("/data", "x");
+    std::atomic<int> told = 0;
+    std::vector<std::thread> threads;
+    for (int count = 0; count < 4; ++count) {
+        threads.emplace_back([&] {
+            for (int request = 0; request < 10; ++request) {
+                session->dataTask(
+                    {server.url("/data"), "GET", {}, {}},
+                    [&](const DataTaskResult &result) { told += result.data == "x"; });
+            }
+        });
+    }
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return told == 40; }, 20'000));
+}
+
+TEST_F(URLSessionThreadTest, TheEndTellsNobody)
+{
+    serveStalled("/file");
+    server.serve("/data", {.body = "x", .hold = gate});
+    const auto task = session->downloadTask(server.url("/file"));
+    task->resume();
+    std::atomic<bool> told = false;
+    session->dataTask({server.url("/data"), "GET", {}, {}},
+                      [&](const DataTaskResult &) { told = true; });
+    ASSERT_TRUE(server.waitForRequests(2));
+    session.reset();
+    const int calls = recorder.calls();
+    gate->open();
+    task->cancel();
+    task->resume();
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(recorder.of(task).ended);
+    EXPECT_EQ(recorder.calls(), calls);
+    EXPECT_FALSE(told);
+    EXPECT_EQ(temporaryFiles(), QStringList());
+}
+
+TEST_F(URLSessionThreadTest, TheEndRightAfterTheStart)
+{
+    serveStalled("/file");
+    for (int round = 0; round < 50; ++round) {
+        const auto task = session->downloadTask(server.url("/file"));
+        task->resume();
+        session->dataTask({server.url("/file"), "HEAD", {}, {}}, [](const DataTaskResult &) {});
+        session.reset();
+        EXPECT_FALSE(recorder.of(task).ended);
+        session = std::make_unique<URLSession>(&recorder);
+    }
+    session.reset();
+    EXPECT_EQ(temporaryFiles(), QStringList());
+}
+
+/// Called on the session's thread: stays until the session has begun to end.
+void waitForTheEnd()
+{
+    while (!QThread::currentThread()->isInterruptionRequested())
+        std::this_thread::yield();
+}
+
+TEST_F(URLSessionThreadTest, TheEndWaitsForProgressUnderWayAndTellsNoMore)
+{
+    serveStalled("/file");
+    std::binary_semaphore entered(0);
+    std::atomic<bool> left = false;
+    recorder.onWrite = [&](const auto &) {
+        entered.release();
+        waitForTheEnd();
+        left = true;
+    };
+    const auto task = session->downloadTask(server.url("/file"));
+    task->resume();
+    entered.acquire();
+    session.reset();
+    EXPECT_TRUE(left);
+    EXPECT_EQ(recorder.of(task).progress.size(), 1);
+    EXPECT_EQ(recorder.of(task).calls, QStringList());
+    EXPECT_EQ(temporaryFiles(), QStringList());
+}
+
+TEST_F(URLSessionThreadTest, TheEndWaitsForAFinishedFileAndTellsNoMore)
+{
+    server.serve("/file", pattern(1000));
+    std::binary_semaphore entered(0);
+    recorder.onFinish = [&](const QString &) {
+        entered.release();
+        waitForTheEnd();
+    };
+    const auto task = session->downloadTask(server.url("/file"));
+    task->resume();
+    entered.acquire();
+    session.reset();
+    EXPECT_EQ(recorder.of(task).calls, QStringList(QStringLiteral("finished")));
+    EXPECT_EQ(temporaryFiles(), QStringList());
+}
+
+TEST_F(URLSessionThreadTest, TheEndWaitsForADataCompletionAndRunsNoOther)
+{
+    server.serve("/data", {.body = "x", .hold = gate});
+    std::binary_semaphore entered(0);
+    std::atomic<int> told = 0;
+    for (int count = 0; count < 2; ++count) {
+        session->dataTask({server.url("/data"), "GET", {}, {}}, [&](const DataTaskResult &) {
+            ++told;
+            entered.release();
+            waitForTheEnd();
+        });
+    }
+    ASSERT_TRUE(server.waitForRequests(2));
+    gate->open();
+    entered.acquire();
+    session.reset();
+    EXPECT_EQ(told, 1);
+}
+
+} // namespace

@@ -1,0 +1,179 @@
+#include "tests/platform/URLSessionFixture.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <algorithm>
+
+QByteArray pattern(qsizetype size, quint32 seed)
+{
+    QByteArray bytes(size, Qt::Uninitialized);
+    quint32 state = seed * 2654435761U + 1;
+    for (char &byte : bytes) {
+        state = state * 1664525U + 1013904223U;
+        byte = static_cast<char>(state >> 24);
+    }
+    return bytes;
+}
+
+qint64 Told::written() const
+{
+    qint64 sum = 0;
+    for (const Progress &step : progress)
+        sum += step.written;
+    return sum;
+}
+
+Told &TransferRecorder::note(const Task &task)
+{
+    const auto thread = std::this_thread::get_id();
+    if (std::find(m_threads.begin(), m_threads.end(), thread) == m_threads.end())
+        m_threads.push_back(thread);
+    for (auto &[known, told] : m_told) {
+        if (known == task)
+            return told;
+    }
+    m_told.emplace_back(task, Told());
+    return m_told.back().second;
+}
+
+void TransferRecorder::didWriteData(const Task &task, qint64 written, qint64 total, qint64 expected)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        Told &told = note(task);
+        told.progress.append({written, total, expected, m_clock.elapsed()});
+        if (!told.calls.isEmpty())
+            told.calls.append(QStringLiteral("wrote"));
+    }
+    if (onWrite)
+        onWrite(task);
+}
+
+void TransferRecorder::didFinishDownloading(const Task &task, const QString &file)
+{
+    QFile finished(file);
+    const QByteArray content =
+        finished.open(QIODevice::ReadOnly) ? finished.readAll() : "unreadable";
+    {
+        const std::lock_guard lock(m_mutex);
+        Told &told = note(task);
+        told.calls.append(QStringLiteral("finished"));
+        told.file = file;
+        told.content = content;
+    }
+    if (onFinish)
+        onFinish(file);
+}
+
+void TransferRecorder::didFinishCollectingMetrics(const Task &task)
+{
+    const std::lock_guard lock(m_mutex);
+    note(task).calls.append(QStringLiteral("metrics"));
+}
+
+void TransferRecorder::didComplete(const Task &task, const std::optional<URLError> &error)
+{
+    const std::lock_guard lock(m_mutex);
+    Told &told = note(task);
+    told.calls.append(QStringLiteral("complete"));
+    told.error = error;
+    told.response = task->response();
+    told.ended = true;
+}
+
+Told TransferRecorder::of(const Task &task) const
+{
+    const std::lock_guard lock(m_mutex);
+    for (const auto &[known, told] : m_told) {
+        if (known == task)
+            return told;
+    }
+    return {};
+}
+
+bool TransferRecorder::waitForEnd(const Task &task, int timeout) const
+{
+    return QTest::qWaitFor([&] { return of(task).ended; }, timeout);
+}
+
+int TransferRecorder::calls() const
+{
+    const std::lock_guard lock(m_mutex);
+    qsizetype count = 0;
+    for (const auto &[task, told] : m_told)
+        count += told.calls.size() + told.progress.size();
+    return static_cast<int>(count);
+}
+
+std::optional<std::thread::id> TransferRecorder::thread() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_threads.size() == 1 ? std::optional(m_threads.front()) : std::nullopt;
+}
+
+URLSessionFixture::URLSessionFixture()
+{
+    qputenv("TMPDIR", temporary.path().toUtf8());
+    session = std::make_unique<URLSession>(&recorder);
+}
+
+URLSessionFixture::~URLSessionFixture()
+{
+    session.reset();
+    qunsetenv("TMPDIR");
+}
+
+Told URLSessionFixture::download(const QUrl &url)
+{
+    return run(session->downloadTask(url));
+}
+
+Told URLSessionFixture::resume(const QByteArray &resumeData)
+{
+    return run(session->downloadTask(resumeData));
+}
+
+Told URLSessionFixture::run(const TransferRecorder::Task &task)
+{
+    task->resume();
+    EXPECT_TRUE(recorder.waitForEnd(task)) << "the task never ended";
+    return recorder.of(task);
+}
+
+DataTaskResult URLSessionFixture::fetch(const URLRequest &request)
+{
+    struct State
+    {
+        std::mutex mutex;
+        std::optional<DataTaskResult> result;
+    };
+    const auto state = std::make_shared<State>();
+    session->dataTask(request, [state](const DataTaskResult &result) {
+        const std::lock_guard lock(state->mutex);
+        EXPECT_FALSE(state->result) << "told twice";
+        state->result = result;
+    });
+    const bool told = QTest::qWaitFor(
+        [&] {
+            const std::lock_guard lock(state->mutex);
+            return state->result.has_value();
+        },
+        30'000);
+    EXPECT_TRUE(told) << "the completion never ran";
+    const std::lock_guard lock(state->mutex);
+    return state->result.value_or(DataTaskResult());
+}
+
+DataTaskResult URLSessionFixture::fetch(const QByteArray &path)
+{
+    URLRequest request;
+    request.url = server.url(path);
+    return fetch(request);
+}
+
+QStringList URLSessionFixture::temporaryFiles() const
+{
+    return QDir(temporary.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+}

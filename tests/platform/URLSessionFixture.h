@@ -1,0 +1,93 @@
+#pragma once
+
+#include "platform/URLSession.h"
+#include "tests/support/FaultServer.h"
+
+#include <QElapsedTimer>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <mutex>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+/// Bytes that look different at every place.
+[[nodiscard]] QByteArray pattern(qsizetype size, quint32 seed = 1);
+
+/// What was told of one task.
+struct Told
+{
+    struct Progress
+    {
+        qint64 written;
+        qint64 total;
+        qint64 expected;
+        qint64 time; ///< milliseconds since the recorder was made
+    };
+
+    QStringList calls; ///< "finished", "metrics", "complete"; progress only where it came late
+    QList<Progress> progress;
+    QString file;
+    QByteArray content;
+    std::optional<URLError> error;
+    std::optional<URLResponse> response; ///< as seen in didComplete
+    bool ended = false;
+
+    [[nodiscard]] QString errorText() const { return error ? error->description : QString(); }
+    [[nodiscard]] bool isResumable() const { return error && error->resumeData; }
+    [[nodiscard]] qint64 written() const;
+};
+
+/// Writes down what a session tells. The hooks run on the session's thread, inside the calls.
+class TransferRecorder : public URLSessionDownloadDelegate
+{
+public:
+    using Task = std::shared_ptr<URLSessionDownloadTask>;
+
+    TransferRecorder() { m_clock.start(); }
+
+    void didWriteData(const Task &task, qint64 written, qint64 total, qint64 expected) override;
+    void didFinishDownloading(const Task &task, const QString &file) override;
+    void didFinishCollectingMetrics(const Task &task) override;
+    void didComplete(const Task &task, const std::optional<URLError> &error) override;
+
+    [[nodiscard]] Told of(const Task &task) const;
+    [[nodiscard]] bool waitForEnd(const Task &task, int timeout = 30'000) const;
+    [[nodiscard]] int calls() const;
+    /// The one thread all calls came on; absent when there was none or more than one.
+    [[nodiscard]] std::optional<std::thread::id> thread() const;
+
+    std::function<void(const Task &task)> onWrite;
+    std::function<void(const QString &file)> onFinish;
+
+private:
+    Told &note(const Task &task);
+
+    mutable std::mutex m_mutex;
+    QElapsedTimer m_clock;
+    std::vector<std::pair<Task, Told>> m_told; ///< the tasks stay, so that no address comes back
+    std::vector<std::thread::id> m_threads;
+};
+
+/// A session, a server and a temporary folder of their own.
+class URLSessionFixture : public testing::Test
+{
+protected:
+    URLSessionFixture();
+    ~URLSessionFixture() override;
+
+    [[nodiscard]] Told download(const QUrl &url);
+    [[nodiscard]] Told download(const QByteArray &path) { return download(server.url(path)); }
+    [[nodiscard]] Told resume(const QByteArray &resumeData);
+    [[nodiscard]] Told run(const TransferRecorder::Task &task);
+    [[nodiscard]] DataTaskResult fetch(const URLRequest &request);
+    [[nodiscard]] DataTaskResult fetch(const QByteArray &path);
+    /// What lies in the temporary folder.
+    [[nodiscard]] QStringList temporaryFiles() const;
+
+    QTemporaryDir temporary;
+    FaultServer server;
+    TransferRecorder recorder;
+    std::unique_ptr<URLSession> session;
+};
