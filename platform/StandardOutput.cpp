@@ -1,0 +1,83 @@
+#include "platform/StandardOutput.h"
+
+#include "platform/Dispatch.h"
+
+#include <QAbstractEventDispatcher>
+#include <QMutex>
+#include <QPointer>
+#include <QStringList>
+
+#include <cstdio>
+
+namespace {
+
+/// Lines of the main thread are written out when its event loop next comes to rest: a library scan
+/// prints tens of thousands.
+bool flushedByEventLoop()
+{
+    if (!QCoreApplication::instance() || !Dispatch::isMainThread())
+        return false;
+    static QPointer<QAbstractEventDispatcher> flusher;
+    QAbstractEventDispatcher *dispatcher = QAbstractEventDispatcher::instance();
+    if (dispatcher && flusher != dispatcher) {
+        flusher = dispatcher;
+        QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, dispatcher,
+                         [] { std::fflush(stdout); });
+    }
+    return dispatcher != nullptr;
+}
+
+QString escaped(QChar character)
+{
+    switch (character.unicode()) {
+    case '"':
+        return QStringLiteral("\\\"");
+    case '\\':
+        return QStringLiteral("\\\\");
+    case '\n':
+        return QStringLiteral("\\n");
+    case '\r':
+        return QStringLiteral("\\r");
+    case '\t':
+        return QStringLiteral("\\t");
+    case 0:
+        return QStringLiteral("\\0");
+    default:
+        if (character.category() == QChar::Other_Control)
+            return QStringLiteral("\\u{%1}").arg(character.unicode(), 4, 16, QLatin1Char('0'));
+        return QString(character);
+    }
+}
+
+} // namespace
+
+void print(const QString &line)
+{
+    static QMutex mutex;
+    const QByteArray bytes = line.toUtf8() + '\n';
+    const QMutexLocker locker(&mutex);
+    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stdout);
+    if (!flushedByEventLoop())
+        std::fflush(stdout);
+}
+
+void debugPrint(const QString &line)
+{
+    print(debugDescription(line));
+}
+
+QString debugDescription(const QString &text)
+{
+    QString result(QLatin1Char('"'));
+    for (const QChar character : text)
+        result += escaped(character);
+    return result + QLatin1Char('"');
+}
+
+QString debugDescription(const QStringList &texts)
+{
+    QStringList entries;
+    for (const QString &text : texts)
+        entries += debugDescription(text);
+    return QLatin1Char('[') + entries.join(QStringLiteral(", ")) + QLatin1Char(']');
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+
+/// The program's lines on standard output. Any thread; lines never interleave.
+
+/// A plain line.
+void print(const QString &line);
+
+/// A line of the debug log: the text in double quotes, with quotes, backslashes and control
+/// characters escaped.
+void debugPrint(const QString &line);
+
+/// The debug form of a text, as debugPrint() shows it.
+[[nodiscard]] QString debugDescription(const QString &text);
+
+/// The standard text form of a list of texts: square brackets, entries in debug form, ", " between.
+[[nodiscard]] QString debugDescription(const QStringList &texts);

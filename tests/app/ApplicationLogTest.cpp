@@ -1,0 +1,158 @@
+#include "app/ApplicationLog.h"
+
+#include "tests/support/Traces.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <thread>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class ApplicationLogTest : public testing::Test
+{
+protected:
+    ApplicationLogTest()
+    {
+        qputenv("HOME", m_home.path().toUtf8());
+        folder = FileManager::documentsFolder().value();
+        log = folder + u"/log.txt"_s;
+    }
+
+    [[nodiscard]] QByteArray content() const
+    {
+        QFile file(log);
+        return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray("unreadable");
+    }
+
+    void write(const QByteArray &data) const
+    {
+        QFile file(log);
+        ASSERT_TRUE(file.open(QFile::WriteOnly) && file.write(data) == data.size());
+    }
+
+    /// All that is printed, the line that names the file, too.
+    static QByteArray output(const QString &line)
+    {
+        testing::internal::CaptureStdout();
+        writeLog(line);
+        return QByteArray::fromStdString(testing::internal::GetCapturedStdout());
+    }
+
+    QString folder;
+    QString log;
+
+private:
+    QTemporaryDir m_home;
+};
+
+} // namespace
+
+TEST_F(ApplicationLogTest, FirstEntryMakesTheFileAndItsFolder)
+{
+    QDir().rmdir(folder);
+    const QByteArray printed = output(u"loadData Beginn"_s);
+    EXPECT_EQ(content(), "loadData Beginn \n");
+    EXPECT_EQ(printed, "FilePath: " + log.toUtf8() + '\n');
+    EXPECT_EQ(QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+              QStringList(u"log.txt"_s));
+}
+
+TEST_F(ApplicationLogTest, LaterEntriesAreAppended)
+{
+    write("of an earlier run \n");
+    for (const QString &line : {u"a"_s, u"b\nc"_s, u"Größe 2 €"_s, QString()})
+        EXPECT_EQ(output(line), "FilePath: " + log.toUtf8() + '\n');
+    EXPECT_EQ(content(), "of an earlier run \na \nb\nc \nGröße 2 € \n \n");
+}
+
+TEST_F(ApplicationLogTest, FollowsTheNameWhenTheFileGoesOrIsReplaced)
+{
+    writeLog(u"one"_s);
+    QFile::remove(log);
+    writeLog(u"two"_s);
+    writeLog(u"more"_s);
+    EXPECT_EQ(content(), "two \nmore \n");
+    ASSERT_TRUE(QFile::rename(log, log + u".1"_s));
+    write("new \n");
+    writeLog(u"three"_s);
+    EXPECT_EQ(content(), "new \nthree \n");
+    write("");
+    writeLog(u"four"_s);
+    EXPECT_EQ(content(), "four \n");
+}
+
+TEST_F(ApplicationLogTest, FollowsTheHomeFolder)
+{
+    writeLog(u"here"_s);
+    const QTemporaryDir other;
+    qputenv("HOME", other.path().toUtf8());
+    writeLog(u"there"_s);
+    EXPECT_EQ(content(), "here \n");
+    EXPECT_EQ(logEntries(), QStringList(u"there"_s));
+}
+
+TEST_F(ApplicationLogTest, IsSilentWithoutDocumentsFolder)
+{
+    write("");
+    qputenv("HOME", log.toUtf8());
+    EXPECT_EQ(output(u"lost"_s), "");
+    EXPECT_EQ(content(), "");
+}
+
+TEST_F(ApplicationLogTest, PrintsWhyAFileCannotBeMade)
+{
+    ASSERT_TRUE(QDir(folder).mkdir(u"log.txt.new"_s));
+    EXPECT_EQ(output(u"lost"_s), "FilePath: " + log.toUtf8() + "\nFailed writing to URL: file://"
+                                     + log.toUtf8() + ", Error: Is a directory\n");
+    EXPECT_FALSE(QFileInfo::exists(log));
+}
+
+TEST_F(ApplicationLogTest, PrintsWhyAFileCannotBeOpened)
+{
+    ASSERT_TRUE(QDir(folder).mkdir(u"log.txt"_s));
+    EXPECT_EQ(output(u"lost"_s),
+              "FilePath: " + log.toUtf8() + "\nError writing to file Is a directory\n");
+}
+
+TEST_F(ApplicationLogTest, PrintsThatTheDiskIsFullAndRecovers)
+{
+    std::filesystem::create_symlink("/dev/full", log.toStdString());
+    EXPECT_EQ(output(u"lost"_s),
+              "FilePath: " + log.toUtf8() + "\nError writing to file No space left on device\n");
+    QFile::remove(log);
+    writeLog(u"kept"_s);
+    EXPECT_EQ(content(), "kept \n");
+}
+
+TEST_F(ApplicationLogTest, EntriesOfSeveralThreadsStayWhole)
+{
+    constexpr int threads = 4;
+    constexpr int perThread = 200;
+    testing::internal::CaptureStdout();
+    std::vector<std::jthread> writers;
+    for (int i = 0; i < threads; ++i)
+        writers.emplace_back([i] {
+            for (int j = 0; j < perThread; ++j)
+                writeLog(u"%1: %2 "_s.arg(i).arg(j) + QString(300, QChar(u'a' + i)));
+        });
+    writers.clear();
+    const QString printed = QString::fromStdString(testing::internal::GetCapturedStdout());
+    EXPECT_EQ(printed, (u"FilePath: "_s + log + u'\n').repeated(threads * perThread));
+
+    QStringList next(threads, u"0"_s);
+    const QStringList entries = logEntries();
+    ASSERT_EQ(entries.size(), threads * perThread);
+    for (const QString &entry : entries) {
+        const int writer = entry.left(1).toInt();
+        EXPECT_EQ(entry,
+                  u"%1: %2 "_s.arg(writer).arg(next[writer]) + QString(300, QChar(u'a' + writer)));
+        next[writer] = QString::number(next[writer].toInt() + 1);
+    }
+}
