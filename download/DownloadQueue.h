@@ -1,0 +1,49 @@
+#pragma once
+
+#include "download/DownloadType.h"
+#include "library/BaseElement.h"
+
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+/// The kind of file a row stands for.
+enum class UpdateFileType { iso, bin, qnk, txt, png };
+
+/// The case's name.
+[[nodiscard]] QString name(UpdateFileType type);
+
+/// One row of the download queue.
+struct UpdateElement
+{
+    QString publisherId;
+    QString mid;
+    QString bookVersion;
+    QString elementId;
+    QString title;
+    DownloadType downloadType = DownloadType::Waiting;
+    std::optional<CoverImage> image;
+    qint64 contentLength = 0; ///< bytes, 0 when unknown
+    UpdateFileType updateFileType = UpdateFileType::qnk;
+    QString updateURLString;
+};
+
+/// Whether the row waits, loads or is being placed.
+[[nodiscard]] bool isOpen(const UpdateElement &row);
+
+// The run's shared state, once for the whole program. Main thread only; debug builds assert it.
+
+[[nodiscard]] QList<UpdateElement> &updateElements();
+
+/// The records of the last catalogue run.
+[[nodiscard]] ElementList &pendingElements();
+
+/// The first record with that MID, compared as text; absent when there is none.
+[[nodiscard]] ElementPtr pendingElement(const QString &mid);
+
+[[nodiscard]] qint64 &totalBytesToDownload();
+[[nodiscard]] qint64 &totalBytesDownloaded();
+
+/// Whether any row of the queue is open.
+[[nodiscard]] bool queueHasOpenRows();

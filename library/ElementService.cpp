@@ -1,0 +1,227 @@
+#include "library/ElementService.h"
+
+#include "app/ApplicationLog.h"
+#include "library/LibraryLists.h"
+#include "pen/FileService.h"
+#include "pen/TextValues.h"
+#include "pen/URLFactory.h"
+#include "pen/UsbService.h"
+#include "platform/FileManager.h"
+#include "platform/StandardOutput.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// As much of a cover as tells that it is a picture, and as much again for one whose header is
+/// long.
+constexpr qint64 coverHead = 4 * 1024;
+constexpr qint64 longCoverHead = 256 * 1024;
+
+struct MetadataText
+{
+    QString identifier;
+    QString content; ///< with the prefix that names the identifier
+};
+
+QString path(const QUrl &url)
+{
+    return url.path(QUrl::FullyDecoded);
+}
+
+QString identifier(const QString &fileName)
+{
+    QString name = fileName;
+    return name.remove(fileExtension(FileType::txt));
+}
+
+/// A title's own "Id:" line stands unless it could not be the base name of files.
+ElementPtr record(const MetadataText &text)
+{
+    auto element = std::make_shared<BaseElement>(BaseElement::parseTextFile(text.content));
+    if (!isSafeFileName(element->id)) {
+        debugPrint(u"Not an identifier: "_s + element->id);
+        const BaseElement named = BaseElement::parseTextFile(u"Id: "_s + text.identifier);
+        element->id = named.id;
+        element->mid = named.mid;
+    }
+    return element;
+}
+
+QList<MetadataText> readMetadataFiles(const QUrl &bookFolder, const QStringList &fileNames)
+{
+    QList<MetadataText> texts;
+    for (const QString &name : fileNames) {
+        const auto content = FileService::getFileContent(URLFactory::fileURL(bookFolder, name));
+        if (!content)
+            continue;
+        const QString prefix = ElementService::idPrefix(name);
+        texts.append({identifier(name), prefix + *content});
+        writeLog(u"getQuilloFilesInfoFromPen in for elementFiles: "_s + prefix);
+    }
+    writeLog(u"getQuilloFilesInfoFromPen nach for elementFileNames"_s);
+    return texts;
+}
+
+ElementList sortedRecords(const QList<MetadataText> &texts)
+{
+    writeLog(u"getQuilloFilesInfoFromPen in if contentList.count > 0"_s);
+    writeLog(u"getQuilloFilesInfoFromPen contentList length = "_s + QString::number(texts.size()));
+    ElementList records;
+    for (const MetadataText &text : texts)
+        records += record(text);
+    writeLog(u"getQuilloFilesInfoFromPen nach for contentList"_s);
+    std::stable_sort(records.begin(), records.end(),
+                     [](const ElementPtr &a, const ElementPtr &b) { return a->name < b->name; });
+    writeLog(u"getQuilloFilesInfoFromPen baseElementArray length = "_s
+             + QString::number(records.size()));
+    return records;
+}
+
+void appendByKind(PenLibrary &library, const BaseElement &element)
+{
+    if (!element.type)
+        return;
+    switch (*element.type) {
+    case ElementType::Book:
+        library.books += std::make_shared<Book>(element);
+        break;
+    case ElementType::Game:
+        library.games += std::make_shared<Game>(element);
+        break;
+    case ElementType::Archive:
+        library.archives += std::make_shared<Archive>(element);
+        break;
+    case ElementType::LearningMaterial:
+        library.learningMaterials += std::make_shared<LearningMaterial>(element);
+        break;
+    }
+}
+
+PenLibrary libraryWithCovers(const ElementList &records)
+{
+    PenLibrary library;
+    for (const ElementPtr &element : records) {
+        writeLog(u"getQuilloFilesInfoFromPen in for baseElementArray: "_s + element->id);
+        element->image = ElementService::loadCoverImage(element->id);
+        if (!element->image)
+            continue;
+        writeLog(u"getQuilloFilesInfoFromPen if image != nil"_s);
+        appendByKind(library, *element);
+    }
+    writeLog(u"getQuilloFilesInfoFromPen nach for baseElementArray"_s);
+    return library;
+}
+
+PenLibrary scan()
+{
+    if (!UsbService::isQuilloConnected())
+        return {};
+    writeLog(u"getQuilloFilesInfoFromPen in if isQuilloConnected"_s);
+    const std::optional<QUrl> bookFolder = URLFactory::getBookURL();
+    if (!bookFolder || !FileManager::fileExists(path(*bookFolder)))
+        return {};
+    writeLog(u"getQuilloFilesInfoFromPen in if bookFolderExists"_s);
+    const QStringList names = FileService::listFiles(*bookFolder, fileExtension(FileType::txt));
+    writeLog(u"getQuilloFilesInfoFromPen elementFileNames length = "_s
+             + QString::number(names.size()));
+    const QList<MetadataText> texts = readMetadataFiles(*bookFolder, names);
+    if (texts.isEmpty())
+        return {};
+    return libraryWithCovers(sortedRecords(texts));
+}
+
+/// The file of a title in the book folder; absent without pen or for a name that is none.
+std::optional<QString> titleFile(const QString &id, FileType type)
+{
+    const std::optional<QUrl> folder = URLFactory::getBookURL();
+    if (!folder || !isSafeFileName(id))
+        return std::nullopt;
+    return path(*folder) + URLFactory::fileName(id, type);
+}
+
+} // namespace
+
+PenLibrary ElementService::getQuilloFilesInfoFromPen()
+{
+    writeLog(u"getQuilloFilesInfoFromPen Beginn"_s);
+    PenLibrary library = scan();
+    writeLog(u"getQuilloFilesInfoFromPen Ende"_s);
+    return library;
+}
+
+ElementList ElementService::getTextFileContentFromPen()
+{
+    writeLog(u"getTextFileContentFromPen Beginn"_s);
+    const std::optional<QUrl> bookFolder = URLFactory::getBookURL();
+    if (!bookFolder) {
+        writeLog(u"getTextFileContentFromPen return"_s);
+        return {};
+    }
+    const QStringList names = FileService::listFiles(*bookFolder, fileExtension(FileType::txt));
+    writeLog(u"getTextFileContentFromPen elementFileNames length "_s
+             + QString::number(names.size()));
+    ElementList records;
+    for (const QString &name : names) {
+        const auto content = FileService::getFileContent(URLFactory::fileURL(*bookFolder, name));
+        if (!content) {
+            writeLog(u"getTextFileContentFromPen continue"_s);
+            continue;
+        }
+        records += record({identifier(name), idPrefix(name) + *content});
+        writeLog(u"getTextFileContentFromPen in for elementFileNames: "_s + idPrefix(name));
+    }
+    writeLog(u"getTextFileContentFromPen nach for elementFileNames"_s);
+    writeLog(u"getTextFileContentFromPen baseElementArray length: "_s
+             + QString::number(records.size()));
+    writeLog(u"getTextFileContentFromPen Ende"_s);
+    return records;
+}
+
+QString ElementService::idPrefix(const QString &fileName)
+{
+    return u"Id: "_s + identifier(fileName) + u'\n';
+}
+
+std::optional<CoverImage> ElementService::loadCoverImage(const QString &id)
+{
+    const std::optional<QString> file = titleFile(id, FileType::png);
+    if (!file)
+        return dummyCover();
+    const FileManager::Contents head = FileManager::contents(*file, coverHead);
+    if (!head.data)
+        return dummyCover();
+    std::optional<QSize> size = pictureSize(*head.data);
+    if (!size && head.fileSize > coverHead)
+        size = pictureSize(FileManager::contents(*file, longCoverHead).data.value_or(QByteArray()));
+    if (!size)
+        return std::nullopt;
+    return CoverImage{*file, *size, head.fileSize, head.modified};
+}
+
+bool ElementService::deleteElement(const QString &id)
+{
+    const ElementList titles = allElements();
+    const auto title = std::find_if(titles.begin(), titles.end(),
+                                    [&id](const ElementPtr &element) { return element->id == id; });
+    if (title != titles.end()) {
+        const QString type = (*title)->type ? rawValue(*(*title)->type) : u"nil"_s;
+        debugPrint(u"Will delete "_s + (*title)->name + u" of type "_s + type);
+    }
+    bool nothingLeft = true;
+    for (const FileType type : {FileType::txt, FileType::png, FileType::qnk}) {
+        const std::optional<QString> file = titleFile(id, type);
+        if (!file || (!FileService::deleteFile(*file) && FileManager::fileExists(*file)))
+            nothingLeft = false;
+    }
+    // A file of a pen that has just been pulled only seems to be gone.
+    return nothingLeft && URLFactory::getBookURL();
+}
+
+bool ElementService::qnkFileExists(const QString &id)
+{
+    const std::optional<QString> file = titleFile(id, FileType::qnk);
+    return file && FileManager::fileExists(*file);
+}

@@ -1,0 +1,124 @@
+#include "pen/FileService.h"
+
+#include "app/ApplicationLog.h"
+#include "pen/TextValues.h"
+#include "pen/URLFactory.h"
+#include "platform/FileManager.h"
+#include "platform/StandardOutput.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString text(const QUrl &url)
+{
+    return url.toString(QUrl::FullyEncoded);
+}
+
+QString path(const QUrl &url)
+{
+    return url.path(QUrl::FullyDecoded);
+}
+
+void printError(const QString &error)
+{
+    print(u"ERROR: "_s + error);
+}
+
+/// The file's text; absent after printing why.
+std::optional<QString> readText(const QUrl &fileURL)
+{
+    const FileManager::Contents contents = FileManager::contents(path(fileURL));
+    if (!contents.data) {
+        printError(contents.error);
+        return std::nullopt;
+    }
+    std::optional<QString> decoded = decodeUtf8(*contents.data);
+    if (!decoded)
+        printError(u"The file "_s + text(fileURL) + u" is not UTF-8 text."_s);
+    return decoded;
+}
+
+} // namespace
+
+std::optional<QString> FileService::getFileContent(const QUrl &fileURL)
+{
+    writeLog(u"getFileContent Beginn"_s);
+    writeLog(u"getFileContent fileURL = "_s + text(fileURL));
+    const std::optional<QString> content = readText(fileURL);
+    if (content)
+        writeLog(u"getFileContent return text = "_s + *content);
+    else
+        writeLog(u"getFileContent return nil"_s);
+    writeLog(u"getFileContent Ende"_s);
+    return content;
+}
+
+std::optional<QStringList> FileService::getFileLines(const QUrl &fileURL)
+{
+    const std::optional<QString> content = readText(fileURL);
+    if (!content)
+        return std::nullopt;
+    QStringList lines = splitAtNewlines(*content);
+    lines.removeAll(QString());
+    return lines;
+}
+
+void FileService::writeFile(const QString &text, const QUrl &fileURL)
+{
+    const FileResult result =
+        FileManager::write(path(fileURL), text.toUtf8(), FileManager::WriteMode::InPlace);
+    if (!result)
+        printError(result.error);
+}
+
+QStringList FileService::listFiles(const QUrl &directoryURL, const QString &containing)
+{
+    auto entries =
+        FileManager::contentsOfDirectory(path(directoryURL), FileManager::HiddenFiles::Skip)
+            .value_or(QList<FileManager::Entry>());
+    std::stable_sort(entries.begin(), entries.end(),
+                     [](const FileManager::Entry &a, const FileManager::Entry &b) {
+                         return a.modified > b.modified;
+                     });
+    QStringList names;
+    for (const FileManager::Entry &entry : std::as_const(entries)) {
+        if (entry.name.contains(containing))
+            names += entry.name;
+    }
+    return names;
+}
+
+bool FileService::deleteFiles(const QString &mid)
+{
+    bool allRemoved = true;
+    for (const FileType type : {FileType::qnk, FileType::png, FileType::txt}) {
+        const std::optional<QUrl> url = URLFactory::url(mid, type);
+        if (!url || !FileManager::fileExists(path(*url)))
+            continue;
+        debugPrint(u"Will delete item at "_s + text(*url));
+        if (const FileResult result = FileManager::removeItem(path(*url)); !result) {
+            printError(result.error);
+            allRemoved = false;
+        }
+    }
+    return allRemoved;
+}
+
+bool FileService::deleteFile(const QString &atPath)
+{
+    if (!FileManager::fileExists(atPath))
+        return false;
+    const FileResult result = FileManager::removeItem(atPath);
+    if (!result)
+        debugPrint(u"ERROR: "_s + result.error);
+    return bool(result);
+}
+
+void FileService::deleteFile(const QUrl &fileURL)
+{
+    if (!FileManager::removeItem(path(fileURL)))
+        debugPrint(u"Deleting this file: "_s + text(fileURL) + u" failed for some reason"_s);
+}

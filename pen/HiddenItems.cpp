@@ -1,0 +1,21 @@
+// Apart from the rest of FileService: the connected test reads through it.
+#include "pen/FileService.h"
+#include "pen/URLFactory.h"
+#include "pen/UsbService.h"
+#include "platform/FileManager.h"
+
+void FileService::removeHiddenItems()
+{
+    if (!UsbService::isQuilloConnected())
+        return;
+    const std::optional<QUrl> root = URLFactory::getQuilloURL();
+    if (!root)
+        return;
+    const QString rootPath = root->path(QUrl::FullyDecoded);
+    const auto entries =
+        FileManager::contentsOfDirectory(rootPath, FileManager::HiddenFiles::Include);
+    for (const FileManager::Entry &entry : entries.value_or(QList<FileManager::Entry>())) {
+        if (entry.name.startsWith(QLatin1Char('.')))
+            FileManager::removeItem(rootPath + entry.name);
+    }
+}

@@ -1,0 +1,66 @@
+#include "pen/UsbService.h"
+
+#include "app/ApplicationLog.h"
+#include "pen/FileService.h"
+#include "pen/URLFactory.h"
+#include "platform/FileManager.h"
+#include "platform/StandardOutput.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+bool settingsFileHoldsText()
+{
+    writeLog(u"isQuilloConnected vor getSettingsFileURL"_s);
+    const std::optional<QUrl> settings = URLFactory::getSettingsFileURL();
+    if (!settings) {
+        writeLog(u"isQuilloConnected getSettingsFileURL failed"_s);
+        return false;
+    }
+    writeLog(u"isQuilloConnected vor filesExists (settingsFile URL)"_s);
+    if (!FileManager::fileExists(settings->path(QUrl::FullyDecoded))) {
+        writeLog(u"isQuilloConnected fileExists (settingsFileURL) failed"_s);
+        return false;
+    }
+    writeLog(u"isQuilloConnected vor getFileContent (settingsFileURL)"_s);
+    const std::optional<QString> content = FileService::getFileContent(*settings);
+    if (!content || content->isEmpty()) {
+        writeLog(u"isQuilloConnected getFileContent (settingsFileURL) failed"_s);
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+bool UsbService::isQuilloConnected()
+{
+    writeLog(u"isQuilloConnected Beginn"_s);
+    const bool connected = settingsFileHoldsText();
+    if (connected)
+        debugPrint(u"Quillo is connected."_s);
+    writeLog(u"isQuilloConnected Ende"_s);
+    return connected;
+}
+
+std::optional<QString> UsbService::getQuilloName()
+{
+    const std::optional<QUrl> root = URLFactory::getQuilloURL();
+    if (!root)
+        return std::nullopt;
+    QStringList pieces = root->toString(QUrl::FullyEncoded).split(u'/');
+    pieces.removeLast();
+    if (pieces.isEmpty())
+        return std::nullopt;
+    return pieces.last();
+}
+
+bool UsbService::canDeviceNameBeQuillo(const QString &name)
+{
+    const QString upper = name.toUpper();
+    return std::any_of(URLFactory::volumeNames.begin(), URLFactory::volumeNames.end(),
+                       [&upper](const QString &accepted) { return upper.contains(accepted); });
+}

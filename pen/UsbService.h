@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+/// Whether the pen is plugged in and what its volume is called. Any thread.
+class UsbService
+{
+public:
+    /// The connected test: the pen's volume is mounted and its settings file holds text.
+    [[nodiscard]] static bool isQuilloConnected();
+
+    /// The volume's name as the root address spells it ("NO%20NAME"); absent without pen.
+    [[nodiscard]] static std::optional<QString> getQuilloName();
+
+    /// Whether a mounted or unmounted volume of this name may be the pen; looser than the test that
+    /// finds the pen's root.
+    [[nodiscard]] static bool canDeviceNameBeQuillo(const QString &name);
+};
