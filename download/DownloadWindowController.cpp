@@ -1,0 +1,407 @@
+#include "download/DownloadWindowController.h"
+
+#include "app/ApplicationLog.h"
+#include "download/DownloadFileService.h"
+#include "download/DownloadQueue.h"
+#include "download/LibraryReloading.h"
+#include "library/ElementService.h"
+#include "pen/FileService.h"
+#include "platform/Dispatch.h"
+#include "platform/NotificationCenter.h"
+#include "sync/ElementUpdateService.h"
+#include "sync/VersionService.h"
+#include "ui/Localization.h"
+
+#include <algorithm>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto copyTickInterval = 100ms;
+constexpr double copyTicksPerSecond = 10;
+constexpr double assumedCopySpeed = 2'000'000; // bytes per second
+
+bool isSystemSoftware(const UpdateElement &row)
+{
+    return row.updateFileType == UpdateFileType::iso || row.updateFileType == UpdateFileType::bin;
+}
+
+int rowsNotCanceled()
+{
+    const QList<UpdateElement> &rows = updateElements();
+    return static_cast<int>(std::count_if(rows.begin(), rows.end(), [](const UpdateElement &row) {
+        return row.downloadType != DownloadType::Canceled;
+    }));
+}
+
+bool anyRow(DownloadType state)
+{
+    const QList<UpdateElement> &rows = updateElements();
+    return std::any_of(rows.begin(), rows.end(),
+                       [state](const UpdateElement &row) { return row.downloadType == state; });
+}
+
+bool allRowsReadyOrCanceled()
+{
+    const QList<UpdateElement> &rows = updateElements();
+    return std::all_of(rows.begin(), rows.end(), [](const UpdateElement &row) {
+        return row.downloadType == DownloadType::Ready
+               || row.downloadType == DownloadType::Canceled;
+    });
+}
+
+QueueCounts countRows(int index)
+{
+    QueueCounts counts;
+    counts.index = index;
+    for (const UpdateElement &row : std::as_const(updateElements())) {
+        counts.systemSoftware += isSystemSoftware(row) ? 1 : 0;
+        counts.medias += row.updateFileType == UpdateFileType::qnk ? 1 : 0;
+    }
+    return counts;
+}
+
+/// The share of the rows placed once row `index` is, in percent.
+double copyTarget(int index, int rows)
+{
+    return (index + 1) * 100.0 / std::max(1, rows);
+}
+
+} // namespace
+
+DownloadWindowController::DownloadWindowController(QObject *parent)
+    : QObject(parent)
+{
+    m_copyPercentageTimer.setInterval(copyTickInterval);
+    m_presentation = presentationFor(m_phase);
+    observeNotifications();
+}
+
+DownloadWindowController::~DownloadWindowController() = default;
+
+void DownloadWindowController::observeNotifications()
+{
+    NotificationCenter &center = NotificationCenter::defaultCenter();
+    center.addObserver(downloadPercentage, this,
+                       [this](const QVariantMap &userInfo) { changeProgressBar(userInfo); });
+    center.addObserver(downloadComplete, this,
+                       [this](const QVariantMap &) { changeToDownloadComplete(); });
+    center.addObserver(QueueWindow::startElementDownloads, this,
+                       [this](const QVariantMap &) { startElementDownloads(); });
+    center.addObserver(noResponseFromServer, this,
+                       [this](const QVariantMap &) { showNoInternetConnection(); });
+}
+
+void DownloadWindowController::setDownloadFileService(DownloadFileService *service)
+{
+    m_downloadFileService = service;
+    m_versionService = service ? std::make_unique<VersionService>(*service) : nullptr;
+}
+
+void DownloadWindowController::setViewController(LibraryReloading *viewController)
+{
+    m_viewController = viewController;
+}
+
+void DownloadWindowController::reloadQueueTable()
+{
+    Q_EMIT queueChanged();
+}
+
+void DownloadWindowController::startElementDownloads()
+{
+    writeLog(QueueWindow::startElementDownloads);
+    if (m_stopped)
+        return;
+    m_isWorking = true;
+    passFinishedRows();
+    if (m_indexToDownload < 0) {
+        reloadQueueTable();
+        return;
+    }
+    QList<UpdateElement> &rows = updateElements();
+    if (m_indexToDownload < rows.size())
+        startRow(rows[m_indexToDownload]);
+    announceEnd();
+    reloadQueueTable();
+}
+
+/// Goes on to the first waiting row, as if each row before it had been asked for by itself.
+void DownloadWindowController::passFinishedRows()
+{
+    const QList<UpdateElement> &rows = updateElements();
+    while (m_indexToDownload >= 0 && m_indexToDownload < rows.size()
+           && rows.at(m_indexToDownload).downloadType != DownloadType::Waiting) {
+        ++m_indexToDownload;
+        writeLog(QueueWindow::startElementDownloads);
+    }
+}
+
+void DownloadWindowController::startRow(UpdateElement &row)
+{
+    if (row.updateFileType == UpdateFileType::txt || row.updateFileType == UpdateFileType::png)
+        return;
+    row.downloadType = DownloadType::Downloading;
+    m_presentation.cancelEnabled = !isSystemSoftware(row);
+    Q_EMIT presentationChanged();
+    if (!m_downloadFileService)
+        return;
+    const UpdateElement started = row;
+    if (started.updateFileType == UpdateFileType::iso)
+        m_versionService->downloadImage(started, {});
+    else if (started.updateFileType == UpdateFileType::bin)
+        m_versionService->downloadFirmware(started, {});
+    else
+        ElementUpdateService::downloadTitleContent(started.publisherId, started.mid,
+                                                   started.bookVersion, started.elementId,
+                                                   *m_downloadFileService, started);
+}
+
+/// Tells that the run is complete, or that it is over although rows have failed.
+void DownloadWindowController::announceEnd()
+{
+    if (allRowsReadyOrCanceled()) {
+        postNotification(downloadComplete);
+        m_isWorking = false;
+    } else if (!queueHasOpenRows()) {
+        endRun(Phase::SomeFailed);
+    }
+}
+
+void DownloadWindowController::changeProgressBar(const QVariantMap &userInfo)
+{
+    const QVariant percentage = userInfo.value(percentDownloadedKey);
+    if (percentage.typeId() == QMetaType::Double && !m_stopped)
+        setDownloadPercentage(percentage.toDouble());
+}
+
+void DownloadWindowController::changeToDownloadComplete()
+{
+    m_copyPercentageTimer.stop();
+    // A run without answer has nothing to be proud of.
+    if (m_stopped || (m_noAnswer && !anyRow(DownloadType::Ready))) {
+        Q_EMIT runEnded();
+        return;
+    }
+    enter(Phase::Complete);
+    Q_EMIT completed();
+    Q_EMIT runEnded();
+}
+
+void DownloadWindowController::showNoInternetConnection()
+{
+    m_noAnswer = true;
+    enter(Phase::NoAnswer);
+}
+
+void DownloadWindowController::copyStarted(int index)
+{
+    QList<UpdateElement> &rows = updateElements();
+    if (index < 0 || index >= rows.size()) {
+        writeLog(u"copyStarted(for:): Wrong index supplied. This should definitely not happen."_s);
+        if (!m_stopped)
+            enter(Phase::WrongRow);
+        return;
+    }
+    rows[index].downloadType = DownloadType::Copying;
+    reloadQueueTable();
+    startCopyTimer(index);
+}
+
+/// Fills the row's share of the copy percentage over the time that placing should take.
+void DownloadWindowController::startCopyTimer(int index)
+{
+    const int rows = rowsNotCanceled();
+    if (std::exchange(m_copiedBefore, true))
+        setCopyPercentage(copyTarget(index - 1, rows));
+    const double share = 100.0 / std::max(1, rows);
+    const double ticks = static_cast<double>(updateElements().at(index).contentLength)
+                         / assumedCopySpeed * copyTicksPerSecond;
+    m_copyStep = ticks > 0 ? share / ticks : share;
+    m_copyPercentageTimer.disconnect(this);
+    connect(&m_copyPercentageTimer, &QTimer::timeout, this,
+            [this, index, rows] { copyTick(index, rows); });
+    m_copyPercentageTimer.start();
+}
+
+void DownloadWindowController::copyTick(int index, int rows)
+{
+    const double target = copyTarget(index, rows);
+    if (target > m_copyPercentage) {
+        setCopyPercentage(m_copyPercentage + m_copyStep);
+        return;
+    }
+    setCopyPercentage(target);
+    m_copyPercentageTimer.stop();
+}
+
+void DownloadWindowController::copyFailed(int, const QString &error)
+{
+    if (std::exchange(m_stopped, true))
+        return;
+    m_copyError = error;
+    endRun(Phase::CopyFailed);
+}
+
+/// The queue goes no further; the window stays until the person closes it.
+void DownloadWindowController::endRun(Phase phase)
+{
+    m_copyPercentageTimer.stop();
+    enter(phase);
+    Q_EMIT runEnded();
+}
+
+void DownloadWindowController::resetProgress()
+{
+    m_indexToDownload = 0;
+    m_copyPercentage = 0;
+    m_copyPercentageTimer.stop();
+    setDownloadPercentage(0);
+}
+
+void DownloadWindowController::prepareForRun()
+{
+    m_isWorking = false;
+    m_stopped = false;
+    m_noAnswer = false;
+    m_copiedBefore = false;
+    m_indexToDownload = 0;
+    m_copyPercentage = 0;
+    m_downloadPercentage = 0;
+    m_copyPercentageTimer.stop();
+    enter(Phase::Idle);
+}
+
+void DownloadWindowController::penRemoved()
+{
+    m_stopped = true;
+    m_isWorking = false;
+    if (m_downloadFileService)
+        m_downloadFileService->cancelAllDownloads();
+    endRun(Phase::PenRemoved);
+}
+
+void DownloadWindowController::showWindow()
+{
+    Q_EMIT showRequested();
+}
+
+void DownloadWindowController::updateTexts()
+{
+    m_presentation.headline = headline();
+    Q_EMIT presentationChanged();
+    reloadQueueTable();
+}
+
+void DownloadWindowController::cancelBtnKlicked()
+{
+    m_stopped = true;
+    Dispatch::main(this, [this] {
+        if (m_downloadFileService)
+            m_downloadFileService->cancelAllDownloads();
+        if (m_viewController) {
+            m_viewController->loadData();
+            m_viewController->showBooksView();
+        }
+    });
+    Q_EMIT closeRequested();
+    endRun(Phase::Stopped);
+}
+
+void DownloadWindowController::okBtnKlicked()
+{
+    if (m_viewController) {
+        m_viewController->loadData();
+        m_viewController->showBooksView();
+    }
+    updateElements().clear();
+    reloadQueueTable();
+    FileService::removeHiddenItems();
+    Q_EMIT closeRequested();
+}
+
+void DownloadWindowController::onItemClicked(int row, int column)
+{
+    QList<UpdateElement> &rows = updateElements();
+    if (row < 0 || row >= rows.size() || column != cancelColumn || !canBeDropped(rows.at(row)))
+        return;
+    UpdateElement &dropped = rows[row];
+    dropped.downloadType = DownloadType::Canceled;
+    totalBytesToDownload() -= dropped.contentLength;
+    m_copyPercentage += 100.0 / static_cast<double>(rows.size());
+    if (!ElementService::qnkFileExists(dropped.elementId)) {
+        writeLog(u"Will delete meta file for "_s + dropped.elementId
+                 + u" since it was canceled and had no qnk on pen."_s);
+        ElementService::deleteElement(dropped.elementId);
+    }
+    enter(m_stopped ? m_phase : Phase::Running);
+    reloadQueueTable();
+}
+
+bool DownloadWindowController::canBeDropped(const UpdateElement &row)
+{
+    return row.downloadType == DownloadType::Waiting && row.updateFileType == UpdateFileType::qnk;
+}
+
+void DownloadWindowController::setDownloadPercentage(double percentage)
+{
+    m_downloadPercentage = percentage;
+    enter(Phase::Running);
+}
+
+void DownloadWindowController::setCopyPercentage(double percentage)
+{
+    m_copyPercentage = percentage;
+    enter(Phase::Running);
+}
+
+void DownloadWindowController::enter(Phase phase)
+{
+    m_phase = phase;
+    m_presentation = presentationFor(phase);
+    Q_EMIT presentationChanged();
+}
+
+DownloadPresentation DownloadWindowController::presentationFor(Phase phase) const
+{
+    const double shown =
+        phase == Phase::Complete ? 100.0 : shownProgress(m_downloadPercentage, m_copyPercentage);
+    DownloadPresentation presentation;
+    presentation.headline = headline();
+    presentation.step = QString::number(static_cast<int>(shown)) + u" %"_s;
+    presentation.bar = shown;
+    presentation.image =
+        phase == Phase::Complete ? u"quillo-fortschritt-laden_100"_s : progressImageName(shown);
+    presentation.okEnabled =
+        phase == Phase::Complete || phase == Phase::NoAnswer || phase == Phase::PenRemoved;
+    presentation.cancelEnabled = !presentation.okEnabled;
+    return presentation;
+}
+
+QString DownloadWindowController::headline() const
+{
+    switch (m_phase) {
+    case Phase::Idle:
+        return localized(u"label_downloading"_s);
+    case Phase::Running:
+        return downloadHeadline(countRows(m_indexToDownload));
+    case Phase::Complete:
+        return localized(u"label_download_complete"_s);
+    case Phase::NoAnswer:
+        return localized(u"label_no_response_from_server"_s);
+    case Phase::WrongRow:
+        return localized(u"download_window_error"_s);
+    case Phase::CopyFailed:
+        return localized(u"label_copy_failed"_s).replace(u"%@"_s, m_copyError);
+    case Phase::SomeFailed:
+        return localized(u"label_some_failed"_s);
+    case Phase::PenRemoved:
+        return localized(u"label_pen_removed"_s);
+    case Phase::Stopped:
+        return localized(u"label_stopped"_s);
+    }
+    Q_UNREACHABLE();
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QString>
+
+/// What the transfer service needs of the window that shows the queue, and the notifications by
+/// which both talk. Main thread only.
+class QueueWindow
+{
+public:
+    static const QString downloadPercentage;    ///< "DownloadPercentage"
+    static const QString downloadComplete;      ///< "DownloadComplete"
+    static const QString startElementDownloads; ///< "startElementDownloads"
+    static const QString noResponseFromServer;  ///< "noResponseFromServer"
+    static const QString percentDownloadedKey;  ///< "percentDownloaded", a double
+
+    virtual ~QueueWindow() = default;
+
+    /// The row being worked on.
+    [[nodiscard]] virtual int indexToDownload() const = 0;
+    virtual void setIndexToDownload(int index) = 0;
+
+    virtual void reloadQueueTable() = 0;
+
+    /// The row's file has arrived and is being placed on the pen.
+    virtual void copyStarted(int index) = 0;
+    /// The row's file could not be placed; the queue stays at this row.
+    virtual void copyFailed(int index, const QString &error) = 0;
+
+    static void postDownloadPercentage(double percentage);
+    static void postStartElementDownloads();
+    static void postNoResponseFromServer();
+    /// Queues the posting of `name` on the main queue.
+    static void postNotification(const QString &name);
+};

@@ -1,0 +1,500 @@
+#include "download/DownloadFileService.h"
+
+#include "tests/download/TransferTest.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+using Fault = FaultServer::Fault;
+using Reply = FaultServer::Reply;
+
+namespace {
+
+/// Writes down what the transfer service asks of its window.
+class RecordingWindow : public QueueWindow
+{
+public:
+    [[nodiscard]] int indexToDownload() const override { return index; }
+    void setIndexToDownload(int newIndex) override { index = newIndex; }
+    void reloadQueueTable() override { ++reloads; }
+    void copyStarted(int row) override { calls += u"copy %1"_s.arg(row); }
+    void copyFailed(int row, const QString &error) override
+    {
+        calls += u"failed %1: "_s.arg(row) + error;
+    }
+
+    int index = 0;
+    int reloads = 0;
+    QStringList calls;
+};
+
+class DownloadFileServiceTest : public TransferTest
+{
+protected:
+    DownloadFileServiceTest()
+        : service(std::make_unique<DownloadFileService>())
+    {
+        service->setDownloadWindowController(&window);
+        NotificationCenter &center = NotificationCenter::defaultCenter();
+        center.addObserver(QueueWindow::startElementDownloads, &observer,
+                           [this](const QVariantMap &userInfo) {
+                               EXPECT_TRUE(userInfo.isEmpty());
+                               ++starts;
+                           });
+        center.addObserver(QueueWindow::downloadPercentage, &observer,
+                           [this](const QVariantMap &userInfo) {
+                               percentages += userInfo.value(u"percentDownloaded"_s).toDouble();
+                           });
+    }
+
+    void download(const QByteArray &path, const QString &fileName = u"00042_en.qnk"_s)
+    {
+        const auto folder =
+            fileName.endsWith(u".qnk"_s) ? URLFactory::getBookURL() : URLFactory::getConfigureURL();
+        service->download(
+            server.address(path), folder.value(), fileName, UpdateFileType::qnk,
+            [this](bool success) { told += success; }, [this] { ++placed; });
+    }
+
+    [[nodiscard]] bool waitForStarts(int count)
+    {
+        return waitFor([&] { return starts >= count; });
+    }
+
+    /// The debug lines of a run; the line of the session's metrics may come at any point.
+    template <typename Work>
+    static std::vector<std::string> debugLines(const Work &work, int metrics)
+    {
+        QStringList lines = printedBy(work);
+        EXPECT_EQ(lines.removeAll(u"didFinishCollecting"_s), metrics);
+        std::vector<std::string> texts;
+        for (const QString &line : std::as_const(lines))
+            texts.push_back(line.toStdString());
+        return texts;
+    }
+
+    [[nodiscard]] std::string start(int tries, const QByteArray &path = "/c") const
+    {
+        return qPrintable(
+            u"\"Start downloading for the %1 time from this URL: %2\""_s.arg(tries).arg(
+                server.address(path)));
+    }
+    [[nodiscard]] std::string handlers() const
+    {
+        return qPrintable(u"[\"%1\": (Function)]"_s.arg(server.address("/c")));
+    }
+
+    const std::string noHandlers = "[:]";
+    const std::string failure = "\"An Error accured while Downloading. ERROR: ( ";
+    const std::string anew =
+        "\"There is no resumable Data for this Error, will start Download anew\"";
+    const std::string skipped = "\"Will skip this Download.\"";
+    const std::string noOldFile = "\"Deleting this file: file:///Volumes/QUILLO/book/"
+                                  "00042_en.qnk failed for some reason\"";
+
+    RecordingWindow window;
+    int starts = 0;
+    int placed = 0;
+    QList<double> percentages;
+    QList<bool> told;
+    QObject observer;
+    std::unique_ptr<DownloadFileService> service;
+};
+
+/// Ends at `at` bytes, and can be resumed or not.
+Reply broken(const QByteArray &body, qint64 at, bool resumable)
+{
+    Reply reply{.body = body, .fault = Fault::Close, .faultAt = at};
+    if (!resumable)
+        reply.etag = QByteArray();
+    return reply;
+}
+
+} // namespace
+
+TEST_F(DownloadFileServiceTest, PutsTheFileAndItsMetadataOnThePen)
+{
+    const QByteArray content = bytes(300'000);
+    server.serve("/c", content);
+    addRow(UpdateFileType::qnk, content.size());
+    for (const QString &mid : {u"42"_s, u"00042"_s, u"00043"_s})
+        addPending(mid);
+    QString metadata;
+    const auto lines = debugLines(
+        [&] {
+            download("/c");
+            EXPECT_TRUE(waitForStarts(1));
+            metadata = QString::fromUtf8(pen.read(u"book/00042_en.txt"_s));
+        },
+        1);
+    EXPECT_EQ(pen.read(u"book/00042_en.qnk"_s), content);
+    EXPECT_EQ(pen.names(u"book"_s), QStringList({u"00042_en.qnk"_s, u"00042_en.txt"_s}));
+    EXPECT_EQ(metadata, pendingElements().at(1)->textFileContent());
+    EXPECT_EQ(states(), QList{DownloadType::Ready});
+    EXPECT_EQ(window.index, 1);
+    EXPECT_EQ(window.calls, QStringList(u"copy 0"_s));
+    EXPECT_GT(window.reloads, 0);
+    EXPECT_EQ(told, QList{true});
+    EXPECT_EQ(placed, 1);
+    EXPECT_EQ(totalBytesDownloaded(), content.size());
+    ASSERT_FALSE(percentages.isEmpty());
+    EXPECT_EQ(percentages.last(), 100);
+    EXPECT_THAT(lines, ElementsAre(start(1), handlers(), noOldFile, noHandlers));
+}
+
+TEST_F(DownloadFileServiceTest, ReplacesTheOldFile)
+{
+    server.serve("/c", "new");
+    addRow(UpdateFileType::qnk, 3);
+    pen.write(u"book/00042_en.qnk"_s, "something longer");
+    const auto lines = debugLines(
+        [&] {
+            download("/c");
+            EXPECT_TRUE(waitForStarts(1));
+        },
+        1);
+    EXPECT_EQ(pen.read(u"book/00042_en.qnk"_s), "new");
+    EXPECT_THAT(lines, ElementsAre(start(1), handlers(), noHandlers));
+}
+
+TEST_F(DownloadFileServiceTest, SoftwareHasNoMetadata)
+{
+    server.serve("/iso", "image");
+    addRow(UpdateFileType::iso, 5);
+    addPending(u"00042"_s);
+    download("/iso", u"imageisoV4.iso"_s);
+    ASSERT_TRUE(waitForStarts(1));
+    EXPECT_EQ(pen.read(u"configure/imageisoV4.iso"_s), "image");
+    EXPECT_EQ(pen.names(u"book"_s), QStringList());
+    EXPECT_EQ(states(), QList{DownloadType::Ready});
+}
+
+TEST_F(DownloadFileServiceTest, NameWithoutMidStopsTheQueue)
+{
+    server.serve("/c", "x");
+    addRow(UpdateFileType::bin, 1);
+    const auto lines = debugLines(
+        [&] {
+            download("/c", u"___"_s);
+            EXPECT_TRUE(waitFor([this] { return !told.isEmpty(); }));
+        },
+        1);
+    EXPECT_EQ(lines.back(), "\"Could not extract MID from current file name. Aborting copying "
+                            "download to destination.\"");
+    EXPECT_EQ(pen.read(u"configure/___"_s), "x");
+    EXPECT_EQ(told, QList{true});
+    EXPECT_EQ(states(), QList{DownloadType::Waiting});
+    EXPECT_EQ(window.index, 0);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(starts, 0);
+}
+
+TEST_F(DownloadFileServiceTest, RetriesFromZeroOnceThenSkips)
+{
+    const QByteArray content = bytes(300'000);
+    server.serve("/c", broken(content, 200'000, false));
+    addRow(UpdateFileType::qnk, content.size());
+    addRow(UpdateFileType::qnk, 500);
+    pen.write(u"book/00042_en.qnk"_s, "old");
+    const auto lines = debugLines(
+        [&] {
+            download("/c");
+            EXPECT_TRUE(waitForStarts(1));
+        },
+        2);
+    EXPECT_THAT(lines,
+                ElementsAre(start(1), handlers(), StartsWith(failure), anew, start(2), noHandlers,
+                            StartsWith("\"WILL SUBSTRACT "), StartsWith(failure), anew, skipped));
+    EXPECT_FALSE(server.requests("/c").last().hasHeader("Range"));
+    EXPECT_EQ(told, QList{false});
+    EXPECT_EQ(states(), QList({DownloadType::Failed, DownloadType::Waiting}));
+    EXPECT_EQ(window.index, 1);
+    EXPECT_EQ(window.calls, QStringList());
+    EXPECT_GT(window.reloads, 0);
+    EXPECT_EQ(totalBytesToDownload(), 500);
+    EXPECT_EQ(pen.read(u"book/00042_en.qnk"_s), "old");
+
+    // The failed first attempt was taken out at the restart, and with the record once more.
+    const QString line = QString::fromStdString(lines.at(6));
+    const double first = line.section(u' ', 2, 2).toDouble();
+    EXPECT_GT(first, 0);
+    EXPECT_EQ(totalBytesDownloaded(), -static_cast<qint64>(first));
+    EXPECT_TRUE(line.section(u' ', 2, 2).endsWith(u".0"_s));
+}
+
+TEST_F(DownloadFileServiceTest, ResumesAndKeepsEveryByteCounted)
+{
+    const QByteArray content = bytes(3'000'000);
+    server.serveInTurn("/c", {broken(content, 2'000'000, true), Reply{.body = content}});
+    addRow(UpdateFileType::qnk, content.size());
+    addPending(u"00042"_s);
+    const auto lines = debugLines(
+        [&] {
+            download("/c");
+            EXPECT_TRUE(waitForStarts(1));
+        },
+        2);
+    EXPECT_THAT(lines, ElementsAre(start(1), handlers(), StartsWith(failure), start(2), noHandlers,
+                                   noOldFile));
+    const FaultServer::Request retry = server.requests("/c").last();
+    EXPECT_TRUE(retry.header("Range").startsWith("bytes="));
+    EXPECT_NE(retry.header("Range"), "bytes=0-");
+    EXPECT_TRUE(retry.hasHeader("If-Range"));
+    EXPECT_EQ(pen.read(u"book/00042_en.qnk"_s), content);
+    EXPECT_TRUE(pen.exists(u"book/00042_en.txt"_s));
+    EXPECT_EQ(told, QList{false});
+    EXPECT_EQ(placed, 1);
+    EXPECT_EQ(states(), QList{DownloadType::Ready});
+    EXPECT_EQ(totalBytesDownloaded(), content.size());
+    EXPECT_EQ(percentages.last(), 100);
+}
+
+TEST_F(DownloadFileServiceTest, SubtractsARestartOncePerService)
+{
+    const QByteArray content = bytes(100'000);
+    for (const QByteArray path : {"/a", "/b"}) {
+        server.serveInTurn(path, {broken(content, 60'000, false), Reply{.body = content}});
+        addRow(UpdateFileType::qnk, content.size());
+    }
+    QStringList lines = printedBy([&] {
+        download("/a");
+        EXPECT_TRUE(waitForStarts(1));
+        EXPECT_EQ(totalBytesDownloaded(), content.size());
+        download("/b", u"00043_en.qnk"_s);
+        EXPECT_TRUE(waitForStarts(2));
+    });
+    lines = lines.filter(u"WILL SUBSTRACT"_s);
+    ASSERT_EQ(lines.size(), 1);
+    EXPECT_GT(totalBytesDownloaded(), 2 * content.size());
+    EXPECT_EQ(told, QList({false, false}));
+    EXPECT_EQ(states(), QList({DownloadType::Ready, DownloadType::Ready}));
+}
+
+TEST_F(DownloadFileServiceTest, AnErrorPageIsNoTitle)
+{
+    server.serve("/c", Reply{.status = 500, .body = "sorry"});
+    addRow(UpdateFileType::qnk, 5);
+    pen.write(u"book/00042_en.qnk"_s, "old");
+    download("/c");
+    ASSERT_TRUE(waitForStarts(1));
+    EXPECT_EQ(server.requests("/c").size(), 2);
+    EXPECT_EQ(pen.read(u"book/00042_en.qnk"_s), "old");
+    EXPECT_EQ(states(), QList{DownloadType::Failed});
+    EXPECT_EQ(placed, 0);
+}
+
+TEST_F(DownloadFileServiceTest, NoAnswerRestartsTheLatestAddress)
+{
+    server.serve("/c", Reply::closeBeforeHeader());
+    addRow(UpdateFileType::qnk, 5);
+    const auto lines = debugLines(
+        [&] {
+            download("/c");
+            EXPECT_TRUE(waitForStarts(1));
+        },
+        2);
+    const std::string noUrl = "\"The task in which this Error occurred has no URL\"";
+    EXPECT_THAT(lines, ElementsAre(start(1), handlers(), StartsWith(failure), noUrl, start(2),
+                                   noHandlers, StartsWith(failure), noUrl, skipped));
+    EXPECT_EQ(told, QList{false});
+    EXPECT_EQ(states(), QList{DownloadType::Failed});
+}
+
+TEST_F(DownloadFileServiceTest, AnAddressThatFailedTwiceIsSkippedAtOnce)
+{
+    server.serve("/c", Reply{.status = 404, .etag = QByteArray()});
+    addRow(UpdateFileType::qnk, 5);
+    addRow(UpdateFileType::qnk, 7);
+    download("/c");
+    ASSERT_TRUE(waitForStarts(1));
+    download("/c");
+    EXPECT_EQ(states(), QList({DownloadType::Failed, DownloadType::Failed}));
+    EXPECT_EQ(totalBytesToDownload(), 0);
+    EXPECT_EQ(window.index, 2);
+    EXPECT_EQ(starts, 1) << "the queue goes on from the event loop only";
+    ASSERT_TRUE(waitForStarts(2));
+    EXPECT_EQ(server.requests("/c").size(), 2);
+
+    // Beyond the rows there is nothing to skip.
+    download("/c");
+    EXPECT_EQ(window.index, 2);
+    service->setDownloadWindowController(nullptr);
+    EXPECT_EQ(
+        printedBy([&] { download("/c"); }).mid(0, 2),
+        QStringList({u"\"Will skip this Download.\""_s,
+                     u"\"No index to download therefore this Download can't be skiped!\""_s}));
+}
+
+TEST_F(DownloadFileServiceTest, AnAddressThatIsNoneFailsAtOnce)
+{
+    const QUrl folder = URLFactory::getBookURL().value();
+    for (const QString &address : {u"http://a b/"_s, u""_s, u"http://[1/"_s})
+        service->download(address, folder, u"1_en.qnk"_s, UpdateFileType::qnk,
+                          [this](bool success) { told += success; });
+    EXPECT_EQ(told, QList({false, false, false}));
+    service->download(u"http://a b/"_s, folder, u"1_en.qnk"_s, UpdateFileType::qnk, {});
+}
+
+TEST_F(DownloadFileServiceTest, PercentagesAreRoundedUpAndNotClamped)
+{
+    server.serve("/c", bytes(1000));
+    addRow(UpdateFileType::qnk, 0);
+    totalBytesToDownload() = 300;
+    download("/c");
+    ASSERT_TRUE(waitForStarts(1));
+    EXPECT_EQ(percentages.last(), 334);
+    totalBytesToDownload() = 0;
+    server.serve("/d", "1");
+    download("/d");
+    ASSERT_TRUE(waitFor([this] { return totalBytesDownloaded() == 1001; }));
+    EXPECT_EQ(percentages.last(), 100'100);
+}
+
+TEST_F(DownloadFileServiceTest, CancellingEndsATransferWithoutRetry)
+{
+    const auto gate = std::make_shared<FaultServer::Gate>();
+    server.serve(
+        "/c",
+        Reply{.body = bytes(200'000), .fault = Fault::Stall, .faultAt = 100'000, .gate = gate});
+    addRow(UpdateFileType::qnk, 200'000);
+    const auto lines = debugLines(
+        [&] {
+            download("/c");
+            EXPECT_TRUE(gate->waitUntilReached());
+            service->cancelAllDownloads();
+            EXPECT_EQ(told, QList{false});
+            EXPECT_TRUE(waitFor([this] { return told.size() == 2; }));
+        },
+        1);
+    EXPECT_THAT(lines, ElementsAre(start(1), handlers(), failure + "Abgebrochen )\"", noHandlers));
+    EXPECT_EQ(told, QList({false, false}));
+    EXPECT_EQ(server.requests("/c").size(), 1);
+    EXPECT_EQ(pen.names(u"book"_s), QStringList());
+    EXPECT_EQ(states(), QList{DownloadType::Waiting});
+    EXPECT_EQ(starts, 0);
+
+    // The service itself can go on.
+    server.serve("/d", "d");
+    download("/d");
+    ASSERT_TRUE(waitForStarts(1));
+    EXPECT_EQ(pen.read(u"book/00042_en.qnk"_s), "d");
+}
+
+TEST_F(DownloadFileServiceTest, CancellingEndsAPlacement)
+{
+    server.serve("/c", "content");
+    addRow(UpdateFileType::qnk, 7);
+    held.hold();
+    download("/c");
+    ASSERT_TRUE(held.waitUntilHeld());
+    ASSERT_TRUE(waitFor([this] { return window.calls == QStringList(u"copy 0"_s); }));
+    const QStringList lines = printedBy([&] {
+        service->cancelAllDownloads();
+        held.release();
+        EXPECT_TRUE(waitFor([this] { return window.calls.size() == 2; }));
+    });
+    EXPECT_TRUE(lines.contains(u"file error: Abgebrochen"_s));
+    EXPECT_EQ(window.calls.last(), u"failed 0: Abgebrochen"_s);
+    EXPECT_EQ(told, QList({false, false}));
+    EXPECT_EQ(pen.names(u"book"_s), QStringList());
+    EXPECT_EQ(starts + placed, 0);
+}
+
+TEST_F(DownloadFileServiceTest, AFailedMoveStopsTheQueue)
+{
+    server.serve("/c", "content");
+    addRow(UpdateFileType::qnk, 7);
+    const auto folder = URLFactory::getBookURL();
+    pen.remove(u"book"_s);
+    const QStringList lines = printedBy([&] {
+        service->download(
+            server.address("/c"), *folder, u"00042_en.qnk"_s, UpdateFileType::qnk,
+            [this](bool success) { told += success; }, [this] { ++placed; });
+        EXPECT_TRUE(waitFor([this] { return !told.isEmpty(); }));
+    });
+    EXPECT_TRUE(lines.contains(u"file error: No such file or directory"_s));
+    EXPECT_EQ(window.calls, QStringList({u"copy 0"_s, u"failed 0: No such file or directory"_s}));
+    EXPECT_EQ(told, QList{false});
+    EXPECT_EQ(states(), QList{DownloadType::Waiting});
+    EXPECT_EQ(window.index + starts + placed, 0);
+    EXPECT_EQ(server.requests("/c").size(), 1);
+}
+
+TEST_F(DownloadFileServiceTest, APenPulledWhileMovingIsAFailedMove)
+{
+    server.serve("/c", "content");
+    addRow(UpdateFileType::qnk, 7);
+    pen.write(u"book/00043_en.qnk"_s, "other");
+    held.hold();
+    download("/c");
+    ASSERT_TRUE(held.waitUntilHeld());
+    pen.pullOut();
+    held.release();
+    ASSERT_TRUE(waitFor([this] { return !told.isEmpty(); }));
+    EXPECT_EQ(told, QList{false});
+    ASSERT_EQ(window.calls.size(), 2);
+    EXPECT_TRUE(window.calls.last().startsWith(u"failed 0: "_s));
+    EXPECT_EQ(pen.names(u"book"_s), QStringList(u"00043_en.qnk"_s));
+    EXPECT_EQ(starts, 0);
+}
+
+TEST_F(DownloadFileServiceTest, APenPulledAfterTheMoveGetsNoMetadata)
+{
+    server.serve("/c", "content");
+    addRow(UpdateFileType::qnk, 7);
+    addPending(u"00042"_s);
+    service->download(server.address("/c"), URLFactory::getBookURL().value(), u"00042_en.qnk"_s,
+                      UpdateFileType::qnk, [this](bool) { pen.pullOut(); });
+    ASSERT_TRUE(waitForStarts(1));
+    EXPECT_EQ(pen.names(u"book"_s), QStringList(u"00042_en.qnk"_s));
+}
+
+TEST_F(DownloadFileServiceTest, WithoutWindowNothingIsPlaced)
+{
+    server.serve("/c", "content");
+    service->setDownloadWindowController(nullptr);
+    const QStringList lines = printedBy([&] {
+        download("/c");
+        EXPECT_TRUE(waitFor([this] { return !told.isEmpty(); }));
+    });
+    EXPECT_EQ(lines.filter(u"\"No index to download. Wont copy downloaded file of task"_s).size(),
+              1);
+    EXPECT_EQ(pen.names(u"book"_s), QStringList());
+}
+
+TEST_F(DownloadFileServiceTest, GivesUpARowThatNeverStarted)
+{
+    addRow(UpdateFileType::qnk, 5);
+    addRow(UpdateFileType::qnk, 7);
+    totalBytesDownloaded() = 3;
+    service->skipRow();
+    EXPECT_EQ(states(), QList({DownloadType::Failed, DownloadType::Waiting}));
+    EXPECT_EQ(totalBytesToDownload(), 7);
+    EXPECT_EQ(totalBytesDownloaded(), 3);
+    EXPECT_EQ(window.index, 1);
+    EXPECT_TRUE(waitForStarts(1));
+}
+
+TEST_F(DownloadFileServiceTest, ARetiredServiceTellsNobodyAndGoesOnItsOwn)
+{
+    server.serve("/c", "content");
+    addRow(UpdateFileType::qnk, 7);
+    held.hold();
+    download("/c");
+    ASSERT_TRUE(held.waitUntilHeld());
+    ASSERT_TRUE(waitFor([this] { return !window.calls.isEmpty(); }));
+    const QPointer<DownloadFileService> retired(service.get());
+    DownloadFileService::retire(std::move(service));
+    EXPECT_EQ(told, QList{false});
+    EXPECT_TRUE(retired) << "its thread is still busy with the pen";
+    held.release();
+    ASSERT_TRUE(waitFor([&] { return !retired; }));
+    EXPECT_EQ(told, QList{false});
+    EXPECT_EQ(window.calls, QStringList(u"copy 0"_s));
+    EXPECT_EQ(pen.names(u"book"_s), QStringList());
+}

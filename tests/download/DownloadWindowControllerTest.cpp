@@ -1,0 +1,409 @@
+#include "download/DownloadWindowController.h"
+
+#include "tests/download/DownloadWindowFixture.h"
+
+#include <QSignalSpy>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+using Fault = FaultServer::Fault;
+using Reply = FaultServer::Reply;
+using States = QList<DownloadType>;
+
+namespace {
+
+const QString stillLoading = u"label_is_downloading_plurallabel_dont_unplug_quillo"_s;
+
+} // namespace
+
+TEST_F(DownloadWindowTest, DrivesTheQueueToItsEnd)
+{
+    serveSoftware();
+    addRow(UpdateFileType::iso, 5);
+    addRow(UpdateFileType::bin, 8);
+    addTitle(u"42"_s);
+    addTitle(u"43"_s);
+    serveTitle("42", {.body = "content 42"});
+    serveTitle("43", {.body = "content 43"});
+    window.resetProgress();
+    EXPECT_EQ(shown().headline, u"0label_systemsoftware, 0label_of2label_medias"_s + stillLoading);
+    QueueWindow::postStartElementDownloads();
+    EXPECT_TRUE(window.isWorking());
+    EXPECT_EQ(states().first(), DownloadType::Downloading);
+    ASSERT_TRUE(waitForEnd());
+
+    QList<QByteArray> paths;
+    for (const FaultServer::Request &request : server.requests())
+        paths += request.target;
+    EXPECT_EQ(paths, QList<QByteArray>({"/iso", "/software/imageisoV4.iso", "/firmware",
+                                        "/software/firmwareV13.bin", "/files/7/42/3/00042_en.qnk",
+                                        "/files/7/43/3/00043_en.qnk"}));
+    EXPECT_EQ(pen.read(u"configure/imageisoV4.iso"_s), "image");
+    EXPECT_EQ(pen.read(u"configure/firmwareV13.bin"_s), "firmware");
+    EXPECT_EQ(pen.read(u"book/00043_en.qnk"_s), "content 43");
+    EXPECT_EQ(pen.names(u"book"_s), QStringList({u"00042_en.qnk"_s, u"00042_en.txt"_s,
+                                                 u"00043_en.qnk"_s, u"00043_en.txt"_s}));
+    EXPECT_EQ(pen.read(u"book/00042_en.txt"_s),
+              pendingElement(u"42"_s)->textFileContent().toUtf8());
+    EXPECT_EQ(states(), States(4, DownloadType::Ready));
+    EXPECT_EQ(events, QStringList({u"completed"_s, u"ended"_s}));
+    EXPECT_FALSE(window.isWorking());
+    EXPECT_EQ(shown().headline, u"label_download_complete"_s);
+    EXPECT_EQ(shown().bar, 100);
+    EXPECT_EQ(shown().step, u"100 %"_s);
+    EXPECT_EQ(shown().image, u"quillo-fortschritt-laden_100"_s);
+    EXPECT_TRUE(shown().okEnabled && !shown().cancelEnabled);
+}
+
+TEST_F(DownloadWindowTest, GoesOnAfterAFailedRowAndSaysSo)
+{
+    addTitle(u"42"_s);
+    addTitle(u"43"_s);
+    serveTitle("43", {.body = "content 43"});
+    QueueWindow::postStartElementDownloads();
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_EQ(states(), States({DownloadType::Failed, DownloadType::Ready}));
+    EXPECT_EQ(pen.names(u"book"_s), QStringList({u"00043_en.qnk"_s, u"00043_en.txt"_s}));
+    EXPECT_EQ(events, QStringList(u"ended"_s));
+    EXPECT_EQ(shown().headline, u"label_some_failed"_s);
+    EXPECT_TRUE(isPending());
+    EXPECT_LT(shown().bar, 100);
+}
+
+TEST_F(DownloadWindowTest, ARetriedTitleHasItsMetadata)
+{
+    addTitle(u"42"_s, 200'000);
+    const QByteArray content = bytes(200'000);
+    server.serveInTurn(
+        "/files/7/42/3/00042_en.qnk",
+        {{.body = content, .fault = Fault::Close, .faultAt = 150'000}, {.body = content}});
+    QueueWindow::postStartElementDownloads();
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_EQ(events, QStringList({u"completed"_s, u"ended"_s}));
+    EXPECT_EQ(pen.read(u"book/00042_en.qnk"_s), content);
+    EXPECT_EQ(pen.read(u"book/00042_en.txt"_s),
+              pendingElement(u"42"_s)->textFileContent().toUtf8());
+}
+
+TEST_F(DownloadWindowTest, SoftwareWithoutVersionFails)
+{
+    server.serve("/iso", Reply{.status = 500, .body = "4"});
+    addRow(UpdateFileType::iso, 5);
+    QueueWindow::postStartElementDownloads();
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_EQ(states(), States{DownloadType::Failed});
+    EXPECT_EQ(pen.names(u"configure"_s), QStringList(u"settings.ini"_s));
+}
+
+TEST_F(DownloadWindowTest, PassesRowsThatDoNotWait)
+{
+    for (const DownloadType state : {DownloadType::Ready, DownloadType::Canceled,
+                                     DownloadType::UpToDate, DownloadType::Failed})
+        addTitle(u"41"_s).downloadType = state;
+    addTitle(u"42"_s);
+    const auto gate = std::make_shared<FaultServer::Gate>();
+    serveTitle("42", {.body = "x", .hold = gate});
+    const QStringList entries = loggedBy([] { QueueWindow::postStartElementDownloads(); });
+    EXPECT_EQ(entries.count(u"startElementDownloads"_s), 5);
+    EXPECT_EQ(window.indexToDownload(), 4);
+    EXPECT_EQ(states().last(), DownloadType::Downloading);
+    EXPECT_TRUE(gate->waitUntilReached());
+}
+
+TEST_F(DownloadWindowTest, RowsOfSingleFilesStopTheQueue)
+{
+    for (const UpdateFileType kind : {UpdateFileType::txt, UpdateFileType::png}) {
+        reset();
+        addRow(kind, 5);
+        addTitle(u"42"_s);
+        window.prepareForRun();
+        QueueWindow::postStartElementDownloads();
+        QueueWindow::postStartElementDownloads();
+        QCoreApplication::processEvents();
+        EXPECT_EQ(states(), States({DownloadType::Waiting, DownloadType::Waiting}));
+        EXPECT_EQ(window.indexToDownload(), 0);
+        EXPECT_TRUE(window.isWorking());
+    }
+    EXPECT_EQ(events, QStringList());
+}
+
+TEST_F(DownloadWindowTest, AnEmptyQueueIsCompleteFromTheMainQueue)
+{
+    QueueWindow::postStartElementDownloads();
+    EXPECT_EQ(events, QStringList());
+    EXPECT_FALSE(window.isWorking());
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_EQ(events, QStringList({u"completed"_s, u"ended"_s}));
+    window.resetProgress();
+    EXPECT_EQ(shown().headline, u"label_all_downloaded"_s);
+}
+
+TEST_F(DownloadWindowTest, ANegativeIndexStartsAndEndsNothing)
+{
+    addTitle(u"42"_s).downloadType = DownloadType::Ready;
+    window.setIndexToDownload(-1);
+    QSignalSpy tables(&window, &DownloadWindowController::queueChanged);
+    QueueWindow::postStartElementDownloads();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(events, QStringList());
+    EXPECT_EQ(tables.size(), 1);
+    EXPECT_TRUE(window.isWorking());
+}
+
+TEST_F(DownloadWindowTest, DroppingARowTakesItOutOfTheRun)
+{
+    addTitle(u"42"_s, 100);
+    addTitle(u"43"_s, 200);
+    addRow(UpdateFileType::iso, 300);
+    addTitle(u"44"_s, 400).downloadType = DownloadType::Downloading;
+    for (const QString &name :
+         {u"00042_en.txt"_s, u"00042_en.png"_s, u"00043_en.txt"_s, u"00043_en.qnk"_s})
+        pen.write(u"book/"_s + name, "x");
+    const int column = DownloadWindowController::cancelColumn;
+    for (const auto &[row, clicked] :
+         {std::pair(0, column - 1), {-1, column}, {4, column}, {2, column}, {3, column}})
+        window.onItemClicked(row, clicked);
+    EXPECT_FALSE(states().contains(DownloadType::Canceled));
+
+    QStringList entries = loggedBy([&] { window.onItemClicked(0, column); });
+    EXPECT_TRUE(entries.contains(u"Will delete meta file for 00042_en since it was canceled and "
+                                 u"had no qnk on pen."_s));
+    EXPECT_EQ(totalBytesToDownload(), 900);
+    EXPECT_DOUBLE_EQ(shown().bar, 10);
+    entries = loggedBy([&] { window.onItemClicked(1, column); });
+    EXPECT_EQ(entries.filter(u"Will delete"_s), QStringList());
+    EXPECT_EQ(totalBytesToDownload(), 700);
+    EXPECT_DOUBLE_EQ(shown().bar, 20);
+    window.onItemClicked(1, column);
+    EXPECT_DOUBLE_EQ(shown().bar, 20);
+    EXPECT_EQ(states(), States({DownloadType::Canceled, DownloadType::Canceled,
+                                DownloadType::Waiting, DownloadType::Downloading}));
+    EXPECT_EQ(pen.names(u"book"_s), QStringList({u"00043_en.qnk"_s, u"00043_en.txt"_s}));
+}
+
+TEST_F(DownloadWindowTest, PercentagesMoveTheDisplay)
+{
+    addTitle(u"42"_s);
+    struct Row
+    {
+        double percentage;
+        double bar;
+        QString step;
+        QString image;
+    };
+    for (const Row &row : {Row{70, 42, u"42 %"_s, u"quillo-fortschritt-laden_25"_s},
+                           {41, 24.6, u"24 %"_s, u"quillo-fortschritt-laden_0"_s},
+                           {500, 99.9, u"99 %"_s, u"quillo-fortschritt-laden_75"_s},
+                           {-50, 0, u"0 %"_s, u"quillo-fortschritt-laden_0"_s}}) {
+        QueueWindow::postDownloadPercentage(row.percentage);
+        EXPECT_DOUBLE_EQ(shown().bar, row.bar);
+        EXPECT_EQ(shown().step, row.step);
+        EXPECT_EQ(shown().image, row.image);
+        EXPECT_TRUE(isPending());
+    }
+    bars.clear();
+    NotificationCenter &center = NotificationCenter::defaultCenter();
+    for (const QVariantMap &userInfo :
+         {QVariantMap(), {{u"percentDownloaded"_s, u"50"_s}}, {{u"percent"_s, 50.0}}})
+        center.post(u"DownloadPercentage"_s, userInfo);
+    EXPECT_TRUE(bars.isEmpty());
+}
+
+TEST_F(DownloadWindowTest, SoftwareThatHasStartedCannotBeCancelled)
+{
+    serveSoftware();
+    addRow(UpdateFileType::bin, 5);
+    QueueWindow::postStartElementDownloads();
+    EXPECT_FALSE(shown().cancelEnabled);
+    reset();
+    window.prepareForRun();
+    addTitle(u"42"_s);
+    QueueWindow::postStartElementDownloads();
+    EXPECT_TRUE(shown().cancelEnabled);
+}
+
+TEST_F(DownloadWindowTest, CopyShareFillsInSteps)
+{
+    addTitle(u"42"_s, 1'000'000); // half a second
+    addTitle(u"43"_s, 200'000);   // a tick
+    addTitle(u"44"_s, 0).downloadType = DownloadType::Canceled;
+    window.copyStarted(0);
+    EXPECT_EQ(states().first(), DownloadType::Copying);
+    EXPECT_TRUE(bars.isEmpty());
+    ASSERT_TRUE(waitFor([this] { return bars.size() >= 6; }));
+    const QList<double> expected = {4, 8, 12, 16, 20, 20};
+    for (qsizetype i = 0; i < expected.size(); ++i)
+        EXPECT_NEAR(bars.at(i), expected.at(i), 1e-9) << i;
+
+    bars.clear();
+    window.copyStarted(1);
+    ASSERT_TRUE(waitFor([this] { return bars.size() >= 3; }));
+    EXPECT_NEAR(bars.at(0), 20, 1e-9);
+    EXPECT_NEAR(bars.at(1), 40, 1e-9);
+    EXPECT_NEAR(bars.at(2), 40, 1e-9);
+}
+
+TEST_F(DownloadWindowTest, TheNextRowTakesTheWholeShareOfTheOneBefore)
+{
+    addTitle(u"42"_s, 1'000'000'000);
+    addTitle(u"43"_s, 0);
+    window.copyStarted(0);
+    ASSERT_TRUE(waitFor([this] { return bars.size() >= 2; }));
+    EXPECT_LT(bars.last(), 1);
+    window.copyStarted(1);
+    EXPECT_NEAR(bars.at(2), 20, 1e-9);
+    ASSERT_TRUE(waitFor([this] { return bars.size() >= 5; }));
+    EXPECT_NEAR(bars.at(3), 40, 1e-9);
+    EXPECT_NEAR(bars.at(4), 40, 1e-9);
+}
+
+TEST_F(DownloadWindowTest, ARowThatIsNoneIsAnError)
+{
+    addTitle(u"42"_s);
+    for (const int index : {-1, 1}) {
+        window.prepareForRun();
+        EXPECT_EQ(loggedBy([&] { window.copyStarted(index); }),
+                  QStringList(u"copyStarted(for:): Wrong index supplied. This should definitely "
+                              u"not happen."_s));
+        EXPECT_EQ(shown().headline, u"download_window_error"_s);
+    }
+    EXPECT_EQ(states(), States{DownloadType::Waiting});
+}
+
+TEST_F(DownloadWindowTest, NoAnswerLeavesOkOnly)
+{
+    QueueWindow::postNoResponseFromServer();
+    EXPECT_EQ(shown().headline, u"label_no_response_from_server"_s);
+    EXPECT_TRUE(shown().okEnabled && !shown().cancelEnabled);
+    QueueWindow::postNotification(QueueWindow::downloadComplete);
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_EQ(shown().headline, u"label_no_response_from_server"_s);
+    EXPECT_EQ(events, QStringList(u"ended"_s));
+
+    addTitle(u"42"_s).downloadType = DownloadType::Ready;
+    QueueWindow::postNotification(QueueWindow::downloadComplete);
+    ASSERT_TRUE(waitFor([this] { return events.contains(u"completed"_s); }));
+    EXPECT_EQ(shown().headline, u"label_download_complete"_s);
+}
+
+TEST_F(DownloadWindowTest, CancelStopsTheRunAndReloads)
+{
+    const auto gate = std::make_shared<FaultServer::Gate>();
+    addTitle(u"42"_s);
+    addTitle(u"43"_s);
+    serveTitle("42",
+               {.body = bytes(100'000), .fault = Fault::Stall, .faultAt = 50'000, .gate = gate});
+    QueueWindow::postStartElementDownloads();
+    ASSERT_TRUE(gate->waitUntilReached());
+    const QStringList printed = printedBy([&] {
+        window.cancelBtnKlicked();
+        EXPECT_EQ(events, QStringList({u"close"_s, u"ended"_s}));
+        EXPECT_TRUE(waitFor([this] { return events.size() == 4; }));
+        settle();
+    });
+    EXPECT_EQ(events.mid(2), QStringList({u"loadData 2"_s, u"showBooksView"_s}));
+    EXPECT_TRUE(printed.contains(u"\"Failed to download QNK contents for element ID 00042_en\""_s));
+    EXPECT_TRUE(window.isStopped());
+    EXPECT_EQ(shown().headline, u"label_stopped"_s);
+
+    QueueWindow::postStartElementDownloads();
+    window.onItemClicked(1, DownloadWindowController::cancelColumn);
+    EXPECT_EQ(shown().headline, u"label_stopped"_s);
+    EXPECT_EQ(requestsForTitles(), 1);
+    EXPECT_EQ(pen.names(u"book"_s), QStringList());
+}
+
+TEST_F(DownloadWindowTest, CancelWhileCopyingLeavesNoNewFile)
+{
+    addTitle(u"42"_s);
+    addTitle(u"43"_s);
+    serveTitle("42", {.body = "content"});
+    held.hold();
+    QueueWindow::postStartElementDownloads();
+    ASSERT_TRUE(held.waitUntilHeld());
+    ASSERT_TRUE(waitFor([this] { return states().first() == DownloadType::Copying; }));
+    window.cancelBtnKlicked();
+    ASSERT_TRUE(waitFor([this] { return events.contains(u"showBooksView"_s); }));
+    held.release();
+    settle();
+    EXPECT_EQ(pen.names(u"book"_s), QStringList());
+    EXPECT_EQ(shown().headline, u"label_stopped"_s);
+    EXPECT_EQ(events.count(u"ended"_s), 1);
+    EXPECT_EQ(states(), States({DownloadType::Copying, DownloadType::Waiting}));
+    EXPECT_EQ(requestsForTitles(), 1);
+}
+
+TEST_F(DownloadWindowTest, AFailedCopyEndsTheRunWithItsReason)
+{
+    addTitle(u"42"_s);
+    addTitle(u"43"_s);
+    serveTitle("42", {.body = "content"});
+    held.hold();
+    QueueWindow::postStartElementDownloads();
+    ASSERT_TRUE(held.waitUntilHeld());
+    pen.remove(u"book"_s);
+    held.release();
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_EQ(events, QStringList(u"ended"_s));
+    EXPECT_EQ(shown().headline, u"label_copy_failed"_s);
+    EXPECT_TRUE(window.isStopped());
+    setCurrentLanguage(u"de"_s);
+    window.updateTexts();
+    EXPECT_TRUE(shown().headline.contains(u"No such file or directory"_s));
+    QueueWindow::postStartElementDownloads();
+    EXPECT_EQ(states().last(), DownloadType::Waiting);
+    EXPECT_EQ(requestsForTitles(), 1);
+}
+
+TEST_F(DownloadWindowTest, APulledPenEndsTheRunWithoutWriting)
+{
+    const auto gate = std::make_shared<FaultServer::Gate>();
+    addTitle(u"42"_s);
+    serveTitle("42", {.body = bytes(1000), .fault = Fault::Stall, .faultAt = 500, .gate = gate});
+    QueueWindow::postStartElementDownloads();
+    ASSERT_TRUE(gate->waitUntilReached());
+    pen.pullOut();
+    window.penRemoved();
+    EXPECT_EQ(events, QStringList(u"ended"_s));
+    EXPECT_FALSE(window.isWorking());
+    EXPECT_EQ(shown().headline, u"label_pen_removed"_s);
+    EXPECT_TRUE(shown().okEnabled && !shown().cancelEnabled);
+    QueueWindow::postDownloadPercentage(50);
+    EXPECT_EQ(shown().headline, u"label_pen_removed"_s);
+    gate->open();
+    pen.plugIn();
+    settle();
+    EXPECT_EQ(pen.names(u"book"_s), QStringList());
+
+    window.prepareForRun();
+    EXPECT_FALSE(window.isStopped());
+    EXPECT_EQ(shown().headline, u"label_downloading"_s);
+    EXPECT_EQ(shown().bar, 0);
+    EXPECT_TRUE(isPending());
+}
+
+TEST_F(DownloadWindowTest, OkReloadsEmptiesTheQueueAndTidiesUp)
+{
+    addTitle(u"42"_s).downloadType = DownloadType::Ready;
+    pen.write(u".Spotlight/x"_s, "x");
+    window.okBtnKlicked();
+    EXPECT_EQ(events, QStringList({u"loadData 1"_s, u"showBooksView"_s, u"close"_s}));
+    EXPECT_TRUE(updateElements().isEmpty());
+    EXPECT_FALSE(pen.exists(u".Spotlight"_s));
+}
+
+TEST_F(DownloadWindowTest, ResetTakesEveryPercentageBack)
+{
+    addTitle(u"42"_s, 1'000'000'000);
+    QueueWindow::postDownloadPercentage(50);
+    window.copyStarted(0);
+    ASSERT_TRUE(waitFor([this] { return bars.size() >= 2; }));
+    window.setIndexToDownload(1);
+    window.resetProgress();
+    EXPECT_EQ(shown().bar, 0);
+    EXPECT_EQ(window.indexToDownload(), 0);
+    EXPECT_EQ(shown().headline,
+              u"0label_medialabel_is_downloading_singularlabel_dont_unplug_quillo"_s);
+}
