@@ -1,0 +1,200 @@
+#include "sync/UpdatePlanner.h"
+
+#include "app/ApplicationLog.h"
+#include "pen/URLFactory.h"
+#include "platform/Address.h"
+#include "platform/Dispatch.h"
+#include "platform/FileManager.h"
+#include "platform/SharedSession.h"
+#include "platform/StandardOutput.h"
+#include "platform/URLSession.h"
+#include "sync/ElementUpdateService.h"
+#include "sync/RequestAddresses.h"
+
+#include <atomic>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+UpdateElement contentRow(const BaseElement &remote)
+{
+    UpdateElement row;
+    row.publisherId = QString::number(remote.publisherId);
+    row.mid = remote.mid;
+    row.bookVersion = QString::number(remote.bookVersion);
+    row.elementId = remote.id;
+    row.title = remote.name;
+    row.image = dummyCover();
+    return row;
+}
+
+/// The row that brings a pen title up to its remote version.
+UpdateElement updateRow(const BaseElement &local, const BaseElement &remote, qint64 length)
+{
+    UpdateElement row = contentRow(remote);
+    row.elementId = local.id;
+    row.title = local.name;
+    row.contentLength = length;
+    row.updateURLString = remote.url;
+    return row;
+}
+
+QString queuedLine(const BaseElement &local, const BaseElement &remote, qint64 length)
+{
+    return u"Queued update element for local media "_s + local.mid + u" (REMOTE "_s
+           + QString::number(remote.bookVersion) + u" > LOCAL "_s
+           + QString::number(local.bookVersion) + u"), content length is "_s
+           + QString::number(length);
+}
+
+QString noMatchLine(const QString &mid)
+{
+    return u"Did not find a matching remote element for "_s + mid + u'.';
+}
+
+} // namespace
+
+UpdatePlanner::UpdatePlanner(PlanningTask task)
+    : m_task(std::move(task))
+{
+    for (const ElementPtr &record : std::as_const(m_task.remoteMedias))
+        m_remoteByMid[record->mid] += record;
+}
+
+ElementPtr UpdatePlanner::remote(const QString &mid) const
+{
+    const auto records = m_remoteByMid.constFind(mid);
+    return records == m_remoteByMid.constEnd() ? nullptr : records->constFirst();
+}
+
+void UpdatePlanner::run(std::function<void()> finished)
+{
+    writeLog(u"updateAll in"_s);
+    checkLocalMedias([](int) { writeLog(u"updateAll in 2"_s); });
+    queueMissingContent();
+    downloadMissingCovers([self = shared_from_this(), finished = std::move(finished)] {
+        if (self->m_task.stop.stop_requested())
+            return;
+        self->restoreMissingTextFiles();
+        writeLog(u"updateAll nach missing ..."_s);
+        finished();
+    });
+}
+
+void UpdatePlanner::checkLocalMedias(std::function<void(int rows)> completion)
+{
+    const auto queued = std::make_shared<std::atomic_int>(0);
+    DispatchGroup group;
+    for (const ElementPtr &local : std::as_const(m_task.localMedias)) {
+        if (m_task.stop.stop_requested())
+            return;
+        const ElementPtr remote = this->remote(local->mid);
+        if (!remote) {
+            debugPrint(noMatchLine(local->mid));
+        } else if (local->bookVersion >= remote->bookVersion) {
+            ElementUpdateService::writeMetadata(*remote);
+        } else {
+            group.enter();
+            m_task.sizeOf(remote->url, [group, queued, local, remote, queueRow = m_task.queueRow](
+                                           std::optional<qint64> size) mutable {
+                const qint64 length = size.value_or(0);
+                queueRow(updateRow(*local, *remote, length));
+                debugPrint(queuedLine(*local, *remote, length));
+                ++*queued;
+                group.leave();
+            });
+        }
+    }
+    group.notify(QCoreApplication::instance(),
+                 [queued, completion = std::move(completion)] { completion(*queued); });
+}
+
+void UpdatePlanner::queueMissingContent()
+{
+    const QStringList mids = ElementUpdateService::getMissingMidsByQnk();
+    for (const QString &mid : mids) {
+        const ElementPtr record = remote(mid);
+        if (record && !m_task.stop.stop_requested())
+            m_task.queueRow(contentRow(*record));
+    }
+}
+
+QList<UpdatePlanner::Cover> UpdatePlanner::missingCovers() const
+{
+    QList<Cover> covers;
+    const QStringList mids = ElementUpdateService::getMissingFiles(FileType::png);
+    for (const QString &mid : mids) {
+        for (const ElementPtr &record : m_remoteByMid.value(mid)) {
+            const auto address =
+                coverAddress(QString::number(record->publisherId), record->mid, record->id);
+            if (const auto encoded = address ? percentEncodedForQuery(*address) : std::nullopt)
+                covers.append({*encoded, URLFactory::fileName(record->id, FileType::png)});
+        }
+    }
+    return covers;
+}
+
+void UpdatePlanner::downloadMissingCovers(std::function<void()> done)
+{
+    downloadCovers(std::make_shared<QList<Cover>>(missingCovers()), std::move(done));
+}
+
+void UpdatePlanner::downloadCovers(const std::shared_ptr<QList<Cover>> &covers,
+                                   std::function<void()> done)
+{
+    std::optional<QUrl> url;
+    Cover cover;
+    while (!url && !covers->isEmpty()) {
+        cover = covers->takeFirst();
+        url = makeURL(cover.address);
+    }
+    if (!url || m_task.stop.stop_requested()) {
+        done();
+        return;
+    }
+    URLRequest request;
+    request.url = *url;
+    sharedSession().dataTask(request, [self = shared_from_this(), covers, cover,
+                                       done = std::move(done)](const DataTaskResult &result) {
+        if (!result.error.isEmpty())
+            print(result.error);
+        else if (!result.response || !result.response->isSuccess())
+            print(u"No cover at "_s + cover.address);
+        else if (!result.data.isEmpty())
+            self->storeCover(cover, result.data);
+        self->downloadCovers(covers, done);
+    });
+}
+
+/// What is no picture never becomes a cover.
+void UpdatePlanner::storeCover(const Cover &cover, const QByteArray &picture) const
+{
+    if (!pictureSize(picture)) {
+        print(u"No picture at "_s + cover.address);
+        return;
+    }
+    const std::optional<QUrl> folder = URLFactory::getBookURL();
+    if (!folder || m_task.stop.stop_requested())
+        return;
+    const QString path = URLFactory::fileURL(*folder, cover.fileName).path(QUrl::FullyDecoded);
+    const FileResult written = FileManager::write(path, picture, FileManager::WriteMode::Atomic);
+    if (!written)
+        print(written.error);
+}
+
+void UpdatePlanner::restoreMissingTextFiles()
+{
+    const QStringList mids = ElementUpdateService::getMissingFiles(FileType::txt);
+    for (const QString &mid : mids) {
+        if (m_task.stop.stop_requested() || !URLFactory::getBookURL())
+            return;
+        const ElementPtr record = remote(mid);
+        if (!record) {
+            debugPrint(noMatchLine(mid));
+            return;
+        }
+        ElementUpdateService::writeMetadata(*record);
+    }
+}

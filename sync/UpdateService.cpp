@@ -1,0 +1,325 @@
+#include "sync/UpdateService.h"
+
+#include "app/ApplicationLog.h"
+#include "download/DownloadFileService.h"
+#include "download/DownloadQueue.h"
+#include "download/DownloadWindowController.h"
+#include "download/LibraryReloading.h"
+#include "library/ElementService.h"
+#include "pen/URLFactory.h"
+#include "pen/UsbService.h"
+#include "platform/Address.h"
+#include "platform/Dispatch.h"
+#include "platform/FileManager.h"
+#include "platform/StandardOutput.h"
+#include "sync/ElementUpdateService.h"
+#include "sync/LogPostService.h"
+#include "sync/RequestAddresses.h"
+#include "sync/UpdatePlanner.h"
+#include "sync/VersionService.h"
+
+#include <algorithm>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype rowsPerSlice = 50;
+
+QString text(bool flag)
+{
+    return flag ? u"true"_s : u"false"_s;
+}
+
+/// Rows of one name load the same file.
+QString contentName(const UpdateElement &row)
+{
+    return QStringList{row.publisherId, row.mid, row.bookVersion, row.elementId}.join(u'/');
+}
+
+/// Sweeps what interrupted placements left on the pen.
+void removeLeftovers()
+{
+    for (const std::optional<QUrl> &folder :
+         {URLFactory::getBookURL(), URLFactory::getConfigureURL()}) {
+        if (folder)
+            FileManager::removeLeftovers(folder->path(QUrl::FullyDecoded));
+    }
+}
+
+} // namespace
+
+UpdateService::UpdateService(LibraryReloading &viewController, QObject *parent)
+    : QObject(parent)
+    , m_downloadWindowController(std::make_unique<DownloadWindowController>())
+    , m_viewController(viewController)
+{
+    m_downloadWindowController->setViewController(&viewController);
+    connect(m_downloadWindowController.get(), &DownloadWindowController::runEnded, this,
+            &UpdateService::rowsEnded);
+}
+
+UpdateService::~UpdateService()
+{
+    m_stop.request_stop();
+}
+
+DownloadWindowController &UpdateService::downloadWindowController()
+{
+    return *m_downloadWindowController;
+}
+
+void UpdateService::updateAll()
+{
+    if (isRunning()) {
+        m_runRequested = true;
+        return;
+    }
+    writeLog(u"updateAll Beginn"_s);
+    if (!UsbService::isQuilloConnected()) {
+        debugPrint(u"Quillo is not connected. Skipping updateAll()"_s);
+        writeLog(u"updateAll return"_s);
+        return;
+    }
+    prepareRun();
+    LogPostService::postLogFIleMidsToServer(m_stop.get_token());
+    writeLog(u"updateAll nach postLogFIleMidsToServer"_s);
+    startSoftwareCheck();
+    writeLog(u"updateAll nach versionService.perform"_s);
+    readLocalMedias();
+    fetchCatalogue();
+    m_viewController.loadData();
+    writeLog(u"updateAll nach loadData"_s);
+    writeLog(u"updateAll Ende"_s);
+}
+
+/// Every run starts clean: nothing of an earlier one is loaded, counted or held against an address.
+void UpdateService::prepareRun()
+{
+    m_state = State::Planning;
+    m_stop = std::stop_source();
+    auto finished = std::exchange(m_downloadFileService, std::make_unique<DownloadFileService>());
+    m_downloadFileService->setDownloadWindowController(m_downloadWindowController.get());
+    m_downloadWindowController->setDownloadFileService(m_downloadFileService.get());
+    m_versionService = std::make_unique<VersionService>(*m_downloadFileService);
+    DownloadFileService::retire(std::move(finished));
+    updateElements().removeIf(
+        [](const UpdateElement &row) { return row.downloadType != DownloadType::Ready; });
+    m_queuedContents.clear();
+    totalBytesToDownload() = 0;
+    totalBytesDownloaded() = 0;
+    m_downloadWindowController->prepareForRun();
+    removeLeftovers();
+}
+
+void UpdateService::startSoftwareCheck()
+{
+    m_versionService->perform([this](bool needed) {
+        debugPrint(u"VersionService reports that"_s + (needed ? u" an "_s : u" NO "_s)
+                   + u"update is needed."_s);
+        softwareChecked(needed);
+        debugPrint(u"Finished work in version service perform."_s);
+    });
+}
+
+void UpdateService::softwareChecked(bool needed)
+{
+    m_needsSoftwareUpdate = needed;
+    if (m_state == State::Idle && !m_downloadWindowController->isStopped())
+        startLateRows();
+}
+
+void UpdateService::readLocalMedias()
+{
+    m_localMediasArray = ElementService::getTextFileContentFromPen();
+    writeLog(u"updateAll nach getTextFileContentFromPen"_s);
+    writeLog(u"updateAll localMediaArray length: "_s + QString::number(m_localMediasArray.size()));
+    for (const ElementPtr &local : std::as_const(m_localMediasArray))
+        local->mid = removeLeadingZeros(local->mid);
+    writeLog(u"updateAll nach localMediasArray forEach"_s);
+}
+
+void UpdateService::fetchCatalogue()
+{
+    const QPointer<QObject> guard(this);
+    const std::stop_token stop = m_stop.get_token();
+    const PlanningTask task = planningTask();
+    const auto answered = [this, guard, stop, task](const Catalogue &catalogue) {
+        PlanningTask planning = task;
+        if (catalogue.records) {
+            planning.remoteMedias = *catalogue.records;
+            Dispatch::main(guard, [stop, records = *catalogue.records] {
+                if (!stop.stop_requested())
+                    pendingElements() = records;
+            });
+        }
+        std::make_shared<UpdatePlanner>(std::move(planning))
+            ->run([this, guard, stop, result = catalogue.result] {
+                Dispatch::main(guard, [this, stop, result] {
+                    if (!stop.stop_requested())
+                        planned(result);
+                });
+            });
+    };
+    ElementUpdateService::fetchAllElementsFromMediaServer(true, stop, answered);
+}
+
+/// The records are those of the last run, for when nothing can be asked in this one.
+PlanningTask UpdateService::planningTask()
+{
+    const QPointer<QObject> guard(this);
+    PlanningTask task;
+    task.localMedias = m_localMediasArray;
+    task.remoteMedias = pendingElements();
+    task.stop = m_stop.get_token();
+    task.sizeOf = [this, guard](const QString &address,
+                                std::function<void(std::optional<qint64>)> told) {
+        if (!makeURL(address))
+            return told(std::nullopt);
+        Dispatch::main(guard, [this, address, told = std::move(told)] {
+            m_downloadFileService->getContentLength(address, told);
+        });
+    };
+    task.queueRow = [this, guard, stop = task.stop](const UpdateElement &row) {
+        Dispatch::main(guard, [this, stop, row] {
+            if (!stop.stop_requested())
+                queueRow(row);
+        });
+    };
+    return task;
+}
+
+/// A file that is already on its way is not queued again.
+void UpdateService::queueRow(const UpdateElement &row)
+{
+    const QString content = contentName(row);
+    if (m_queuedContents.contains(content))
+        return;
+    m_queuedContents += content;
+    updateElements().append(row);
+}
+
+void UpdateService::planned(const QString &result)
+{
+    writeLog(u"updateAll in DispatchQueue"_s);
+    const bool rowsQueued = !updateElements().isEmpty();
+    if (!result.isEmpty() || m_needsSoftwareUpdate || rowsQueued) {
+        debugPrint(u"Will show download window due to outstanding updates or downloads."_s);
+        writeLog(u"updateAll if"_s);
+        showDownloadWindow();
+    } else {
+        writeLog(u"updateAll else"_s);
+        debugPrint(u"Won't show download window, TBD file was empty? "_s + text(result.isEmpty())
+                   + u", software updated is needed? "_s + text(m_needsSoftwareUpdate)
+                   + u" and there are elements we should update? "_s + text(rowsQueued));
+    }
+    m_state = State::Downloading;
+    triggerElementDownloads();
+    writeLog(u"updateAll nach triggerElementDownloads"_s);
+}
+
+void UpdateService::showDownloadWindow()
+{
+    m_downloadWindowController->showWindow();
+}
+
+void UpdateService::triggerElementDownloads()
+{
+    if (updateElements().isEmpty() || m_downloadWindowController->isWorking()) {
+        QueueWindow::postNotification(QueueWindow::downloadComplete);
+        return;
+    }
+    m_downloadWindowController->resetProgress();
+    DispatchGroup group;
+    sizeRows(0, group);
+    group.notify(this, [stop = m_stop.get_token()] {
+        if (!stop.stop_requested())
+            QueueWindow::postStartElementDownloads();
+    });
+}
+
+/// A long queue is sized in slices, so that the window stays alive meanwhile.
+void UpdateService::sizeRows(qsizetype first, DispatchGroup group)
+{
+    const qsizetype end = std::min(first + rowsPerSlice, updateElements().size());
+    for (qsizetype i = first; i < end; ++i)
+        sizeRow(i, group);
+    m_downloadWindowController->reloadQueueTable();
+    if (end >= updateElements().size())
+        return;
+    group.enter();
+    Dispatch::main(this, [this, end, group, stop = m_stop.get_token()]() mutable {
+        if (!stop.stop_requested())
+            sizeRows(end, group);
+        group.leave();
+    });
+}
+
+void UpdateService::sizeRow(qsizetype index, DispatchGroup group)
+{
+    UpdateElement &row = updateElements()[index];
+    if (row.downloadType != DownloadType::Waiting)
+        return;
+    if (row.updateFileType != UpdateFileType::qnk) {
+        debugPrint(u"Will skip element download for type "_s + name(row.updateFileType));
+        return;
+    }
+    row.image = ElementService::loadCoverImage(row.elementId).value_or(dummyCover());
+    group.enter();
+    const auto sized = [index, group,
+                        stop = m_stop.get_token()](std::optional<qint64> size) mutable {
+        QList<UpdateElement> &rows = updateElements();
+        const bool waits = !stop.stop_requested() && index < rows.size()
+                           && rows.at(index).downloadType == DownloadType::Waiting;
+        if (waits) {
+            rows[index].contentLength = size.value_or(0);
+            totalBytesToDownload() += size.value_or(0);
+        }
+        group.leave();
+    };
+    m_downloadFileService->getContentLength(
+        contentAddress(row.publisherId, row.mid, row.bookVersion, row.elementId)
+            .value_or(QString()),
+        sized);
+}
+
+void UpdateService::rowsEnded()
+{
+    if (m_state != State::Downloading)
+        return;
+    m_state = State::Idle;
+    if (m_downloadWindowController->isStopped() || !startLateRows())
+        finishRun();
+}
+
+bool UpdateService::startLateRows()
+{
+    if (!queueHasOpenRows())
+        return false;
+    m_state = State::Downloading;
+    showDownloadWindow();
+    if (m_downloadWindowController->isWorking())
+        QueueWindow::postStartElementDownloads();
+    else
+        triggerElementDownloads();
+    return true;
+}
+
+void UpdateService::penRemoved()
+{
+    if (!isRunning())
+        return;
+    m_stop.request_stop();
+    m_runRequested = false;
+    m_state = State::Idle;
+    m_downloadWindowController->penRemoved();
+    finishRun();
+}
+
+void UpdateService::finishRun()
+{
+    Q_EMIT runEnded();
+    if (std::exchange(m_runRequested, false))
+        Dispatch::main(this, [this] { updateAll(); });
+}

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "library/BaseElement.h"
+
+#include <QObject>
+#include <QSet>
+#include <QString>
+
+#include <memory>
+#include <optional>
+#include <stop_token>
+
+class DispatchGroup;
+class DownloadFileService;
+class DownloadWindowController;
+class LibraryReloading;
+class VersionService;
+struct PlanningTask;
+struct UpdateElement;
+
+/// Runs one update of the pen against the servers at a time. Main thread only; planning works on
+/// the shared session's thread with copies of its own.
+class UpdateService : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// `viewController` must outlive the service.
+    explicit UpdateService(LibraryReloading &viewController, QObject *parent = nullptr);
+    ~UpdateService() override;
+
+    /// One update run. While another one is planning or downloading, the wish is remembered and
+    /// fulfilled when that one has ended.
+    void updateAll();
+
+    /// The pen went away: a run under way ends without writing, and its window says so.
+    void penRemoved();
+
+    [[nodiscard]] DownloadWindowController &downloadWindowController();
+    [[nodiscard]] bool isRunning() const { return m_state != State::Idle; }
+
+Q_SIGNALS:
+    /// A run has come to its end, whichever.
+    void runEnded();
+
+private:
+    enum class State { Idle, Planning, Downloading };
+
+    void prepareRun();
+    void startSoftwareCheck();
+    void softwareChecked(bool needed);
+    void readLocalMedias();
+    void fetchCatalogue();
+    [[nodiscard]] PlanningTask planningTask();
+    void planned(const QString &result);
+    void showDownloadWindow();
+    void triggerElementDownloads();
+    void sizeRows(qsizetype first, DispatchGroup group);
+    void sizeRow(qsizetype index, DispatchGroup group);
+    void queueRow(const UpdateElement &row);
+    void rowsEnded();
+    /// Starts rows that came after the run had gone through all others; false when there are none.
+    bool startLateRows();
+    void finishRun();
+
+    std::unique_ptr<DownloadFileService> m_downloadFileService;
+    std::unique_ptr<VersionService> m_versionService;
+    std::unique_ptr<DownloadWindowController> m_downloadWindowController;
+    LibraryReloading &m_viewController;
+    ElementList m_localMediasArray;
+    bool m_needsSoftwareUpdate = false;
+
+    State m_state = State::Idle;
+    bool m_runRequested = false;
+    QSet<QString> m_queuedContents; ///< what the run under way has queued already
+    std::stop_source m_stop;        ///< of the run under way
+};

@@ -1,0 +1,239 @@
+#include "sync/VersionService.h"
+
+#include "download/DownloadFileService.h"
+#include "pen/ConfigureService.h"
+#include "pen/FileService.h"
+#include "pen/TextValues.h"
+#include "pen/URLFactory.h"
+#include "platform/Address.h"
+#include "platform/Bundle.h"
+#include "platform/Dispatch.h"
+#include "platform/SharedSession.h"
+#include "platform/StandardOutput.h"
+#include "platform/URLSession.h"
+#include "sync/RequestAddresses.h"
+
+#include <algorithm>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+/// One piece of the pen's system software.
+struct VersionService::Software
+{
+    UpdateFileType kind;
+    QString versionKey; ///< of the configuration
+    QString localFileName;
+    QString extension;
+    QString failure; ///< what a failed transfer prints
+
+    [[nodiscard]] QString fileName(const QString &version) const
+    {
+        return localFileName + version + extension;
+    }
+
+    static const Software &image()
+    {
+        static const Software software = {UpdateFileType::iso,
+                                          URLFactory::mediaServerImageIsoVersionKey, u"imageisoV"_s,
+                                          u".iso"_s, u"Failed to download image ISO."_s};
+        return software;
+    }
+
+    static const Software &firmware()
+    {
+        static const Software software = {UpdateFileType::bin,
+                                          URLFactory::mediaServerFirmwareVersionKey, u"firmwareV"_s,
+                                          u".bin"_s, u"Error while downloading firmware file."_s};
+        return software;
+    }
+};
+
+namespace {
+
+const QString &rowTitle()
+{
+    static const QString title = u"Systemsoftware"_s;
+    return title;
+}
+
+std::optional<CoverImage> loadUpdateImage()
+{
+    const std::optional<QString> path = Bundle::imagePath(u"Firmware_icon"_s);
+    if (path)
+        return CoverImage{*path, {}, 0, 0};
+    debugPrint(u"Could not find update image; it will be missing in the UI. Make sure all assets "
+               u"are there."_s);
+    return std::nullopt;
+}
+
+/// All decimal digits of the name as one number; absent for a name without digits.
+std::optional<qint64> digitsOf(const QString &name)
+{
+    QString digits;
+    std::copy_if(name.begin(), name.end(), std::back_inserter(digits),
+                 [](QChar character) { return character >= u'0' && character <= u'9'; });
+    return digits.isEmpty() ? std::nullopt : decimalInteger(digits);
+}
+
+} // namespace
+
+VersionService::VersionService(DownloadFileService &downloadFileService, QObject *parent)
+    : QObject(parent)
+    , m_downloadFileService(downloadFileService)
+    , m_updateImage(loadUpdateImage())
+{
+}
+
+void VersionService::perform(std::function<void(bool needed)> completion)
+{
+    readLocalVersions();
+    removeStaleImageFiles();
+    DispatchGroup group;
+    const auto needed = std::make_shared<bool>(false);
+    const auto checked = [group, needed](bool upToDate) mutable {
+        *needed = *needed || !upToDate;
+        group.leave();
+    };
+    group.enter();
+    checkFirmware(checked);
+    group.enter();
+    checkImage(checked);
+    group.notify(this, [needed, completion = std::move(completion)] { completion(*needed); });
+}
+
+void VersionService::readLocalVersions()
+{
+    const PenVersions versions = ConfigureService::versionsOnPen();
+    m_firmwareVersionLocal = versions.firmware.value_or(-1);
+    m_imageIsoVersionLocal = versions.image.value_or(-1);
+}
+
+void VersionService::removeStaleImageFiles()
+{
+    const std::optional<QUrl> folder = URLFactory::getConfigureURL();
+    if (!folder)
+        return;
+    const QStringList names = FileService::listFiles(*folder, fileExtension(FileType::iso));
+    for (const QString &name : names) {
+        const std::optional<qint64> version = digitsOf(name);
+        if (version && *version <= m_imageIsoVersionLocal)
+            FileService::deleteFile(URLFactory::fileURL(*folder, name));
+    }
+}
+
+void VersionService::checkFirmware(std::function<void(bool upToDate)> completion)
+{
+    const auto answered = [this, completion](const std::optional<QString> &version) {
+        if (!version)
+            return completion(true);
+        const qint64 remote = decimalInteger(*version).value_or(-1);
+        debugPrint(u"firmware-file remoteversion "_s + QString::number(remote)
+                   + u" > localversion "_s + QString::number(m_firmwareVersionLocal) + u" ?"_s);
+        if (m_firmwareVersionLocal < remote)
+            return queueSoftware(Software::firmware(), *version, completion);
+        debugPrint(u"firmware-file up to date"_s);
+        completion(true);
+    };
+    fetchVersion(Software::firmware().versionKey, answered);
+}
+
+void VersionService::checkImage(std::function<void(bool upToDate)> completion)
+{
+    const auto answered = [this, completion](const std::optional<QString> &version) {
+        if (!version)
+            return completion(true);
+        m_imageIsoVersionRemote = decimalInteger(*version).value_or(-1);
+        if (m_imageIsoVersionLocal < m_imageIsoVersionRemote) {
+            debugPrint(u"iso-file remoteversion "_s + QString::number(m_imageIsoVersionRemote)
+                       + u" > localversion "_s + QString::number(m_imageIsoVersionLocal) + u" ?"_s);
+            return queueSoftware(Software::image(), *version, completion);
+        }
+        debugPrint(u"iso-file up to date"_s);
+        completion(true);
+    };
+    fetchVersion(Software::image().versionKey, answered);
+}
+
+void VersionService::queueSoftware(const Software &software, const QString &version,
+                                   std::function<void(bool upToDate)> completion)
+{
+    const std::optional<QString> address = softwareAddress(software.fileName(version));
+    if (!address)
+        return completion(false);
+    UpdateElement row;
+    row.bookVersion = version;
+    row.title = rowTitle();
+    row.image = m_updateImage;
+    row.updateFileType = software.kind;
+    row.updateURLString = *address;
+    const QPointer<VersionService> guard(this);
+    const auto sized = [guard, row, completion](std::optional<qint64> length) mutable {
+        if (!guard)
+            return;
+        if (length) {
+            row.contentLength = *length;
+            totalBytesToDownload() += *length;
+            updateElements().append(row);
+        }
+        completion(false);
+    };
+    m_downloadFileService.getContentLength(*address, sized);
+}
+
+void VersionService::downloadImage(const UpdateElement &, std::function<void(bool)> completion)
+{
+    downloadSoftware(Software::image(), std::move(completion));
+}
+
+void VersionService::downloadFirmware(const UpdateElement &, std::function<void(bool)> completion)
+{
+    downloadSoftware(Software::firmware(), std::move(completion));
+}
+
+/// The version is asked for anew, so that the row gets what is published now.
+void VersionService::downloadSoftware(const Software &software,
+                                      std::function<void(bool success)> completion)
+{
+    const auto told = [&software, completion](bool success) {
+        if (!success)
+            print(software.failure);
+        if (completion)
+            completion(success);
+    };
+    fetchVersion(
+        software.versionKey, [this, &software, told](const std::optional<QString> &version) {
+            const QString fileName = software.fileName(version.value_or(QString()));
+            const std::optional<QString> address = softwareAddress(fileName);
+            const std::optional<QUrl> folder = URLFactory::getConfigureURL();
+            if (!version || version->isEmpty() || !isSafeFileName(fileName) || !address || !folder
+                || !makeURL(*address)) {
+                debugPrint(u"No usable address for "_s + fileName);
+                told(false);
+                m_downloadFileService.skipRow();
+                return;
+            }
+            m_downloadFileService.download(*address, *folder, fileName, software.kind, told);
+        });
+}
+
+void VersionService::fetchVersion(const QString &addressKey, VersionHandler completion)
+{
+    const std::optional<QString> address = configuredAddress(addressKey);
+    const std::optional<QUrl> url = address ? makeURL(*address) : std::nullopt;
+    const QPointer<QObject> guard(this);
+    if (!url) {
+        Dispatch::main(guard, [completion] { completion(std::nullopt); });
+        return;
+    }
+    URLRequest request;
+    request.url = *url;
+    sharedSession().dataTask(request, [guard, completion](const DataTaskResult &result) {
+        if (!result.error.isEmpty())
+            print(result.error);
+        std::optional<QString> version;
+        if (result.error.isEmpty() && result.response && result.response->isSuccess())
+            version = decodeUtf8(result.data);
+        Dispatch::main(guard, [completion, version] { completion(version); });
+    });
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "download/LibraryReloading.h"
+#include "platform/FolderVolumes.h"
+#include "sync/UpdateService.h"
+#include "tests/support/FaultServer.h"
+#include "tests/support/PenFolder.h"
+
+#include <QTemporaryDir>
+
+#include <memory>
+
+/// A pen, a server for all addresses, and the update service between them.
+class UpdateRig : public LibraryReloading
+{
+public:
+    UpdateRig();
+    ~UpdateRig() override;
+
+    /// Every key with an address on the server, but those named.
+    void configure(const QStringList &missingKeys = {});
+    /// The shipped list replaced by these bytes.
+    void configureWith(const QByteArray &propertyList);
+
+    /// Title data for one title as the media server writes it.
+    [[nodiscard]] static QByteArray title(int mid, const QByteArray &name,
+                                          const QByteArray &areaCode = "en", int publisherId = 7);
+    /// The media server's answers: versions, the data of the pen's titles, of the requested ones.
+    void serveCatalogue(const QByteArray &versions, const QList<QByteArray> &allTitles,
+                        const QList<QByteArray> &requestedTitles = {});
+    void serveContent(int mid, int version, const QByteArray &content,
+                      const QByteArray &areaCode = "en", int publisherId = 7);
+    [[nodiscard]] static QByteArray
+    contentPath(int mid, int version, const QByteArray &areaCode = "en", int publisherId = 7);
+
+    /// A title's metadata file and, unless absent, its content and its cover.
+    void putTitle(const QString &id, int version, bool withContent = true, bool withCover = true);
+
+    /// Starts a run and waits for its end.
+    [[nodiscard]] bool run(int timeout = 20'000);
+    [[nodiscard]] bool waitForEnd(int timeout = 20'000);
+
+    void loadData() override;
+    void showBooksView() override { ++booksViewsShown; }
+
+    PenFolder pen;
+    FaultServer server;
+    FolderVolumes volumes;
+    std::unique_ptr<UpdateService> service;
+    int loads = 0;
+    int booksViewsShown = 0;
+
+private:
+    QTemporaryDir m_configuration;
+    int m_endedRuns = 0;
+};
+
+/// A small valid picture.
+[[nodiscard]] QByteArray pngPicture(int width = 6, int height = 8);
