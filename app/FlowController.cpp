@@ -1,0 +1,80 @@
+#include "app/FlowController.h"
+
+#include "app/MainWindow.h"
+#include "platform/Dispatch.h"
+#include "ui/ColorConstants.h"
+#include "ui/ContentPalette.h"
+#include "ui/Localization.h"
+#include "ui/ViewPlacement.h"
+
+#include "ui_SplashScreen.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void setTextColor(QWidget &view, const QColor &color)
+{
+    QPalette palette = view.palette();
+    palette.setColor(QPalette::WindowText, color);
+    view.setPalette(palette);
+}
+
+std::unique_ptr<QWidget> makeSplashWindow()
+{
+    auto window = std::make_unique<QWidget>(nullptr, Qt::SplashScreen);
+    Ui::SplashScreen outlets;
+    outlets.setupUi(window.get());
+    window->setPalette(contentPalette());
+    window->setWindowTitle(localized(u"window_title"_s));
+    outlets.pictureView->setImageName(u"splash"_s);
+    outlets.titleLabel->setText(localized(u"header_title"_s));
+    outlets.subtitleLabel->setText(localized(u"splash_subtitle"_s));
+    setTextColor(*outlets.titleLabel, ColorConstants::mainColor());
+    window->adjustSize();
+    return window;
+}
+
+} // namespace
+
+FlowController::FlowController(VolumeSource &volumes, QObject *parent)
+    : QObject(parent)
+    , m_volumes(volumes)
+{
+}
+
+FlowController::~FlowController() = default;
+
+void FlowController::start()
+{
+    showSplash(splashDuration, [this] { showMainWindow(); });
+}
+
+void FlowController::showSplash(std::chrono::milliseconds duration,
+                                std::function<void()> completion)
+{
+    splashWindow = makeSplashWindow();
+    centreOnScreen(*splashWindow);
+    splashWindow->show();
+    splashWindow->raise();
+    splashWindow->activateWindow();
+    Dispatch::mainAfter(duration, this, [this, completion = std::move(completion)] {
+        splashWindow->close();
+        completion();
+    });
+}
+
+void FlowController::showMainWindow()
+{
+    mainWindow = std::make_unique<MainWindow>(m_volumes);
+    centreOnScreen(*mainWindow);
+    mainWindow->show();
+    mainWindow->activateWindow();
+    Q_EMIT mainWindowShown();
+}
+
+void FlowController::closeWindows()
+{
+    splashWindow.reset();
+    mainWindow.reset();
+}

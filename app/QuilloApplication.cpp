@@ -1,0 +1,60 @@
+#include "app/QuilloApplication.h"
+
+#include "app/AppDelegate.h"
+#include "app/MainWindow.h"
+#include "platform/Dispatch.h"
+#include "platform/FileManager.h"
+#include "platform/SharedSession.h"
+#include "platform/TerminationSignals.h"
+#include "platform/VolumeSource.h"
+
+namespace {
+
+std::unique_ptr<VolumeSource> installed(std::unique_ptr<VolumeSource> volumes)
+{
+    FileManager::setVolumeSource(volumes.get());
+    return volumes;
+}
+
+} // namespace
+
+QuilloApplication::QuilloApplication(int &argc, char **argv, const VolumeSourceMaker &makeVolumes)
+    : QApplication(argc, argv)
+    , m_volumes(installed(makeVolumes()))
+    , m_signals(std::make_unique<TerminationSignals>())
+    , delegateReference(std::make_unique<AppDelegate>(*m_volumes))
+{
+    ignoreBrokenPipes();
+    setApplicationName(QStringLiteral("quillo"));
+    // The splash window goes before the main window comes.
+    setQuitOnLastWindowClosed(false);
+    connect(m_signals.get(), &TerminationSignals::requested, this, &QuilloApplication::terminate);
+}
+
+QuilloApplication::~QuilloApplication()
+{
+    delegateReference->flowConroller.closeWindows();
+    Dispatch::waitForGlobalWork();
+    endSharedSession();
+    FileManager::setVolumeSource(nullptr);
+}
+
+int QuilloApplication::run()
+{
+    Dispatch::main(this, [this] { delegateReference->applicationDidFinishLaunching(); });
+    return exec();
+}
+
+void QuilloApplication::terminate()
+{
+    if (MainWindow *window = delegateReference->flowConroller.mainWindow.get())
+        window->close();
+    else
+        exit(0);
+}
+
+ViewController *QuilloApplication::viewController() const
+{
+    const MainWindow *window = delegateReference->flowConroller.mainWindow.get();
+    return window != nullptr ? &window->viewController() : nullptr;
+}

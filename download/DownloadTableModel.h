@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QAbstractTableModel>
+#include <QIcon>
+
+class CoverCache;
+struct UpdateElement;
+
+/// The download queue as the window's table shows it. Reads the rows of updateElements() where they
+/// stand; whoever changes them calls queueChanged().
+class DownloadTableModel : public QAbstractTableModel
+{
+    Q_OBJECT
+
+public:
+    enum Column { coverColumn, titleColumn, statusColumn, cancelColumn, columns };
+
+    static constexpr int rowHeight = 32;
+    static constexpr QSize coverSize{28, 28};
+
+    explicit DownloadTableModel(CoverCache &covers, QObject *parent = nullptr);
+
+    /// Rows are added and removed at the end and all others shown anew, so that a view keeps its
+    /// position and selection.
+    void queueChanged();
+    /// Texts anew in the current language.
+    void updateTexts();
+    void setDevicePixelRatio(qreal ratio);
+
+    [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
+    [[nodiscard]] int columnCount(const QModelIndex &parent = {}) const override;
+    [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
+    [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation,
+                                      int role) const override;
+
+private:
+    [[nodiscard]] QVariant decoration(const UpdateElement &row, int column) const;
+    [[nodiscard]] QString accessibleText(const UpdateElement &row, int column) const;
+    void matchRowCount(int rows);
+    void coversChanged();
+
+    CoverCache &m_covers;
+    QIcon m_deleteImage;
+    qreal m_devicePixelRatio = 1;
+    int m_rowCount = 0; ///< as the views know it
+};

@@ -1,0 +1,98 @@
+#include "app/CommandLine.h"
+
+#include "platform/FolderVolumes.h"
+#include "platform/SystemVolumes.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct StopRow
+{
+    const char *name;
+    QStringList arguments;
+    int exitCode;
+    QString text;
+};
+
+void PrintTo(const StopRow &row, std::ostream *out)
+{
+    *out << row.name;
+}
+
+class CommandLineStops : public testing::TestWithParam<StopRow>
+{
+};
+
+TEST_P(CommandLineStops, WithCodeAndText)
+{
+    CommandLine commandLine(u"About."_s);
+    const auto stop = commandLine.parse(QStringList{u"/usr/bin/quillo"_s} + GetParam().arguments);
+    ASSERT_TRUE(stop);
+    EXPECT_EQ(stop->exitCode, GetParam().exitCode);
+    EXPECT_TRUE(stop->text.contains(GetParam().text)) << stop->text.toStdString();
+    EXPECT_TRUE(stop->text.endsWith(u'\n'));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, CommandLineStops,
+    testing::Values(
+        StopRow{"help", {u"--help"_s}, 0, u"--volumes <DIR>"_s},
+        StopRow{"version", {u"--version"_s}, 0, u"quillo 1.6"_s},
+        StopRow{"unknownOption", {u"--colour"_s}, 2, u"colour"_s},
+        StopRow{"helpGoesBeforeMistakes", {u"--colour"_s, u"--help"_s}, 0, u"--config"_s},
+        StopRow{"volumesWithoutValue", {u"--volumes"_s}, 2, u"volumes"_s},
+        StopRow{"volumesMissing", {u"--volumes"_s, u"/no/such/place"_s}, 2, u"/no/such/place"_s},
+        StopRow{"volumesIsFile", {u"--volumes"_s, u"/etc/passwd"_s}, 2, u"no folder"_s},
+        StopRow{"stray", {u"pen"_s}, 2, u"'pen'"_s}),
+    [](const auto &row) { return std::string(row.param.name); });
+
+TEST(CommandLine, TakesFolderAndFile)
+{
+    const QTemporaryDir folder;
+    CommandLine commandLine(u"About."_s);
+    EXPECT_FALSE(
+        commandLine.parse({u"quillo"_s, u"--volumes"_s, folder.path(), u"--config=/etc/passwd"_s}));
+    EXPECT_EQ(commandLine.volumesFolder(), folder.path());
+    EXPECT_EQ(commandLine.configurationFile(), u"/etc/passwd"_s);
+}
+
+TEST(CommandLine, LeavesTheToolkitsOptionsToIt)
+{
+    CommandLine commandLine(u"About."_s);
+    EXPECT_FALSE(commandLine.parse(
+        {u"quillo"_s, u"-platform"_s, u"offscreen"_s, u"-stylesheet"_s, u"file.qss"_s}));
+    EXPECT_FALSE(commandLine.volumesFolder());
+}
+
+TEST(CommandLine, TakesFurtherOptionsOfAnotherProgram)
+{
+    CommandLine commandLine(u"About."_s);
+    commandLine.addOption({u"seed"_s, u"Seed."_s, u"N"_s});
+    commandLine.addOption({u"headless"_s, u"No display."_s});
+    EXPECT_FALSE(commandLine.parse({u"quillo-demo"_s, u"--seed"_s, u"7"_s}));
+    EXPECT_EQ(commandLine.value(u"seed"_s), u"7"_s);
+    EXPECT_FALSE(commandLine.isSet(u"headless"_s));
+}
+
+TEST(CommandLine, ChoosesTheVolumes)
+{
+    QTemporaryDir folder;
+    ASSERT_TRUE(QDir(folder.path()).mkdir(u"QUILLO"_s));
+    CommandLine simulated(u"About."_s);
+    ASSERT_FALSE(simulated.parse({u"quillo"_s, u"--volumes"_s, folder.path()}));
+    const auto volumes = simulated.makeVolumes();
+    ASSERT_EQ(volumes->volumes().size(), 1);
+    EXPECT_EQ(volumes->volumes().constFirst().name, u"QUILLO"_s);
+
+    CommandLine plain(u"About."_s);
+    ASSERT_FALSE(plain.parse({u"quillo"_s}));
+    EXPECT_NE(qobject_cast<SystemVolumes *>(plain.makeVolumes().get()), nullptr);
+}
+
+} // namespace

@@ -1,0 +1,101 @@
+#include "tests/app/AppFixture.h"
+
+#include "platform/TerminationSignals.h"
+
+#include <QProcess>
+#include <QSignalSpy>
+
+#include <csignal>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The program itself, as a process of its own.
+class ProgramTest : public PenAppTest
+{
+protected:
+    void start(const QStringList &arguments)
+    {
+        process.start(QStringLiteral(QUILLO_PROGRAM), arguments);
+        ASSERT_TRUE(process.waitForStarted());
+    }
+
+    void startRunning()
+    {
+        start({u"--volumes"_s, pen.volumes(), u"--config"_s, configuration});
+        ASSERT_TRUE(waitForLog(u"viewDidAppear Ende"_s)) << process.readAllStandardError().data();
+    }
+
+    QProcess process;
+};
+
+class ProgramEnds : public ProgramTest, public testing::WithParamInterface<int>
+{
+};
+
+TEST_P(ProgramEnds, WithSuccessWhenAsked)
+{
+    startRunning();
+    ASSERT_EQ(::kill(static_cast<pid_t>(process.processId()), GetParam()), 0);
+    ASSERT_TRUE(process.waitForFinished(10'000));
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process.exitCode(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, ProgramEnds, testing::Values(SIGINT, SIGTERM),
+                         [](const auto &row) {
+                             return row.param == SIGINT ? "Interrupt" : "Terminate";
+                         });
+
+TEST_F(ProgramTest, EndsWithSuccessDuringTheSplash)
+{
+    start({u"--volumes"_s, pen.volumes(), u"--config"_s, configuration});
+    process.terminate();
+    ASSERT_TRUE(process.waitForFinished(10'000));
+    // A signal before main() has got round to them ends any program the hard way.
+    EXPECT_TRUE(process.exitStatus() == QProcess::CrashExit || process.exitCode() == 0);
+    EXPECT_TRUE(logLines({u"viewDidLoad"_s}).isEmpty());
+}
+
+TEST_F(ProgramTest, FindsThePenInTheFolder)
+{
+    startRunning();
+    EXPECT_EQ(logLines({u"viewDidLoad isQuilloAvailable"_s}),
+              QStringList{u"viewDidLoad isQuilloAvailable: true"_s});
+    process.terminate();
+    EXPECT_TRUE(process.waitForFinished(10'000));
+}
+
+TEST_F(ProgramTest, WrongFolderIsToldOnStandardError)
+{
+    start({u"--volumes"_s, u"/no/such/place"_s});
+    ASSERT_TRUE(process.waitForFinished(10'000));
+    EXPECT_EQ(process.exitCode(), 2);
+    EXPECT_EQ(process.readAllStandardError(), "quillo: '/no/such/place' is no folder.\n");
+    EXPECT_TRUE(process.readAllStandardOutput().isEmpty());
+}
+
+TEST_F(ProgramTest, HelpNeedsNoDisplay)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"QT_QPA_PLATFORM"_s, u"none-such"_s);
+    process.setProcessEnvironment(environment);
+    start({u"--help"_s});
+    ASSERT_TRUE(process.waitForFinished(10'000));
+    EXPECT_EQ(process.exitCode(), 0);
+    EXPECT_TRUE(process.readAllStandardOutput().startsWith("Usage: "));
+}
+
+TEST(TerminationSignals, ArriveInTheEventLoop)
+{
+    TerminationSignals signalsOfTheSystem;
+    QSignalSpy requested(&signalsOfTheSystem, &TerminationSignals::requested);
+    std::raise(SIGTERM);
+    EXPECT_TRUE(requested.isEmpty());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return requested.count() == 1; }));
+    std::raise(SIGINT);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return requested.count() == 2; }));
+}
+
+} // namespace

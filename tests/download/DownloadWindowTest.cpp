@@ -1,0 +1,378 @@
+#include "download/DownloadWindow.h"
+
+#include "download/DownloadQueue.h"
+#include "download/DownloadWindowController.h"
+#include "download/LibraryReloading.h"
+#include "library/CoverCache.h"
+#include "platform/SoundPlayer.h"
+#include "ui/ColorConstants.h"
+#include "ui/ImageView.h"
+#include "ui/Localization.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QHeaderView>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QScreen>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTableView>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class RecordedSounds : public SoundPlayer
+{
+public:
+    void play(const QString &name) override { played.append(name); }
+
+    QStringList played;
+};
+
+/// Reloads of the library that the window's buttons ask for.
+class Reloads : public LibraryReloading
+{
+public:
+    void loadData() override { calls.append(u"loadData"_s); }
+    void showBooksView() override { calls.append(u"showBooksView"_s); }
+
+    QStringList calls;
+};
+
+UpdateElement row(const QString &title, DownloadType state,
+                  UpdateFileType kind = UpdateFileType::qnk)
+{
+    UpdateElement element;
+    element.title = title;
+    element.downloadType = state;
+    element.updateFileType = kind;
+    return element;
+}
+
+class DownloadWindowTest : public testing::Test
+{
+protected:
+    DownloadWindowTest()
+    {
+        setCurrentLanguage(u"de"_s);
+        controller.setViewController(&reloads);
+    }
+    ~DownloadWindowTest() override { updateElements().clear(); }
+
+    void fill(const QList<UpdateElement> &rows)
+    {
+        updateElements() = rows;
+        controller.reloadQueueTable();
+    }
+
+    void show()
+    {
+        controller.showWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    }
+
+    [[nodiscard]] QVariant cell(int row, int column, int role = Qt::DisplayRole) const
+    {
+        const QAbstractItemModel &model = *window.tableView->model();
+        return model.data(model.index(row, column), role);
+    }
+
+    [[nodiscard]] bool hasCross(int row) const
+    {
+        return !cell(row, 3, Qt::DecorationRole).value<QIcon>().isNull();
+    }
+
+    void click(int row, int column)
+    {
+        const QModelIndex index = window.tableView->model()->index(row, column);
+        QTest::mouseClick(window.tableView->viewport(), Qt::LeftButton, {},
+                          window.tableView->visualRect(index).center());
+    }
+
+    /// As the title bar's X does.
+    void closeByTitleBar()
+    {
+        QCloseEvent event;
+        QSpontaneKeyEvent::setSpontaneous(&event);
+        qApp->notify(&window, &event); // sendEvent() would clear the mark
+    }
+
+    void complete()
+    {
+        QSignalSpy completed(&controller, &DownloadWindowController::completed);
+        DownloadWindowController::postNotification(QueueWindow::downloadComplete);
+        ASSERT_TRUE(completed.wait());
+    }
+
+    CoverCache covers;
+    RecordedSounds sounds;
+    Reloads reloads;
+    DownloadWindowController controller;
+    DownloadWindow window{controller, covers, sounds};
+};
+
+TEST_F(DownloadWindowTest, StartsIdleAndHidden)
+{
+    EXPECT_FALSE(window.isVisible());
+    EXPECT_FALSE(window.OKBtn->isEnabled());
+    EXPECT_TRUE(window.cancelBtn->isEnabled());
+    EXPECT_EQ(window.progressImage->imageName(), u"quillo-fortschritt-laden_0"_s);
+    EXPECT_EQ(window.stepLabel->text(), u"0 %"_s);
+    EXPECT_EQ(window.downlloadLabel->text(), localized(u"label_downloading"_s));
+}
+
+TEST_F(DownloadWindowTest, IsShownInTheMiddleOfTheScreenAndHidden)
+{
+    show();
+    const QPoint off =
+        window.frameGeometry().center() - window.screen()->availableGeometry().center();
+    EXPECT_LE(off.manhattanLength(), 4);
+    Q_EMIT controller.closeRequested();
+    EXPECT_FALSE(window.isVisible());
+}
+
+TEST_F(DownloadWindowTest, RowsAreThirtyTwoHighAndEveryOtherOneTinted)
+{
+    fill({row(u"a"_s, DownloadType::Waiting), row(u"b"_s, DownloadType::Waiting)});
+    show();
+    EXPECT_EQ(window.tableView->rowHeight(0), 32);
+    EXPECT_FALSE(cell(0, 1, Qt::BackgroundRole).isValid());
+    EXPECT_EQ(cell(1, 1, Qt::BackgroundRole).value<QColor>(), ColorConstants::lightCGColor());
+}
+
+struct StateRow
+{
+    DownloadType state;
+    QString german;
+    QString english;
+};
+
+void PrintTo(const StateRow &row, std::ostream *out)
+{
+    *out << rawValue(row.state).toStdString();
+}
+
+class RowStates : public DownloadWindowTest, public testing::WithParamInterface<StateRow>
+{
+};
+
+TEST_P(RowStates, ReadInBothLanguages)
+{
+    fill({row(u"Titel"_s, GetParam().state)});
+    EXPECT_EQ(cell(0, 2).toString(), GetParam().german);
+    setCurrentLanguage(u"en"_s);
+    EXPECT_EQ(cell(0, 2).toString(), GetParam().english);
+}
+
+TEST_P(RowStates, ShowACrossOnlyWhileWaiting)
+{
+    fill({row(u"Titel"_s, GetParam().state),
+          row(u"System"_s, GetParam().state, UpdateFileType::iso)});
+    EXPECT_EQ(hasCross(0), GetParam().state == DownloadType::Waiting);
+    EXPECT_FALSE(hasCross(1));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    States, RowStates,
+    testing::Values(StateRow{DownloadType::Ready, u"Fertig"_s, u"Done"_s},
+                    StateRow{DownloadType::UpToDate, u"Aktuell"_s, u"Up to date"_s},
+                    StateRow{DownloadType::Canceled, u"Abgebrochen"_s, u"Cancelled"_s},
+                    StateRow{DownloadType::Downloading, u"Wird geladen"_s, u"Loading"_s},
+                    StateRow{DownloadType::Copying, u"Wird kopiert"_s, u"Copying"_s},
+                    StateRow{DownloadType::Waiting, u"Wartet"_s, u"Waiting"_s},
+                    StateRow{DownloadType::Failed, u"Fehlgeschlagen"_s, u"Failed"_s}),
+    [](const auto &row) { return rawValue(row.param.state).toStdString(); });
+
+TEST_F(DownloadWindowTest, TextsFollowTheLanguage)
+{
+    const auto header = [this](int column) {
+        return window.tableView->model()->headerData(column, Qt::Horizontal).toString();
+    };
+    EXPECT_EQ(window.cancelBtn->text(), u"Abbrechen"_s);
+    EXPECT_EQ(header(1), u"Titel"_s);
+    setCurrentLanguage(u"en"_s);
+    window.updateTexts();
+    EXPECT_EQ(window.cancelBtn->text(), u"Cancel"_s);
+    EXPECT_EQ(window.OKBtn->text(), u"OK"_s);
+    EXPECT_EQ(header(1), u"Title"_s);
+    EXPECT_EQ(header(2), u"Status"_s);
+    EXPECT_EQ(window.downlloadLabel->text(), localized(u"label_downloading"_s, u"en"_s));
+}
+
+TEST_F(DownloadWindowTest, ClickInTheCancelColumnDropsTheRow)
+{
+    fill({row(u"a"_s, DownloadType::Waiting), row(u"b"_s, DownloadType::Waiting)});
+    show();
+    click(1, 1);
+    EXPECT_EQ(updateElements().at(1).downloadType, DownloadType::Waiting);
+    click(1, 3);
+    EXPECT_EQ(updateElements().at(1).downloadType, DownloadType::Canceled);
+    EXPECT_EQ(updateElements().at(0).downloadType, DownloadType::Waiting);
+    EXPECT_EQ(cell(1, 2).toString(), localized(u"cell_canceled"_s));
+    EXPECT_FALSE(hasCross(1));
+}
+
+class DropKeys : public DownloadWindowTest, public testing::WithParamInterface<Qt::Key>
+{
+};
+
+TEST_P(DropKeys, DropTheCurrentRow)
+{
+    fill({row(u"a"_s, DownloadType::Waiting), row(u"b"_s, DownloadType::Waiting)});
+    show();
+    window.tableView->setFocus();
+    window.tableView->selectRow(1);
+    QTest::keyClick(window.tableView, GetParam());
+    EXPECT_EQ(updateElements().at(0).downloadType, DownloadType::Waiting);
+    EXPECT_EQ(updateElements().at(1).downloadType, DownloadType::Canceled);
+}
+
+INSTANTIATE_TEST_SUITE_P(Keys, DropKeys, testing::Values(Qt::Key_Delete, Qt::Key_Space),
+                         [](const auto &row) {
+                             return row.param == Qt::Key_Delete ? "Delete" : "Space";
+                         });
+
+TEST_F(DownloadWindowTest, TabGoesFromTheTableToTheButtons)
+{
+    fill({row(u"a"_s, DownloadType::Waiting)});
+    show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    window.tableView->setFocus();
+    QTest::keyClick(window.tableView, Qt::Key_Tab);
+    EXPECT_TRUE(window.cancelBtn->hasFocus());
+}
+
+TEST_F(DownloadWindowTest, BarShowsTenthsOfAPercent)
+{
+    // 0.6 x 12.5 = 7.5
+    DownloadWindowController::postDownloadPercentage(12.5);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return window.progressBar->value() != 0; }));
+    EXPECT_EQ(window.progressBar->value(), 75);
+    EXPECT_EQ(window.progressBar->maximum(), 1000);
+    EXPECT_EQ(window.stepLabel->text(), u"7 %"_s);
+    EXPECT_FALSE(window.OKBtn->isEnabled());
+    EXPECT_TRUE(window.cancelBtn->isEnabled());
+}
+
+TEST_F(DownloadWindowTest, CompletionFillsThePenAndSounds)
+{
+    fill({row(u"a"_s, DownloadType::Ready)});
+    complete();
+    EXPECT_TRUE(window.OKBtn->isEnabled());
+    EXPECT_FALSE(window.cancelBtn->isEnabled());
+    EXPECT_EQ(window.progressBar->value(), window.progressBar->maximum());
+    EXPECT_EQ(window.stepLabel->text(), u"100 %"_s);
+    EXPECT_EQ(window.progressImage->imageName(), u"quillo-fortschritt-laden_100"_s);
+    EXPECT_EQ(sounds.played, QStringList{u"Done"_s});
+}
+
+TEST_F(DownloadWindowTest, OKReloadsEmptiesAndHides)
+{
+    fill({row(u"a"_s, DownloadType::Ready)});
+    show();
+    complete();
+    QTest::mouseClick(window.OKBtn, Qt::LeftButton);
+    EXPECT_FALSE(window.isVisible());
+    EXPECT_TRUE(updateElements().isEmpty());
+    EXPECT_EQ(window.tableView->model()->rowCount(), 0);
+    EXPECT_EQ(reloads.calls, (QStringList{u"loadData"_s, u"showBooksView"_s}));
+}
+
+TEST_F(DownloadWindowTest, TitleBarAndEscapeActAsOKWhenAllIsDone)
+{
+    for (const bool escape : {false, true}) {
+        fill({row(u"a"_s, DownloadType::Ready)});
+        show();
+        complete();
+        if (escape)
+            QTest::keyClick(&window, Qt::Key_Escape);
+        else
+            closeByTitleBar();
+        EXPECT_FALSE(window.isVisible()) << escape;
+        EXPECT_TRUE(updateElements().isEmpty()) << escape;
+    }
+}
+
+TEST_F(DownloadWindowTest, TitleBarActsAsCancelDuringARun)
+{
+    fill({row(u"a"_s, DownloadType::Downloading)});
+    show();
+    ASSERT_TRUE(window.cancelBtn->isEnabled());
+    closeByTitleBar();
+    EXPECT_FALSE(window.isVisible());
+    EXPECT_EQ(updateElements().size(), 1) << "only OK empties the queue";
+    EXPECT_TRUE(reloads.calls.isEmpty()) << "the reload follows the closing";
+    EXPECT_TRUE(QTest::qWaitFor([this] { return reloads.calls.size() == 2; }));
+}
+
+TEST_F(DownloadWindowTest, TitleBarIsIgnoredWhileSystemSoftwareLoads)
+{
+    fill({row(u"System"_s, DownloadType::Waiting, UpdateFileType::iso)});
+    show();
+    DownloadWindowController::postStartElementDownloads();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !window.cancelBtn->isEnabled(); }));
+    ASSERT_FALSE(window.OKBtn->isEnabled());
+    closeByTitleBar();
+    QTest::keyClick(&window, Qt::Key_Escape);
+    EXPECT_TRUE(window.isVisible());
+}
+
+TEST_F(DownloadWindowTest, ReloadsKeepPositionAndSelection)
+{
+    QList<UpdateElement> rows;
+    for (int i = 0; i < 10'000; ++i)
+        rows.append(row(QString::number(i), DownloadType::Waiting));
+    fill(rows);
+    show();
+    window.tableView->selectRow(5'000);
+    window.tableView->scrollTo(window.tableView->currentIndex());
+    const int position = window.tableView->verticalScrollBar()->value();
+    ASSERT_GT(position, 0);
+    updateElements()[0].downloadType = DownloadType::Ready;
+    updateElements().append(row(u"late"_s, DownloadType::Waiting));
+    controller.reloadQueueTable();
+    EXPECT_EQ(window.tableView->verticalScrollBar()->value(), position);
+    EXPECT_EQ(window.tableView->currentIndex().row(), 5'000);
+    EXPECT_TRUE(window.tableView->selectionModel()->isRowSelected(5'000));
+    EXPECT_EQ(window.tableView->model()->rowCount(), 10'001);
+    EXPECT_EQ(cell(0, 2).toString(), localized(u"cell_ready"_s));
+}
+
+TEST_F(DownloadWindowTest, QueueEmptiedBehindTheTableIsNotRead)
+{
+    fill({row(u"a"_s, DownloadType::Waiting)});
+    updateElements().clear();
+    EXPECT_FALSE(cell(0, 1).isValid());
+    controller.reloadQueueTable();
+    EXPECT_EQ(window.tableView->model()->rowCount(), 0);
+}
+
+TEST_F(DownloadWindowTest, CoverArrivesInItsCell)
+{
+    UpdateElement element = row(u"a"_s, DownloadType::Waiting);
+    EXPECT_TRUE(updateElements().isEmpty());
+    fill({element});
+    EXPECT_FALSE(cell(0, 0, Qt::DecorationRole).isValid());
+    element.image = dummyCover();
+    fill({element});
+    const auto cover = cell(0, 0, Qt::DecorationRole).value<QPixmap>();
+    EXPECT_FALSE(cover.isNull());
+    EXPECT_LE(cover.height(), 32);
+}
+
+TEST_F(DownloadWindowTest, EveryControlHasAName)
+{
+    fill({row(u"Der Löwe"_s, DownloadType::Waiting)});
+    EXPECT_FALSE(window.tableView->accessibleName().isEmpty());
+    EXPECT_FALSE(window.progressBar->accessibleName().isEmpty());
+    EXPECT_FALSE(window.windowTitle().isEmpty());
+    EXPECT_TRUE(cell(0, 3, Qt::AccessibleTextRole).toString().contains(u"Der Löwe"_s));
+}
+
+} // namespace
