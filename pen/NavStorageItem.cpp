@@ -1,0 +1,58 @@
+#include "pen/NavStorageItem.h"
+
+#include "app/ApplicationLog.h"
+#include "ui/ColorConstants.h"
+#include "ui/ImageView.h"
+#include "ui/Localization.h"
+#include "ui/ViewPlacement.h"
+
+#include "ui_NavStorageItem.h"
+
+using namespace Qt::StringLiterals;
+
+QPointer<NavStorageItem> NavStorageItem::current;
+
+NavStorageItem::NavStorageItem(QWidget *parent)
+    : QWidget(parent)
+{
+    loadOutlets();
+    current = this;
+    setUpColors();
+    updateValues();
+}
+
+void NavStorageItem::loadOutlets()
+{
+    view = new QWidget(this);
+    Ui::NavStorageItem outlets;
+    outlets.setupUi(view);
+    pinEdges(*view, *this);
+    storageLabel = outlets.storageLabel;
+    detailedStorageLabel = outlets.detailedStorageLabel;
+    progressBar = outlets.progressBar;
+    quilloImage = outlets.quilloImage;
+    quilloImage->setImageName(u"quillo_quillo_small"_s);
+}
+
+void NavStorageItem::setUpColors()
+{
+    QPalette palette = view->palette();
+    palette.setColor(QPalette::Window, ColorConstants::mainColor());
+    palette.setColor(QPalette::WindowText, Qt::white);
+    view->setPalette(palette);
+    view->setAutoFillBackground(true);
+}
+
+void NavStorageItem::updateValues()
+{
+    writeLog(u"updateValues Beginn"_s);
+    storageLabel->setText(localized(u"storage"_s));
+    const StorageTexts texts = storageService.updateStorageValues();
+    writeLog(u"updateValues nach updateStorageValues"_s);
+    progressBar->setValue(static_cast<int>(texts.percent));
+    detailedStorageLabel->setText(texts.storageText);
+    progressBar->setAccessibleName(localized(u"storage_gauge"_s));
+    progressBar->setAccessibleDescription(texts.storageText);
+    writeLog(u"updateValues Ende"_s);
+    Q_EMIT valuesUpdated();
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "library/Deletion.h"
+
+#include <QHash>
+#include <QStringList>
+#include <QWidget>
+
+class DeletionOwner;
+class QToolButton;
+
+/// The header's buttons for commands. The delete button removes the chosen titles from the pen.
+/// Main thread only.
+class DeleteViewController : public QWidget, public DeletionSelecting
+{
+    Q_OBJECT
+
+public:
+    explicit DeleteViewController(QWidget *parent = nullptr);
+
+    void setSelectedElementIds(const QStringList &ids) override;
+    void clearSelectedElementIds() override;
+
+    /// The button is enabled while titles are chosen and the pen is available.
+    void updateDeleteButton();
+    void deleteButtonAction();
+
+    /// The delete key in this view, or in one inside it, presses the button.
+    void addDeleteKey(QWidget &view);
+
+    /// The buttons' texts anew in the current language.
+    void updateTexts();
+
+    /// The main window's controller; set when it takes this one in.
+    DeletionOwner *viewController = nullptr;
+
+    // Outlet.
+    QToolButton *deleteButton = nullptr;
+
+private:
+    void deleteTitles(const QStringList &ids, const QHash<QString, QString> &names);
+};

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "pen/PenAvailability.h"
+
+class DeletionHandling;
+
+/// What deleting titles needs of the main window.
+class DeletionOwner : public PenAvailability
+{
+public:
+    /// The controller shown in the content area; null when titles cannot be deleted in it.
+    [[nodiscard]] virtual DeletionHandling *shownDeletionHandling() = 0;
+    /// Fills the title lists from the pen.
+    virtual void getBaseElementsFromPen() = 0;
+};
