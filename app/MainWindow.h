@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QMainWindow>
+
+class ViewController;
+class VolumeSource;
+
+/// The main window: its controller's view and the keys that work everywhere in it.
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit MainWindow(VolumeSource &volumes);
+    ~MainWindow() override;
+
+    [[nodiscard]] ViewController &viewController() const { return *m_viewController; }
+
+private:
+    void addKey(const QKeySequence &key, void (MainWindow::*action)());
+    void addCategoryKeys();
+    void toggleViewMode();
+    void quit();
+    void updateAll();
+
+    ViewController *m_viewController;
+};

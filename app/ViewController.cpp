@@ -1,0 +1,251 @@
+#include "app/ViewController.h"
+
+#include "app/ApplicationLog.h"
+#include "app/NavigationViewController.h"
+#include "download/DownloadWindow.h"
+#include "download/DownloadWindowController.h"
+#include "library/CategoryControllers.h"
+#include "library/ElementService.h"
+#include "library/LibraryLists.h"
+#include "pen/URLFactory.h"
+#include "pen/UsbService.h"
+#include "platform/Dispatch.h"
+#include "platform/StandardOutput.h"
+#include "sync/UpdateService.h"
+#include "ui/DeleteViewController.h"
+#include "ui/Localization.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <QShowEvent>
+#include <QToolButton>
+
+using namespace Qt::StringLiterals;
+
+ViewController::ViewController(VolumeSource &volumes, QWidget *parent)
+    : QWidget(parent)
+    , m_workspace(volumes)
+{
+    loadOutlets();
+}
+
+ViewController::~ViewController()
+{
+    delete m_downloadWindow;
+}
+
+void ViewController::viewDidLoad()
+{
+    writeLog(u"viewDidLoad Beginn"_s);
+    writeLog(u"viewDidLoad nach super.viewDidLoad"_s);
+    updateService = std::make_unique<UpdateService>(*this);
+    makeDownloadWindow();
+    writeLog(u"viewDidLoad nach updateService"_s);
+    setFrame();
+    writeLog(u"viewDidLoad nach setFrame"_s);
+    prepareBaseViews();
+    writeLog(u"viewDidLoad nach prepareBaseViews"_s);
+    setIsQuilloAvailable(UsbService::isQuilloConnected());
+    writeLog(u"viewDidLoad isQuilloAvailable: "_s + (m_isQuilloAvailable ? u"true"_s : u"false"_s));
+    loadData();
+    writeLog(u"viewDidLoad nach loadData"_s);
+    initSubViews();
+    writeLog(u"viewDidLoad nach initSubViews"_s);
+    addMountDetector();
+    writeLog(u"viewDidLoad nach addMountDetector"_s);
+    writeLog(u"viewDidLoad Ende"_s);
+}
+
+void ViewController::viewDidAppear()
+{
+    writeLog(u"viewDidAppear Beginn"_s);
+    writeLog(u"viewDidAppear nach super.viewDidAppear"_s);
+    window()->installEventFilter(this);
+    writeLog(u"viewDidAppear nach delegate"_s);
+    window()->setWindowTitle(localized(u"window_title"_s));
+    writeLog(u"viewDidAppear nach title"_s);
+    showBooksView();
+    writeLog(u"viewDidAppear nach showBooksView"_s);
+    updateService->updateAll();
+    writeLog(u"viewDidAppear nach updateAll"_s);
+    if (myBooksController)
+        myBooksController->libraryChanged();
+    writeLog(u"viewDidAppear nach reloadData"_s);
+    writeLog(u"viewDidAppear Ende"_s);
+}
+
+void ViewController::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    // The window is on the screen first, before the work of an update run.
+    if (!event->spontaneous())
+        Dispatch::main(this, [this] { viewDidAppear(); });
+}
+
+bool ViewController::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == window() && event->type() == QEvent::Close)
+        event->setAccepted(windowShouldClose());
+    return QWidget::eventFilter(watched, event);
+}
+
+bool ViewController::windowShouldClose()
+{
+    // Not quit(), which would ask every window once more.
+    QCoreApplication::exit(0);
+    return true;
+}
+
+void ViewController::loadData()
+{
+    writeLog(u"loadData Beginn"_s);
+    usbConnectionImageBtn->setToolTip(localized(u"usb_eject_warning"_s));
+    writeLog(u"loadData nach toolTip"_s);
+    loadMusic();
+    writeLog(u"loadData nach DispatchQueue"_s);
+    getBaseElementsFromPen();
+    writeLog(u"loadData nach getElementsFromPen"_s);
+    updateStorageGauge();
+    writeLog(u"loadData nach updateValues"_s);
+    writeLog(u"loadData Ende"_s);
+}
+
+void ViewController::loadMusic()
+{
+    Dispatch::global([this, guard = QPointer<QObject>(this), list = getMusicFromPen] {
+        writeLog(u"loadData in DispatchQueue"_s);
+        std::optional<MusicList> music;
+        if (list)
+            music = list();
+        writeLog(u"loadData nach getMusicFromPen"_s);
+        if (music)
+            Dispatch::main(guard, [this, music = *music] {
+                musicList() = music;
+                libraryChanged();
+            });
+    });
+}
+
+void ViewController::getBaseElementsFromPen()
+{
+    writeLog(u"getBaseElementsFromPen Beginn"_s);
+    const PenLibrary library = ElementService::getQuilloFilesInfoFromPen();
+    bookList() = library.books;
+    gameList() = library.games;
+    learningMaterialList() = library.learningMaterials;
+    archiveList() = library.archives;
+    libraryChanged();
+    writeLog(u"getBaseElementsFromPen nach getBookAndGameListFromPen"_s);
+    writeLog(u"getBaseElementsFromPen Ende"_s);
+}
+
+void ViewController::setIsQuilloAvailable(bool available)
+{
+    m_isQuilloAvailable = available;
+    setUsbControlsEnabled(available);
+    if (available)
+        quilloName = UsbService::getQuilloName();
+}
+
+void ViewController::setUsbControlsEnabled(bool enabled)
+{
+    usbConnectionImageBtn->setEnabled(enabled);
+    deleteViewController->updateDeleteButton();
+}
+
+void ViewController::setViewMode(ViewMode mode)
+{
+    m_viewMode = mode;
+    navigationViewController->setViewMode(mode);
+}
+
+void ViewController::toggleViewMode()
+{
+    setViewMode(toggled(m_viewMode));
+}
+
+void ViewController::addMountDetector()
+{
+    writeLog(u"addMountDetector Beginn"_s);
+    connect(&m_workspace, &Workspace::didMount, this, &ViewController::didMount);
+    connect(&m_workspace, &Workspace::didUnmount, this, &ViewController::didUnMount);
+    writeLog(u"addMountDetector Ende"_s);
+}
+
+void ViewController::didMount(const QVariantMap &userInfo)
+{
+    writeLog(u"didMount Beginn"_s);
+    const QVariant name = userInfo.value(Workspace::volumeNameKey);
+    if (name.typeId() != QMetaType::QString) {
+        writeLog(u"didMount return"_s);
+        return;
+    }
+    if (UsbService::canDeviceNameBeQuillo(name.toString())) {
+        writeLog(u"didMount if canDeviceNameBeQuillo"_s);
+        Dispatch::main(this, [this] { penMounted(); });
+    }
+    writeLog(u"didMount Ende"_s);
+}
+
+void ViewController::didUnMount(const QVariantMap &userInfo)
+{
+    writeLog(u"didUnMount Beginn"_s);
+    const QVariant name = userInfo.value(Workspace::volumeNameKey);
+    if (name.typeId() != QMetaType::QString) {
+        writeLog(u"didUnMount return"_s);
+        return;
+    }
+    if (UsbService::canDeviceNameBeQuillo(name.toString())) {
+        writeLog(u"didUnMount if canDeviceNameBeQuillo"_s);
+        Dispatch::main(this, [this] { penUnmounted(); });
+    }
+    writeLog(u"didUnMount Ende"_s);
+}
+
+void ViewController::penMounted()
+{
+    showMessage({});
+    setIsQuilloAvailable(true);
+    updateService->updateAll();
+    showView(NavElementType::Books);
+}
+
+void ViewController::penUnmounted()
+{
+    // First of all, so that nothing of a run under way is written any more.
+    updateService->penRemoved();
+    showMessage({});
+    clearLibraryLists();
+    m_coverCache.clear();
+    updateService->downloadWindowController().reloadQueueTable();
+    setIsQuilloAvailable(false);
+    resetAfterUnmount();
+    updateStorageGauge();
+}
+
+DownloadWindow *ViewController::downloadWindow() const
+{
+    return m_downloadWindow;
+}
+
+void ViewController::ejectQuillo()
+{
+    const std::optional<QUrl> volume = URLFactory::getQuilloURL();
+    if (!volume || m_ejecting)
+        return;
+    m_ejecting = true;
+    usbConnectionImageBtn->setEnabled(false);
+    Dispatch::main(this, [this, url = *volume] {
+        m_workspace.unmountVolume(url, [this](const QString &error) { ejectEnded(error); });
+    });
+}
+
+void ViewController::ejectEnded(const QString &error)
+{
+    m_ejecting = false;
+    setUsbControlsEnabled(m_isQuilloAvailable);
+    if (error.isEmpty())
+        return;
+    print(error);
+    showMessage(localized(u"eject_failed"_s).replace(u"%@"_s, error));
+}

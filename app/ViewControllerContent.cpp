@@ -1,0 +1,88 @@
+#include "app/ViewController.h"
+
+#include "app/NavigationViewController.h"
+#include "library/CategoryControllers.h"
+#include "library/LibraryViewing.h"
+#include "library/MusicController.h"
+#include "library/MyQuilloTitlesController.h"
+#include "pen/StorageController.h"
+#include "ui/DeleteViewController.h"
+#include "ui/EmptyStateView.h"
+#include "ui/ViewPlacement.h"
+
+// What the main window's controller puts into the content area.
+
+void ViewController::addContentFactories()
+{
+    const auto add = [this](NavElementType type, std::function<QWidget *()> make) {
+        navigationViewController->setContentFactory(type, std::move(make));
+    };
+    add(NavElementType::MyTitles, [this] { return makeTitlesView(); });
+    add(NavElementType::Books,
+        [this] { return myBooksController = new MyBooksController(*this, mainContentView); });
+    add(NavElementType::Games,
+        [this] { return gamesController = new GamesController(*this, mainContentView); });
+    add(NavElementType::LearningMaterials, [this] {
+        return learningMaterialController = new LearningMaterialController(*this, mainContentView);
+    });
+    add(NavElementType::Archive, [this] {
+        return archiveViewController = new ArchiveViewController(*this, mainContentView);
+    });
+    add(NavElementType::Music,
+        [this] { return musicController = new MusicController(*this, mainContentView); });
+    add(NavElementType::Storage,
+        [this] { return storageController = new StorageController(*this, mainContentView); });
+    for (const NavElementType type : {NavElementType::Videos, NavElementType::Shop})
+        add(type, [this, type] { return makePlainView(type); });
+}
+
+QWidget *ViewController::makeTitlesView()
+{
+    // A page that takes the place of itself, as after a deletion, stays where it was.
+    const int position = myQuilloTitlesController ? myQuilloTitlesController->scrollPosition() : 0;
+    myQuilloTitlesController = new MyQuilloTitlesController(*this, mainContentView);
+    myQuilloTitlesController->showLibrary();
+    myQuilloTitlesController->setScrollPosition(position);
+    return myQuilloTitlesController;
+}
+
+QWidget *ViewController::makePlainView(NavElementType type)
+{
+    auto *view = new EmptyStateView(EmptyStateView::Reason::EmptyCategory, mainContentView);
+    view->setTitleOnly(nameKey(type));
+    return view;
+}
+
+void ViewController::showView(NavElementType type)
+{
+    navigationViewController->showView(type);
+}
+
+void ViewController::showBooksView()
+{
+    navigationViewController->showBooksView();
+}
+
+void ViewController::libraryChanged()
+{
+    if (auto *shown = navigationViewController->activeContent<LibraryViewing>())
+        shown->libraryChanged();
+}
+
+DeletionHandling *ViewController::shownDeletionHandling()
+{
+    return navigationViewController->activeContent<DeletionHandling>();
+}
+
+DeletionSelecting *ViewController::deletionSelection()
+{
+    return deleteViewController;
+}
+
+void ViewController::resetAfterUnmount()
+{
+    navigationViewController->resetAfterUnmount();
+    m_noPenView = new EmptyStateView(EmptyStateView::Reason::NoPen, mainContentView);
+    pinEdges(*m_noPenView, *mainContentView);
+    m_noPenView->show();
+}

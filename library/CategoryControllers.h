@@ -1,0 +1,37 @@
+#pragma once
+
+#include "library/TileController.h"
+
+// The four categories of titles.
+
+class MyBooksController : public TileController
+{
+    Q_OBJECT
+
+public:
+    explicit MyBooksController(MainControlling &viewController, QWidget *parent = nullptr);
+};
+
+class GamesController : public TileController
+{
+    Q_OBJECT
+
+public:
+    explicit GamesController(MainControlling &viewController, QWidget *parent = nullptr);
+};
+
+class LearningMaterialController : public TileController
+{
+    Q_OBJECT
+
+public:
+    explicit LearningMaterialController(MainControlling &viewController, QWidget *parent = nullptr);
+};
+
+class ArchiveViewController : public TileController
+{
+    Q_OBJECT
+
+public:
+    explicit ArchiveViewController(MainControlling &viewController, QWidget *parent = nullptr);
+};

@@ -1,0 +1,108 @@
+#include "library/ColoredTableView.h"
+
+#include "library/RowSlide.h"
+#include "ui/ColorConstants.h"
+
+#include <QPainter>
+
+void ColoredTableRowView::drawSelection(QPainter &painter, const QRect &row) const
+{
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(selectionColor);
+    painter.drawRoundedRect(
+        row.adjusted(selectionInset, selectionInset, -selectionInset, -selectionInset),
+        selectionRadius, selectionRadius);
+}
+
+void ColoredTableRowView::drawFocus(QPainter &painter, const QRect &row) const
+{
+    painter.setPen(QPen(ColorConstants::selectionColor(), 2));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRoundedRect(
+        row.adjusted(selectionInset, selectionInset, -selectionInset, -selectionInset),
+        selectionRadius, selectionRadius);
+}
+
+ColoredTableView::ColoredTableView(QWidget *parent)
+    : QTableView(parent)
+{
+}
+
+QColor ColoredTableView::rowColor(int row) const
+{
+    return row % 2 == 1 ? alternatingRowColor : QColor(Qt::white);
+}
+
+QRect ColoredTableView::rowRect(int row) const
+{
+    return {0, rowViewportPosition(row), viewport()->width(), rowHeight(row)};
+}
+
+void ColoredTableView::slideUp(const QList<int> &removedRows)
+{
+    delete m_slide;
+    if (isVisible() && !removedRows.isEmpty())
+        m_slide = new RowSlide(*this, removedRows);
+}
+
+void ColoredTableView::currentChanged(const QModelIndex &current, const QModelIndex &previous)
+{
+    QTableView::currentChanged(current, previous);
+    updateRow(current.row());
+    updateRow(previous.row());
+}
+
+void ColoredTableView::focusInEvent(QFocusEvent *event)
+{
+    // The keyboard needs a place to start from; nothing is selected by it.
+    if (!currentIndex().isValid() && model() && model()->rowCount() > 0)
+        selectionModel()->setCurrentIndex(model()->index(0, 0), QItemSelectionModel::NoUpdate);
+    QTableView::focusInEvent(event);
+    updateRow(currentIndex().row());
+}
+
+void ColoredTableView::updateRow(int row)
+{
+    if (row >= 0)
+        viewport()->update(rowRect(row));
+}
+
+ColoredTableDelegate::ColoredTableDelegate(ColoredTableView &table)
+    : QStyledItemDelegate(&table)
+    , m_table(table)
+{
+}
+
+void ColoredTableDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
+                                 const QModelIndex &index) const
+{
+    painter->save();
+    painter->setClipRect(option.rect, Qt::IntersectClip);
+    paintRow(*painter, option, index);
+    paintContent(*painter, option, index);
+    painter->restore();
+}
+
+void ColoredTableDelegate::paintRow(QPainter &painter, const QStyleOptionViewItem &option,
+                                    const QModelIndex &index) const
+{
+    const ColoredTableRowView row;
+    const QRect rowRect = m_table.rowRect(index.row());
+    painter.fillRect(option.rect, m_table.rowColor(index.row()));
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (option.state.testFlag(QStyle::State_Selected))
+        row.drawSelection(painter, rowRect);
+    if (m_table.hasFocus() && m_table.currentIndex().row() == index.row())
+        row.drawFocus(painter, rowRect);
+}
+
+void ColoredTableDelegate::paintContent(QPainter &painter, const QStyleOptionViewItem &option,
+                                        const QModelIndex &index) const
+{
+    const QRect rect = option.rect.adjusted(ColoredTableRowView::textMargin, 0,
+                                            -ColoredTableRowView::textMargin, 0);
+    const QString text = index.data(Qt::DisplayRole).toString();
+    painter.setPen(ColorConstants::textColor());
+    painter.drawText(rect, Qt::AlignLeft | Qt::AlignVCenter,
+                     option.fontMetrics.elidedText(text, Qt::ElideRight, rect.width()));
+}

@@ -1,0 +1,134 @@
+#include "library/ElementTableModel.h"
+
+#include "ui/Localization.h"
+
+#include <QSet>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString text(const BaseElement &element, int column)
+{
+    switch (column) {
+    case ElementTableModel::titleColumn:
+        return element.name;
+    case ElementTableModel::publisherColumn:
+        return element.publisher;
+    case ElementTableModel::authorColumn:
+        return element.author;
+    default:
+        return {};
+    }
+}
+
+} // namespace
+
+ElementTableModel::ElementTableModel(Form form, QObject *parent)
+    : QAbstractTableModel(parent)
+    , m_form(form)
+{
+}
+
+int ElementTableModel::shownColumn(const QModelIndex &index) const
+{
+    return m_form == Form::Grid ? titleColumn : index.column();
+}
+
+QModelIndex ElementTableModel::titleIndex(int row) const
+{
+    return index(row, m_form == Form::Grid ? 0 : titleColumn);
+}
+
+void ElementTableModel::setElements(const ElementList &elements)
+{
+    beginResetModel();
+    m_elements = elements;
+    endResetModel();
+}
+
+void ElementTableModel::removeElements(const QStringList &ids)
+{
+    const QSet<QString> gone(ids.begin(), ids.end());
+    for (auto row = static_cast<int>(m_elements.size()) - 1; row >= 0; --row) {
+        if (!gone.contains(m_elements.at(row)->id))
+            continue;
+        beginRemoveRows({}, row, row);
+        m_elements.removeAt(row);
+        endRemoveRows();
+    }
+}
+
+QStringList ElementTableModel::idsOf(const QModelIndexList &indexes) const
+{
+    QList<int> rows;
+    for (const QModelIndex &index : indexes)
+        rows.append(index.row());
+    std::sort(rows.begin(), rows.end());
+    QStringList ids;
+    for (const int row : rows)
+        ids.append(m_elements.at(row)->id);
+    return ids;
+}
+
+int ElementTableModel::rowOf(const QString &id) const
+{
+    const auto found = std::find_if(m_elements.begin(), m_elements.end(),
+                                    [&id](const ElementPtr &element) { return element->id == id; });
+    return found == m_elements.end() ? -1 : static_cast<int>(found - m_elements.begin());
+}
+
+void ElementTableModel::updateTexts()
+{
+    Q_EMIT headerDataChanged(Qt::Horizontal, 0, columnCountAll - 1);
+}
+
+int ElementTableModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(m_elements.size());
+}
+
+int ElementTableModel::columnCount(const QModelIndex &parent) const
+{
+    if (parent.isValid())
+        return 0;
+    return m_form == Form::Grid ? 1 : columnCountAll;
+}
+
+QVariant ElementTableModel::data(const QModelIndex &index, int role) const
+{
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid))
+        return {};
+    const BaseElement &element = *m_elements.at(index.row());
+    switch (role) {
+    case Qt::DisplayRole:
+    case Qt::ToolTipRole:
+        return text(element, shownColumn(index));
+    case Qt::AccessibleTextRole:
+        return shownColumn(index) == imageColumn ? element.name : text(element, shownColumn(index));
+    default:
+        return {};
+    }
+}
+
+QVariant ElementTableModel::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    if (orientation != Qt::Horizontal)
+        return {};
+    if (role == Qt::TextAlignmentRole)
+        return QVariant::fromValue(Qt::AlignLeft | Qt::AlignVCenter);
+    if (role != Qt::DisplayRole)
+        return {};
+    switch (section) {
+    case titleColumn:
+        return localized(u"titles"_s);
+    case publisherColumn:
+        return localized(u"publisher"_s);
+    case authorColumn:
+        return localized(u"author"_s);
+    default:
+        return QString();
+    }
+}

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "library/BaseElement.h"
+
+#include <QAbstractTableModel>
+
+/// One category's titles, a row each. Covers are painted by the views, each in its own size.
+class ElementTableModel : public QAbstractTableModel
+{
+    Q_OBJECT
+
+public:
+    enum Column { imageColumn, titleColumn, publisherColumn, authorColumn, columnCountAll };
+
+    /// A grid shows the titles' names alone.
+    enum class Form { Table, Grid };
+
+    explicit ElementTableModel(Form form = Form::Table, QObject *parent = nullptr);
+
+    void setElements(const ElementList &elements);
+    [[nodiscard]] const ElementList &elements() const { return m_elements; }
+    void removeElements(const QStringList &ids);
+
+    [[nodiscard]] QStringList idsOf(const QModelIndexList &indexes) const;
+    /// The cell with the title's name.
+    [[nodiscard]] QModelIndex titleIndex(int row) const;
+    /// The row of a title; -1 for none.
+    [[nodiscard]] int rowOf(const QString &id) const;
+
+    /// The column titles in the current language.
+    void updateTexts();
+
+    [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
+    [[nodiscard]] int columnCount(const QModelIndex &parent = {}) const override;
+    [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
+    [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation,
+                                      int role) const override;
+
+private:
+    [[nodiscard]] int shownColumn(const QModelIndex &index) const;
+
+    const Form m_form;
+    ElementList m_elements;
+};

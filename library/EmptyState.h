@@ -1,0 +1,6 @@
+#pragma once
+
+#include "ui/EmptyStateView.h"
+
+/// Why an empty view of the library is empty, seen from the library lists.
+[[nodiscard]] EmptyStateView::Reason emptyReason(bool penAvailable);

@@ -1,0 +1,327 @@
+#include "library/MyQuilloTitlesController.h"
+
+#include "app/MainControlling.h"
+#include "library/ColoredTableView.h"
+#include "library/EmptyState.h"
+#include "library/LibraryLists.h"
+#include "library/TableViewUtil.h"
+#include "platform/StandardOutput.h"
+#include "ui/ColorConstants.h"
+#include "ui/ContentPalette.h"
+#include "ui/ViewPlacement.h"
+
+#include <QHeaderView>
+#include <QLabel>
+#include <QScopedValueRollback>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QSet>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int pageMargin = 20;
+constexpr int sectionGap = 20;
+constexpr int headerGap = 6;
+constexpr qreal headerScale = 1.3;
+
+/// Leaves it to the lists which of their rows is brought into view.
+class PageArea : public QScrollArea
+{
+public:
+    using QScrollArea::QScrollArea;
+
+protected:
+    bool focusNextPrevChild(bool next) override
+    {
+        return QAbstractScrollArea::focusNextPrevChild(next);
+    }
+};
+
+QLabel *makeHeader(const QString &key, QWidget *parent)
+{
+    auto *header = new QLabel(localized(key), parent);
+    QFont font = header->font();
+    font.setPointSizeF(font.pointSizeF() * headerScale);
+    font.setBold(true);
+    header->setFont(font);
+    header->setContentsMargins(ColoredTableRowView::textMargin, 0, 0, headerGap);
+    QPalette colors = header->palette();
+    colors.setColor(QPalette::WindowText, ColorConstants::selectionColor());
+    header->setPalette(colors);
+    return header;
+}
+
+} // namespace
+
+MyQuilloTitlesController::MyQuilloTitlesController(MainControlling &viewController, QWidget *parent)
+    : QWidget(parent)
+    , m_viewController(viewController)
+{
+    buildPage();
+    CoverCache &covers = viewController.coverCache();
+    myQuilloBooksController = new MyQuillyBooksController(covers, m_page);
+    myGamesController = new MyGamesController(covers, m_page);
+    myLearningMaterialsController = new MyLearningMaterialsController(covers, m_page);
+    myArchiveController = new MyArchivesController(covers, m_page);
+    musicController = new MusicController(m_page);
+    buildSections();
+}
+
+void MyQuilloTitlesController::buildPage()
+{
+    m_empty = new EmptyStateView(EmptyStateView::Reason::EmptyLibrary, this);
+    pinEdges(*m_empty, *this);
+    m_scrollArea = new PageArea(this);
+    m_scrollArea->setFrameShape(QFrame::NoFrame);
+    m_scrollArea->setWidgetResizable(true);
+    m_scrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_scrollArea->setFocusPolicy(Qt::NoFocus);
+    m_scrollArea->setPalette(contentPalette());
+    m_scrollArea->verticalScrollBar()->setSingleStep(TableViewUtil::rowHeight / 2);
+    m_page = new QWidget;
+    m_scrollArea->setWidget(m_page);
+    stackview = new QVBoxLayout(m_page);
+    stackview->setContentsMargins(pageMargin, pageMargin, pageMargin, pageMargin);
+    stackview->setSpacing(0);
+    stackview->setAlignment(Qt::AlignTop);
+    pinEdges(*m_scrollArea, *this);
+}
+
+void MyQuilloTitlesController::buildSections()
+{
+    const auto titles = [](const QString &key, ListController *list, QLabel **header) {
+        return Section{key, list, list, header};
+    };
+    m_sections = {
+        titles(u"books"_s, myQuilloBooksController, &booksHeader),
+        titles(u"games"_s, myGamesController, &gamesHeader),
+        titles(u"learningMaterials"_s, myLearningMaterialsController, &learningMaterialHeader),
+        titles(u"archive"_s, myArchiveController, &archivesHeader),
+        Section{u"music"_s, musicController, nullptr, &musicHeader}};
+    for (const Section &section : m_sections) {
+        section.list->hide();
+        section.list->selectionChangeHandler = [this, &section](const QList<int> &rows) {
+            selectionChanged(section, rows);
+        };
+        connect(section.list->tableView->selectionModel(), &QItemSelectionModel::currentRowChanged,
+                this,
+                [this, &section](const QModelIndex &current) { showRow(section, current.row()); });
+    }
+}
+
+void MyQuilloTitlesController::showLibrary()
+{
+    m_followsLibrary = true;
+    setContents({bookList(), gameList(), learningMaterialList(), archiveList()}, musicList());
+}
+
+void MyQuilloTitlesController::show(const ElementList &books, const ElementList &games,
+                                    const ElementList &learningMaterials,
+                                    const ElementList &archives, const MusicList &music)
+{
+    m_followsLibrary = false;
+    setContents({books, games, learningMaterials, archives}, music);
+}
+
+void MyQuilloTitlesController::setContents(const std::array<ElementList, 4> &titles,
+                                           const MusicList &music)
+{
+    const QScopedValueRollback quiet(m_quiet, true);
+    const Place kept = place();
+    for (size_t i = 0; i < titles.size(); ++i)
+        m_sections.at(i).titles->setElements(titles.at(i));
+    musicController->setMusic(music);
+    QWidget *first = nullptr;
+    for (const Section &section : m_sections) {
+        placeSection(section);
+        if (first == nullptr && *section.header)
+            first = section.list;
+    }
+    setFocusProxy(first);
+    m_empty->setReason(emptyReason(m_viewController.isQuilloAvailable()));
+    m_empty->setVisible(first == nullptr);
+    m_scrollArea->setVisible(first != nullptr);
+    layOut();
+    restore(kept);
+}
+
+void MyQuilloTitlesController::placeSection(const Section &section)
+{
+    stackview->removeWidget(section.list);
+    delete std::exchange(*section.header, nullptr);
+    const bool empty = section.list->tableView->model()->rowCount() == 0;
+    section.list->setVisible(!empty);
+    if (empty)
+        return;
+    TableViewUtil::fitToRows(*section.list->tableView);
+    section.list->tableView->setAccessibleName(localized(section.key));
+    *section.header = makeHeader(section.key, m_page);
+    section.list->layout()->setContentsMargins(0, 0, 0, sectionGap);
+    stackview->addWidget(*section.header);
+    stackview->addWidget(section.list);
+    (*section.header)->show();
+}
+
+void MyQuilloTitlesController::selectionChanged(const Section &section, const QList<int> &rows)
+{
+    if (m_quiet)
+        return;
+    for (const Section &other : m_sections) {
+        if (&other == &section)
+            continue;
+        other.list->deselectAll();
+        print(u"Deselect all for "_s + QString::fromLatin1(other.list->metaObject()->className()));
+    }
+    provideSelection(section, rows);
+}
+
+void MyQuilloTitlesController::provideSelection(const Section &section, const QList<int> &rows)
+{
+    DeletionSelecting *selection = m_viewController.deletionSelection();
+    if (selection == nullptr)
+        return;
+    if (section.titles == nullptr) {
+        selection->clearSelectedElementIds();
+        return;
+    }
+    QSet<QString> known;
+    for (const ElementPtr &element : allElements())
+        known.insert(element->id);
+    QStringList ids;
+    for (const int row : rows) {
+        const QString &id = section.titles->elements().at(row)->id;
+        if (known.contains(id))
+            ids.append(id);
+    }
+    selection->setSelectedElementIds(ids);
+}
+
+int MyQuilloTitlesController::rowTop(const Section &section, int row) const
+{
+    const QTableView &table = *section.list->tableView;
+    return section.list->y() + table.y() + table.horizontalHeader()->height()
+           + row * TableViewUtil::rowHeight;
+}
+
+void MyQuilloTitlesController::showRow(const Section &section, int row)
+{
+    if (m_quiet || row < 0)
+        return;
+    const int middle = rowTop(section, row) + TableViewUtil::rowHeight / 2;
+    // With the column titles above the first row.
+    const int above = row == 0 ? 2 * TableViewUtil::rowHeight : TableViewUtil::rowHeight / 2;
+    m_scrollArea->ensureVisible(0, middle, 0, above);
+}
+
+void MyQuilloTitlesController::layOut()
+{
+    stackview->activate();
+    const QSize seen = m_scrollArea->viewport()->size();
+    m_page->resize(seen.width(), std::max(seen.height(), stackview->sizeHint().height()));
+    stackview->activate();
+}
+
+int MyQuilloTitlesController::scrollPosition() const
+{
+    return m_scrollArea->verticalScrollBar()->value();
+}
+
+void MyQuilloTitlesController::setScrollPosition(int position)
+{
+    m_scrollArea->verticalScrollBar()->setValue(position);
+}
+
+MyQuilloTitlesController::Place MyQuilloTitlesController::place() const
+{
+    Place place;
+    place.value = scrollPosition();
+    for (const Section &section : m_sections) {
+        const bool reaches = section.list->geometry().bottom() > place.value;
+        if (*section.header == nullptr || section.titles == nullptr || !reaches)
+            continue;
+        const int above = std::max(0, place.value - rowTop(section, 0));
+        const auto count = static_cast<int>(section.titles->elements().size());
+        const int row = std::min(above / TableViewUtil::rowHeight, count - 1);
+        place.section = &section;
+        place.id = section.titles->elements().at(row)->id;
+        place.below = rowTop(section, row) - place.value;
+        return place;
+    }
+    return place;
+}
+
+void MyQuilloTitlesController::restore(const Place &place)
+{
+    int value = place.value;
+    if (place.section && value > 0) {
+        const ElementList &titles = place.section->titles->elements();
+        for (int row = 0; row < titles.size(); ++row) {
+            if (titles.at(row)->id == place.id)
+                value = rowTop(*place.section, row) - place.below;
+        }
+    }
+    setScrollPosition(value);
+}
+
+void MyQuilloTitlesController::willDelete(const QStringList &ids)
+{
+    const QScopedValueRollback quiet(m_quiet, true);
+    for (const Section &section : m_sections) {
+        if (section.titles)
+            section.titles->removeElements(ids);
+        if (*section.header)
+            TableViewUtil::fitToRows(*section.list->tableView);
+    }
+}
+
+QWidget *MyQuilloTitlesController::runningSlide() const
+{
+    for (const Section &section : m_sections) {
+        if (section.list->tableView->slide())
+            return section.list->tableView->slide();
+    }
+    return nullptr;
+}
+
+void MyQuilloTitlesController::didDelete()
+{
+    // The rows come to rest before the page makes room for a new one.
+    if (const QWidget *slide = runningSlide())
+        connect(slide, &QObject::destroyed, this, &MyQuilloTitlesController::rebuild);
+    else
+        rebuild();
+}
+
+void MyQuilloTitlesController::rebuild()
+{
+    m_viewController.showView(NavElementType::MyTitles);
+}
+
+QTableView *MyQuilloTitlesController::listTable()
+{
+    for (const Section &section : m_sections) {
+        if (!section.list->selectedRows().isEmpty())
+            return section.list->tableView;
+    }
+    return myQuilloBooksController->tableView;
+}
+
+void MyQuilloTitlesController::languageChanged()
+{
+    for (const Section &section : m_sections) {
+        section.list->languageChanged();
+        section.list->tableView->setAccessibleName(localized(section.key));
+        if (*section.header)
+            (*section.header)->setText(localized(section.key));
+    }
+    m_empty->languageChanged();
+}
+
+void MyQuilloTitlesController::libraryChanged()
+{
+    if (m_followsLibrary)
+        showLibrary();
+}

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "library/Deletion.h"
+#include "library/LibraryViewing.h"
+#include "library/ListController.h"
+#include "library/MusicController.h"
+
+#include <array>
+
+class EmptyStateView;
+class MainControlling;
+class QLabel;
+class QScrollArea;
+class QVBoxLayout;
+
+/// All titles and the music, list below list on one scrolling page. Rows are selected in one
+/// section at a time.
+class MyQuilloTitlesController : public QWidget,
+                                 public DeletionHandling,
+                                 public LanguageHandling,
+                                 public LibraryViewing
+{
+    Q_OBJECT
+
+public:
+    /// Empty until one of the operations below.
+    explicit MyQuilloTitlesController(MainControlling &viewController, QWidget *parent = nullptr);
+
+    /// The whole library, followed when it changes.
+    void showLibrary();
+    using QWidget::show;
+    /// These titles and files, also when the library changes.
+    void show(const ElementList &books, const ElementList &games,
+              const ElementList &learningMaterials, const ElementList &archives,
+              const MusicList &music);
+
+    [[nodiscard]] int scrollPosition() const;
+    void setScrollPosition(int position);
+
+    void willDelete(const QStringList &ids) override;
+    void didDelete() override;
+    /// The list with the selection, else the first.
+    [[nodiscard]] QTableView *listTable() override;
+    void languageChanged() override;
+    void libraryChanged() override;
+
+    QVBoxLayout *stackview = nullptr;
+    MyQuillyBooksController *myQuilloBooksController;
+    MyGamesController *myGamesController;
+    MyLearningMaterialsController *myLearningMaterialsController;
+    MyArchivesController *myArchiveController;
+    MusicController *musicController;
+
+    QLabel *booksHeader = nullptr; ///< this and the others: null while the section is left out
+    QLabel *gamesHeader = nullptr;
+    QLabel *learningMaterialHeader = nullptr;
+    QLabel *archivesHeader = nullptr;
+    QLabel *musicHeader = nullptr;
+
+private:
+    /// Where one section stands: its key, list and header.
+    struct Section
+    {
+        QString key;
+        TableController *list;
+        ListController *titles; ///< null for the music
+        QLabel **header;
+    };
+    struct Place
+    {
+        const Section *section = nullptr;
+        QString id;
+        int below = 0; ///< how far the row's top is below the page's visible top
+        int value = 0;
+    };
+
+    void buildPage();
+    void buildSections();
+    void setContents(const std::array<ElementList, 4> &titles, const MusicList &music);
+    void placeSection(const Section &section);
+    void selectionChanged(const Section &section, const QList<int> &rows);
+    void provideSelection(const Section &section, const QList<int> &rows);
+    void showRow(const Section &section, int row);
+    [[nodiscard]] int rowTop(const Section &section, int row) const;
+    void layOut();
+    [[nodiscard]] Place place() const;
+    void restore(const Place &place);
+    [[nodiscard]] QWidget *runningSlide() const;
+    void rebuild();
+
+    MainControlling &m_viewController;
+    QScrollArea *m_scrollArea = nullptr;
+    QWidget *m_page = nullptr;
+    EmptyStateView *m_empty = nullptr;
+    std::array<Section, 5> m_sections;
+    bool m_followsLibrary = true;
+    bool m_quiet = false;
+};

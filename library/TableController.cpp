@@ -1,0 +1,47 @@
+#include "library/TableController.h"
+
+#include "library/ColoredTableView.h"
+#include "library/TableViewUtil.h"
+#include "ui/ViewPlacement.h"
+
+#include <QScopedValueRollback>
+
+#include <algorithm>
+
+TableController::TableController(QWidget *parent)
+    : QWidget(parent)
+    , tableView(new ColoredTableView(this))
+{
+    pinEdges(*tableView, *this);
+    setFocusProxy(tableView);
+}
+
+void TableController::setUpTable(QAbstractItemModel &model)
+{
+    tableView->setModel(&model);
+    tableView->setItemDelegate(new ColoredTableDelegate(*tableView));
+    TableViewUtil::style(*tableView);
+    connect(tableView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &TableController::selectionChanged);
+}
+
+void TableController::deselectAll()
+{
+    const QScopedValueRollback quiet(m_quiet, true);
+    tableView->clearSelection();
+}
+
+QList<int> TableController::selectedRows() const
+{
+    QList<int> rows;
+    for (const QModelIndex &index : tableView->selectionModel()->selectedRows())
+        rows.append(index.row());
+    std::sort(rows.begin(), rows.end());
+    return rows;
+}
+
+void TableController::selectionChanged()
+{
+    if (selectionChangeHandler && !m_quiet)
+        selectionChangeHandler(selectedRows());
+}

@@ -1,0 +1,187 @@
+#include "library/TileController.h"
+
+#include "app/ApplicationLog.h"
+#include "app/MainControlling.h"
+#include "library/ColoredTableView.h"
+#include "library/EmptyState.h"
+#include "library/KeptPlace.h"
+#include "library/ListController.h"
+#include "library/TileView.h"
+#include "platform/StandardOutput.h"
+#include "ui/ViewPlacement.h"
+
+#include <QScopedValueRollback>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int listInset = 8;
+
+} // namespace
+
+TileController::TileController(MainControlling &viewController, const Category &category,
+                               QWidget *parent)
+    : QWidget(parent)
+    , collectionView(new TileView(
+          viewController.coverCache(), [this](int row) { return itemForRow(row); }, this))
+    , m_viewController(viewController)
+    , m_category(category)
+    , m_empty(new EmptyStateView(EmptyStateView::Reason::EmptyCategory, this))
+{
+    pinEdges(*m_empty, *this);
+    pinEdges(*collectionView, *this);
+    collectionView->setModel(&m_model);
+    connect(collectionView, &TileView::selectedTilesChanged, this,
+            &TileController::provideDeletion);
+    languageChanged();
+    switchView(viewController.viewMode());
+}
+
+const ViewModeHandlingDelegate &TileController::viewModeDelegate() const
+{
+    return m_viewController;
+}
+
+void TileController::switchView(ViewMode mode)
+{
+    const QStringList selected = selectedIds();
+    setUpCollectionView();
+    if (mode == ViewMode::list && !setUpListView())
+        mode = ViewMode::tiled;
+    m_mode = mode;
+    showSelection(selected);
+    showForm();
+}
+
+void TileController::setUpCollectionView()
+{
+    const QScopedValueRollback quiet(m_quiet, true);
+    const KeptPlace place(*collectionView, m_model);
+    m_items.clear();
+    m_model.setElements(m_category.titles());
+    place.restore(*collectionView, m_model);
+}
+
+bool TileController::setUpListView()
+{
+    if (tableViewController == nullptr) {
+        tableViewController = m_category.makeList(m_viewController.coverCache(), this);
+        if (tableViewController == nullptr) {
+            debugPrint(u"ERROR: Could not setup books table view."_s);
+            return false;
+        }
+        pinEdges(*tableViewController, *this, listInset);
+        tableViewController->tableView->setAccessibleName(localized(nameKey(m_category.type)));
+        tableViewController->selectionChangeHandler = [this](const QList<int> &rows) {
+            QStringList ids;
+            for (const int row : rows)
+                ids.append(tableViewController->elements().at(row)->id);
+            selectTitles(ids);
+        };
+    }
+    tableViewController->setElements(m_category.titles());
+    return true;
+}
+
+void TileController::showSelection(const QStringList &ids)
+{
+    const QScopedValueRollback quiet(m_quiet, true);
+    KeptPlace::select(*collectionView, m_model, ids);
+    if (tableViewController)
+        tableViewController->selectIds(ids);
+}
+
+void TileController::showForm()
+{
+    const bool empty = m_model.elements().isEmpty();
+    m_empty->setReason(emptyReason(m_viewController.isQuilloAvailable()));
+    m_empty->setVisible(empty);
+    collectionView->setVisible(!empty && m_mode == ViewMode::tiled);
+    if (tableViewController)
+        tableViewController->setVisible(!empty && m_mode == ViewMode::list);
+    QWidget *form = collectionView;
+    if (m_mode == ViewMode::list)
+        form = tableViewController;
+    setFocusProxy(form);
+}
+
+CollectionViewItem TileController::itemForRow(int row)
+{
+    const auto trace = [this](const QString &line) {
+        if (m_category.traced)
+            writeLog(u"collectionView "_s + line);
+    };
+    if (const auto known = m_items.constFind(row); known != m_items.constEnd())
+        return *known;
+    trace(u"Beginn"_s);
+    if (row < 0 || row >= m_model.rowCount()) {
+        trace(u"return"_s);
+        return {};
+    }
+    const BaseElement &title = *m_model.elements().at(row);
+    CollectionViewItem item;
+    trace(u"nach collectionItem"_s);
+    item.configure(title.image.value_or(dummyCover()), title.name, title.isbn);
+    trace(title.name);
+    m_items.insert(row, item);
+    trace(u"Ende"_s);
+    return item;
+}
+
+QStringList TileController::selectedIds() const
+{
+    if (m_mode == ViewMode::list && tableViewController)
+        return tableViewController->selectedIds();
+    return m_model.idsOf(collectionView->selectionModel()->selectedIndexes());
+}
+
+void TileController::selectTitles(const QStringList &ids)
+{
+    DeletionSelecting *selection = m_viewController.deletionSelection();
+    if (selection && !m_quiet)
+        selection->setSelectedElementIds(ids);
+}
+
+void TileController::provideDeletion()
+{
+    selectTitles(selectedIds());
+}
+
+void TileController::willDelete(const QStringList &ids)
+{
+    const QScopedValueRollback quiet(m_quiet, true);
+    collectionView->clearSelection();
+    if (tableViewController)
+        tableViewController->removeElements(ids);
+    m_items.clear();
+    m_model.removeElements(ids);
+}
+
+void TileController::didDelete()
+{
+    libraryChanged();
+}
+
+QTableView *TileController::listTable()
+{
+    return tableViewController ? tableViewController->tableView : nullptr;
+}
+
+void TileController::libraryChanged()
+{
+    setUpCollectionView();
+    if (tableViewController)
+        tableViewController->setElements(m_category.titles());
+    showForm();
+}
+
+void TileController::languageChanged()
+{
+    collectionView->setAccessibleName(localized(nameKey(m_category.type)));
+    m_empty->languageChanged();
+    if (tableViewController == nullptr)
+        return;
+    tableViewController->tableView->setAccessibleName(localized(nameKey(m_category.type)));
+    tableViewController->languageChanged();
+}

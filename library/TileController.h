@@ -1,0 +1,76 @@
+#pragma once
+
+#include "app/NavElement.h"
+#include "app/ViewMode.h"
+#include "library/CollectionViewItem.h"
+#include "library/Deletion.h"
+#include "library/ElementTableModel.h"
+#include "library/LibraryViewing.h"
+#include "ui/Localization.h"
+
+#include <QHash>
+#include <QWidget>
+
+class CoverCache;
+class EmptyStateView;
+class ListController;
+class MainControlling;
+class TileView;
+
+/// One category's titles as tiles or as a list, whichever the view mode says. The four categories
+/// differ in what Category tells and in nothing else.
+class TileController : public QWidget,
+                       public ViewModeHandling,
+                       public DeletionHandling,
+                       public DeletionProviding,
+                       public LanguageHandling,
+                       public LibraryViewing
+{
+    Q_OBJECT
+
+public:
+    struct Category
+    {
+        NavElementType type;
+        ElementList &(*titles)();
+        /// Null when no list can be made.
+        ListController *(*makeList)(CoverCache &covers, QWidget *parent);
+        bool traced = false; ///< the making of tiles is logged
+    };
+
+    /// Tiles or list; without a list the tiles stay.
+    void switchView(ViewMode mode);
+    /// The tile of a row, made when it is first asked for; a plain one for no row.
+    [[nodiscard]] CollectionViewItem itemForRow(int row);
+
+    [[nodiscard]] const ViewModeHandlingDelegate &viewModeDelegate() const override;
+    void applyViewMode(ViewMode mode) override { switchView(mode); }
+    void willDelete(const QStringList &ids) override;
+    void didDelete() override;
+    [[nodiscard]] QTableView *listTable() override;
+    void provideDeletion() override;
+    void languageChanged() override;
+    void libraryChanged() override;
+
+    TileView *collectionView;
+    ListController *tableViewController = nullptr; ///< from the first showing as a list on
+
+protected:
+    TileController(MainControlling &viewController, const Category &category, QWidget *parent);
+
+private:
+    void setUpCollectionView();
+    [[nodiscard]] bool setUpListView();
+    void showSelection(const QStringList &ids);
+    void selectTitles(const QStringList &ids);
+    void showForm();
+    [[nodiscard]] QStringList selectedIds() const;
+
+    MainControlling &m_viewController;
+    const Category m_category;
+    ElementTableModel m_model{ElementTableModel::Form::Grid};
+    QHash<int, CollectionViewItem> m_items;
+    EmptyStateView *m_empty;
+    ViewMode m_mode = ViewMode::tiled;
+    bool m_quiet = false;
+};

@@ -1,0 +1,151 @@
+#include "library/TileView.h"
+
+#include "library/CollectionViewItem.h"
+#include "library/CoverCache.h"
+#include "platform/StandardOutput.h"
+#include "ui/ContentPalette.h"
+
+#include <QMouseEvent>
+#include <QScrollBar>
+#include <QStyledItemDelegate>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int viewMargin = 12;
+
+class TileDelegate : public QStyledItemDelegate
+{
+public:
+    TileDelegate(TileView &view, CoverCache &covers, TileView::ItemForRow itemForRow)
+        : QStyledItemDelegate(&view)
+        , m_view(view)
+        , m_covers(covers)
+        , m_itemForRow(std::move(itemForRow))
+    {
+    }
+
+    void paint(QPainter *painter, const QStyleOptionViewItem &option,
+               const QModelIndex &index) const override
+    {
+        m_itemForRow(index.row())
+            .paint(*painter, option, m_covers, m_view.selectionModel()->hasSelection());
+    }
+
+    [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem &, const QModelIndex &) const override
+    {
+        return m_view.gridSize();
+    }
+
+private:
+    TileView &m_view;
+    CoverCache &m_covers;
+    TileView::ItemForRow m_itemForRow;
+};
+
+} // namespace
+
+TileView::TileView(CoverCache &covers, ItemForRow itemForRow, QWidget *parent)
+    : QListView(parent)
+    , m_itemForRow(std::move(itemForRow))
+{
+    setPalette(contentPalette());
+    setFrameShape(NoFrame);
+    setViewMode(IconMode);
+    setMovement(Static);
+    setResizeMode(Adjust);
+    setUniformItemSizes(true);
+    setSelectionMode(ExtendedSelection);
+    setEditTriggers(NoEditTriggers);
+    setVerticalScrollMode(ScrollPerPixel);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    setTabKeyNavigation(false);
+    setMouseTracking(true);
+    setViewportMargins(viewMargin, viewMargin, 0, 0);
+    setItemDelegate(new TileDelegate(*this, covers, m_itemForRow));
+    connect(&covers, &CoverCache::ready, this, &TileView::updateCover);
+    fitGrid();
+}
+
+void TileView::fitGrid()
+{
+    const QSize tile = CollectionViewItem::size(fontMetrics());
+    // The view keeps a pixel for itself when it wraps.
+    const int width = viewport()->width() - 1;
+    const int columns = std::max(1, width / tile.width());
+    const QSize grid(std::max(tile.width(), width / columns), tile.height());
+    if (grid != gridSize())
+        setGridSize(grid);
+}
+
+void TileView::resizeEvent(QResizeEvent *event)
+{
+    fitGrid();
+    QListView::resizeEvent(event);
+}
+
+void TileView::changeEvent(QEvent *event)
+{
+    QListView::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange)
+        fitGrid();
+}
+
+void TileView::focusInEvent(QFocusEvent *event)
+{
+    // The keyboard needs a place to start from; nothing is selected by it.
+    if (!currentIndex().isValid() && model() && model()->rowCount() > 0)
+        selectionModel()->setCurrentIndex(model()->index(0, modelColumn()),
+                                          QItemSelectionModel::NoUpdate);
+    QListView::focusInEvent(event);
+}
+
+void TileView::updateCover(const QString &path)
+{
+    if (!model())
+        return;
+    const QRect seen = viewport()->rect();
+    const QModelIndex first = indexAt({gridSize().width() / 2, 1});
+    for (int row = std::max(0, first.row()); row < model()->rowCount(); ++row) {
+        const QRect rect = visualRect(model()->index(row, modelColumn()));
+        if (rect.top() > seen.bottom())
+            return;
+        if (m_itemForRow(row).bookImage.path == path)
+            viewport()->update(rect);
+    }
+}
+
+void TileView::mouseMoveEvent(QMouseEvent *event)
+{
+    QListView::mouseMoveEvent(event);
+    setTileUnderPointer(indexAt(event->position().toPoint()));
+}
+
+bool TileView::viewportEvent(QEvent *event)
+{
+    if (event->type() == QEvent::Leave)
+        setTileUnderPointer({});
+    return QListView::viewportEvent(event);
+}
+
+void TileView::setTileUnderPointer(const QModelIndex &index)
+{
+    if (m_underPointer == index)
+        return;
+    if (m_underPointer.isValid())
+        print(u"mouse exited"_s);
+    if (index.isValid())
+        print(u"mouse entered"_s);
+    m_underPointer = index;
+}
+
+void TileView::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)
+{
+    QListView::selectionChanged(selected, deselected);
+    viewport()->update();
+    Q_EMIT selectedTilesChanged();
+}

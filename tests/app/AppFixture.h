@@ -1,0 +1,85 @@
+#pragma once
+
+#include "tests/support/PenFolder.h"
+
+#include "app/MainWindow.h"
+#include "app/ViewController.h"
+#include "library/LibraryLists.h"
+#include "platform/Bundle.h"
+#include "platform/Dispatch.h"
+#include "platform/FileManager.h"
+#include "platform/FolderVolumes.h"
+#include "ui/Localization.h"
+
+#include <QFile>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+/// A pen that can be plugged in, no server addresses, and an empty log.
+class AppTest : public testing::Test
+{
+protected:
+    explicit AppTest(PenFolder::Start start = PenFolder::Start::PulledOut)
+        : pen(QStringLiteral("QUILLO"), start)
+        , volumes(pen.volumes())
+    {
+        FileManager::setVolumeSource(&volumes);
+        configuration = settings.filePath(QStringLiteral("Url.plist"));
+        QFile file(configuration);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("<plist version=\"1.0\"><dict/></plist>");
+        file.close();
+        Bundle::setConfigurationFile(configuration);
+        QFile::remove(logFile());
+        setCurrentLanguage(QStringLiteral("de"));
+    }
+
+    ~AppTest() override
+    {
+        Dispatch::waitForGlobalWork();
+        clearLibraryLists();
+        FileManager::setVolumeSource(nullptr);
+    }
+
+    [[nodiscard]] static QString logFile()
+    {
+        return FileManager::documentsFolder().value_or(QString()) + QStringLiteral("/log.txt");
+    }
+
+    /// The log's lines that begin with one of these.
+    [[nodiscard]] static QStringList logLines(const QStringList &prefixes)
+    {
+        QFile file(logFile());
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        QStringList lines;
+        for (const QString &line :
+             QString::fromUtf8(file.readAll()).split(QStringLiteral(" \n"), Qt::SkipEmptyParts)) {
+            for (const QString &prefix : prefixes) {
+                if (line.startsWith(prefix))
+                    lines.append(line);
+            }
+        }
+        return lines;
+    }
+
+    [[nodiscard]] static bool waitForLog(const QString &line, int count = 1)
+    {
+        return QTest::qWaitFor([&] { return logLines({line}).count(line) >= count; }, 10'000);
+    }
+
+    QTemporaryDir settings;
+    QString configuration;
+    PenFolder pen;
+    FolderVolumes volumes;
+};
+
+class PenAppTest : public AppTest
+{
+protected:
+    PenAppTest()
+        : AppTest(PenFolder::Start::PluggedIn)
+    {
+    }
+};

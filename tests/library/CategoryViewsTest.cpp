@@ -1,0 +1,421 @@
+#include "library/CategoryControllers.h"
+
+#include "tests/library/ContentFixture.h"
+
+#include "tests/support/Output.h"
+
+#include "library/ColoredTableView.h"
+#include "library/ListController.h"
+#include "library/TileView.h"
+#include "ui/EmptyStateView.h"
+
+#include <QAccessible>
+#include <QElapsedTimer>
+#include <QHeaderView>
+#include <QScrollBar>
+#include <QTest>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr QSize viewSize(1220, 714);
+
+/// A category of titles as it stands in the content area.
+class CategoryViewsTest : public ContentTest
+{
+protected:
+    MyBooksController &show(int count, ViewMode mode = ViewMode::tiled)
+    {
+        bookList() = makeTitles(count, u"b"_s);
+        main.mode = mode;
+        books = std::make_unique<MyBooksController>(main);
+        books->resize(viewSize);
+        books->QWidget::show();
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(books.get()));
+        return *books;
+    }
+
+    TileView &tiles() { return *books->collectionView; }
+    ColoredTableView &table() { return *books->tableViewController->tableView; }
+    QAbstractItemView &view(ViewMode mode)
+    {
+        return mode == ViewMode::tiled ? static_cast<QAbstractItemView &>(tiles()) : table();
+    }
+    QModelIndex title(QAbstractItemView &shown, int row)
+    {
+        return shown.model()->index(row, shown.model()->columnCount() == 1 ? 0 : 1);
+    }
+    void click(QAbstractItemView &shown, int row, Qt::KeyboardModifiers modifiers = {})
+    {
+        const QPoint point = shown.visualRect(title(shown, row)).center();
+        QTest::mouseClick(shown.viewport(), Qt::LeftButton, modifiers, point);
+    }
+    QString topTitle(QAbstractItemView &shown)
+    {
+        return title(shown, shown.indexAt({shown.viewport()->width() / 2, 1}).row())
+            .data()
+            .toString();
+    }
+
+    std::unique_ptr<MyBooksController> books;
+};
+
+class CountTest : public CategoryViewsTest, public testing::WithParamInterface<int>
+{
+};
+
+TEST_P(CountTest, BothFormsShowAllTitlesOrSayThatThereAreNone)
+{
+    show(GetParam());
+    const auto *empty = books->findChild<EmptyStateView *>();
+    EXPECT_EQ(tiles().model()->rowCount(), GetParam());
+    EXPECT_EQ(tiles().isVisible(), GetParam() > 0);
+    EXPECT_EQ(empty->isVisible(), GetParam() == 0);
+    books->applyViewMode(ViewMode::list);
+    EXPECT_FALSE(tiles().isVisible());
+    EXPECT_EQ(table().model()->rowCount(), GetParam());
+    EXPECT_EQ(table().isVisible(), GetParam() > 0);
+    EXPECT_EQ(empty->isVisible(), GetParam() == 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Titles, CountTest, testing::Values(0, 1, 3, 300),
+                         testing::PrintToStringParamName());
+
+TEST_F(CategoryViewsTest, EmptyStateTellsTheReason)
+{
+    gameList() = {};
+    GamesController nothing(main);
+    EXPECT_EQ(nothing.findChild<EmptyStateView *>()->reason(),
+              EmptyStateView::Reason::EmptyLibrary);
+    bookList() = makeTitles(1, u"b"_s);
+    GamesController noGames(main);
+    EXPECT_EQ(noGames.findChild<EmptyStateView *>()->reason(),
+              EmptyStateView::Reason::EmptyCategory);
+    main.penAvailable = false;
+    GamesController noPen(main);
+    EXPECT_EQ(noPen.findChild<EmptyStateView *>()->reason(), EmptyStateView::Reason::NoPen);
+}
+
+TEST_F(CategoryViewsTest, EachCategoryShowsItsOwnList)
+{
+    bookList() = makeTitles(1, u"b"_s);
+    gameList() = makeTitles(2, u"g"_s);
+    learningMaterialList() = makeTitles(3, u"l"_s);
+    archiveList() = makeTitles(4, u"a"_s);
+    main.mode = ViewMode::list;
+    MyBooksController myBooks(main);
+    GamesController games(main);
+    LearningMaterialController materials(main);
+    ArchiveViewController archive(main);
+    EXPECT_EQ(myBooks.tableViewController->elements(), bookList());
+    EXPECT_EQ(games.tableViewController->elements(), gameList());
+    EXPECT_EQ(materials.tableViewController->elements(), learningMaterialList());
+    EXPECT_EQ(archive.tableViewController->elements(), archiveList());
+    EXPECT_NE(qobject_cast<MyQuillyBooksController *>(myBooks.tableViewController), nullptr);
+    EXPECT_NE(qobject_cast<MyGamesController *>(games.tableViewController), nullptr);
+    EXPECT_NE(qobject_cast<MyLearningMaterialsController *>(materials.tableViewController),
+              nullptr);
+    EXPECT_NE(qobject_cast<MyArchivesController *>(archive.tableViewController), nullptr);
+}
+
+TEST_F(CategoryViewsTest, ListHasTheColumnsInTheLanguageShown)
+{
+    show(3, ViewMode::list);
+    const auto header = [this](int column) {
+        return table().model()->headerData(column, Qt::Horizontal).toString();
+    };
+    EXPECT_EQ(header(1), u"Titel"_s);
+    EXPECT_EQ(header(2), u"Verlag"_s);
+    EXPECT_EQ(header(3), u"Autor"_s);
+    EXPECT_EQ(table().model()->index(2, 3).data().toString(), u"Autorin 2"_s);
+    EXPECT_EQ(table().model()->index(2, 1).data(Qt::ToolTipRole).toString(), u"Titel b2"_s);
+    EXPECT_EQ(table().accessibleName(), u"Bücher"_s);
+    setCurrentLanguage(u"en"_s);
+    books->languageChanged();
+    EXPECT_EQ(header(1), u"Title"_s);
+    EXPECT_EQ(table().accessibleName(), u"Books"_s);
+    EXPECT_EQ(tiles().accessibleName(), u"Books"_s);
+}
+
+TEST_F(CategoryViewsTest, ListPaintsRowsAndSelection)
+{
+    show(4, ViewMode::list);
+    click(table(), 3);
+    table().clearFocus();
+    books->setFocusProxy(nullptr);
+    const QImage image = table().viewport()->grab().toImage();
+    const auto color = [&](int row, QPoint offset) {
+        return image.pixelColor(QPoint(0, 52 * row) + offset);
+    };
+    EXPECT_EQ(table().rowHeight(0), 52);
+    EXPECT_EQ(color(0, {2, 26}), QColor(Qt::white));
+    EXPECT_EQ(color(1, {2, 26}), QColor(170, 181, 200));
+    EXPECT_EQ(color(2, {2, 26}), QColor(Qt::white));
+    EXPECT_EQ(color(3, {2, 26}), QColor(170, 181, 200));
+    EXPECT_EQ(color(3, {6, 26}), QColor(196, 216, 155));
+    EXPECT_EQ(color(3, {image.width() - 7, 26}), QColor(196, 216, 155));
+    EXPECT_EQ(color(3, {image.width() - 3, 26}), QColor(170, 181, 200));
+    EXPECT_EQ(color(3, {100, 2}), QColor(170, 181, 200));
+    EXPECT_EQ(color(3, {100, 6}), QColor(196, 216, 155));
+}
+
+TEST_F(CategoryViewsTest, SelectedRowsAreHandedOnInAscendingOrder)
+{
+    show(5, ViewMode::list);
+    QList<QList<int>> handed;
+    books->tableViewController->selectionChangeHandler = [&](const QList<int> &rows) {
+        handed.append(rows);
+    };
+    click(table(), 3);
+    click(table(), 1, Qt::ControlModifier);
+    EXPECT_EQ(handed, (QList<QList<int>>{{3}, {1, 3}}));
+}
+
+TEST_F(CategoryViewsTest, TileTellsIsbnOnlyWhenThereIsOne)
+{
+    CollectionViewItem tile;
+    tile.configure(dummyCover(), u"Drache"_s, QString());
+    EXPECT_EQ(tile.isbnLabel, QString());
+    tile.configure(dummyCover(), u"Drache"_s, u"978"_s);
+    EXPECT_EQ(tile.isbnLabel, u"ISBN: 978"_s);
+    tile.configure(dummyCover(), u"Pirat"_s, u"\"\""_s);
+    EXPECT_EQ(tile.nameLabel, u"Pirat"_s);
+    EXPECT_EQ(tile.isbnLabel, u"ISBN: 978"_s);
+}
+
+TEST_F(CategoryViewsTest, OnlyBooksTraceTheMakingOfTiles)
+{
+    QFile::remove(logPath());
+    show(1);
+    ASSERT_TRUE(QTest::qWaitFor([] { return logEntries().contains(u"collectionView Ende"_s); }));
+    EXPECT_EQ(logEntries(),
+              (QStringList{u"collectionView Beginn"_s, u"collectionView nach collectionItem"_s,
+                           u"collectionView Titel b0"_s, u"collectionView Ende"_s}));
+    EXPECT_EQ(books->itemForRow(7).nameLabel, QString());
+    EXPECT_EQ(logEntries().last(), u"collectionView return"_s);
+    gameList() = makeTitles(1, u"g"_s);
+    GamesController games(main);
+    EXPECT_EQ(games.itemForRow(0).nameLabel, u"Titel g0"_s);
+    EXPECT_EQ(logEntries().size(), 6);
+}
+
+TEST_F(CategoryViewsTest, SelectedTilesBecomeTheDeletionSelection)
+{
+    show(30);
+    click(tiles(), 2);
+    EXPECT_EQ(selectedElementIds(), QStringList{u"b2"_s});
+    click(tiles(), 0, Qt::ControlModifier);
+    EXPECT_EQ(selectedElementIds(), (QStringList{u"b0"_s, u"b2"_s}));
+    tiles().setFocus();
+    QTest::keyClick(&tiles(), Qt::Key_Right);
+    EXPECT_EQ(selectedElementIds(), QStringList{u"b1"_s});
+    QTest::keyClick(&tiles(), Qt::Key_A, Qt::ControlModifier);
+    EXPECT_EQ(selectedElementIds().size(), 30);
+}
+
+TEST_F(CategoryViewsTest, SelectedTileIsSetOffAndOthersAreDimmed)
+{
+    show(30);
+    const QRect first = tiles().visualRect(title(tiles(), 0));
+    const QRect second = tiles().visualRect(title(tiles(), 1));
+    const auto shot = [this] {
+        return tiles().viewport()->grab().toImage();
+    };
+    const QImage before = shot();
+    click(tiles(), 0);
+    tiles().clearFocus();
+    const QImage after = shot();
+    EXPECT_EQ(after.pixelColor(first.center().x(), first.top() + 10), QColor(109, 181, 200));
+    EXPECT_EQ(after.pixelColor(first.center().x(), first.top() + 4), QColor(0, 152, 176));
+    EXPECT_EQ(after.pixelColor(second.center().x(), second.top() + 10), QColor(Qt::white));
+    const QColor plain = before.pixelColor(second.center());
+    const QColor dimmed = after.pixelColor(second.center());
+    EXPECT_NEAR(dimmed.red(), 255 - 0.7 * (255 - plain.red()), 2);
+    EXPECT_NEAR(dimmed.blue(), 255 - 0.7 * (255 - plain.blue()), 2);
+}
+
+TEST_F(CategoryViewsTest, SelectionIsTheSameInBothForms)
+{
+    show(30);
+    click(tiles(), 4);
+    books->applyViewMode(ViewMode::list);
+    EXPECT_EQ(books->tableViewController->selectedIds(), QStringList{u"b4"_s});
+    EXPECT_EQ(selectedElementIds(), QStringList{u"b4"_s});
+    click(table(), 1);
+    EXPECT_EQ(selectedElementIds(), QStringList{u"b1"_s});
+    books->applyViewMode(ViewMode::tiled);
+    EXPECT_TRUE(tiles().selectionModel()->isSelected(title(tiles(), 1)));
+    EXPECT_FALSE(tiles().selectionModel()->isSelected(title(tiles(), 4)));
+}
+
+TEST_F(CategoryViewsTest, PointerIsToldOnEnteringAndLeavingATile)
+{
+    show(3);
+    CapturedOutput output;
+    QTest::mouseMove(tiles().viewport(), tiles().visualRect(title(tiles(), 0)).center());
+    QTest::mouseMove(tiles().viewport(), tiles().visualRect(title(tiles(), 1)).center());
+    QEvent leave(QEvent::Leave);
+    QCoreApplication::sendEvent(tiles().viewport(), &leave);
+    EXPECT_EQ(output.lines(), (QStringList{u"mouse entered"_s, u"mouse exited"_s,
+                                           u"mouse entered"_s, u"mouse exited"_s}));
+}
+
+TEST_F(CategoryViewsTest, MissingListLeavesTheTiles)
+{
+    class Listless : public TileController
+    {
+    public:
+        explicit Listless(MainControlling &viewController)
+            : TileController(viewController,
+                             {NavElementType::Books, bookList,
+                              [](CoverCache &, QWidget *) -> ListController * {
+                                  return nullptr;
+                              }},
+                             nullptr)
+        {
+        }
+    };
+    bookList() = makeTitles(1, u"b"_s);
+    Listless view(main);
+    view.show();
+    CapturedOutput output;
+    view.switchView(ViewMode::list);
+    EXPECT_EQ(output.lines(), QStringList{u"\"ERROR: Could not setup books table view.\""_s});
+    EXPECT_TRUE(view.collectionView->isVisible());
+    EXPECT_EQ(view.listTable(), nullptr);
+}
+
+class ReloadTest : public CategoryViewsTest, public testing::WithParamInterface<ViewMode>
+{
+protected:
+    void start()
+    {
+        show(300, GetParam());
+        QAbstractItemView &shown = view(GetParam());
+        shown.verticalScrollBar()->setValue(shown.verticalScrollBar()->maximum() / 2 + 5);
+        top = topTitle(shown);
+    }
+
+    int topPosition()
+    {
+        QAbstractItemView &shown = view(GetParam());
+        return shown.visualRect(shown.indexAt({shown.viewport()->width() / 2, 1})).top();
+    }
+
+    QString top;
+};
+
+TEST_P(ReloadTest, KeepsPlaceAndSelection)
+{
+    start();
+    click(view(GetParam()), 150);
+    const int position = topPosition();
+    bookList() = makeTitles(300, u"b"_s);
+    books->libraryChanged();
+    EXPECT_EQ(topTitle(view(GetParam())), top);
+    EXPECT_EQ(topPosition(), position);
+    EXPECT_EQ(selectedElementIds(), QStringList{u"b150"_s});
+    EXPECT_TRUE(view(GetParam()).selectionModel()->isSelected(title(view(GetParam()), 150)));
+}
+
+TEST_P(ReloadTest, FollowsTheTopTitleWhenOthersComeOrGo)
+{
+    start();
+    const int position = topPosition();
+    ElementList titles = makeTitles(300, u"b"_s);
+    titles.remove(0, 24); // whole rows of tiles, too
+    bookList() = makeTitles(36, u"new"_s) + titles;
+    books->libraryChanged();
+    EXPECT_NE(topTitle(view(GetParam())), QString());
+    const QRect seen = view(GetParam()).viewport()->rect();
+    QAbstractItemView &shown = view(GetParam());
+    int row = 0;
+    while (row < shown.model()->rowCount() && title(shown, row).data().toString() != top)
+        ++row;
+    EXPECT_EQ(shown.visualRect(title(shown, row)).top(), position);
+    EXPECT_TRUE(seen.intersects(shown.visualRect(title(shown, row))));
+}
+
+TEST_P(ReloadTest, StartsAtTheTopOfFewTitles)
+{
+    start();
+    bookList() = makeTitles(2, u"other"_s);
+    books->libraryChanged();
+    EXPECT_EQ(view(GetParam()).verticalScrollBar()->value(), 0);
+    bookList().clear();
+    books->libraryChanged();
+    EXPECT_TRUE(books->findChild<EmptyStateView *>()->isVisible());
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, ReloadTest, testing::Values(ViewMode::tiled, ViewMode::list),
+                         [](const auto &row) {
+                             return row.param == ViewMode::tiled ? "tiles" : "list";
+                         });
+
+TEST_F(CategoryViewsTest, DeletedRowsGoAndTheOthersSlideUp)
+{
+    show(10, ViewMode::list);
+    click(table(), 2);
+    const QStringList ids = selectedElementIds();
+    books->willDelete(ids);
+    EXPECT_EQ(selectedElementIds(), ids);
+    EXPECT_EQ(table().model()->rowCount(), 9);
+    EXPECT_EQ(tiles().model()->rowCount(), 9);
+    EXPECT_TRUE(table().selectionModel()->selectedRows().isEmpty());
+    ASSERT_NE(table().slide(), nullptr);
+    bookList().removeAt(2);
+    books->didDelete();
+    EXPECT_EQ(books->tableViewController->elements(), bookList());
+    EXPECT_TRUE(QTest::qWaitFor([this] { return table().slide() == nullptr; }));
+}
+
+TEST_F(CategoryViewsTest, TilesHaveAccessibleNames)
+{
+    show(3);
+    QAccessibleInterface *grid = QAccessible::queryAccessibleInterface(&tiles());
+    ASSERT_EQ(grid->childCount(), 3);
+    EXPECT_EQ(grid->text(QAccessible::Name), u"Bücher"_s);
+    EXPECT_EQ(grid->child(1)->text(QAccessible::Name), u"Titel b1"_s);
+}
+
+/// The slowest of many frames while scrolling from top to bottom.
+qint64 slowestFrame(QAbstractItemView &shown)
+{
+    qint64 slowest = 0;
+    constexpr int frames = 40;
+    for (int i = 0; i <= frames; ++i) {
+        QElapsedTimer timer;
+        timer.start();
+        shown.verticalScrollBar()->setValue(shown.verticalScrollBar()->maximum() / frames * i);
+        (void)shown.viewport()->grab();
+        slowest = std::max(slowest, timer.elapsed());
+    }
+    return slowest;
+}
+
+TEST_P(ReloadTest, TenThousandTitlesCostAScreenful)
+{
+    // Generous against the 150 ms and 33 ms of an idle machine and a release build.
+    constexpr qint64 firstPaint = 1'500;
+    constexpr qint64 frame = 330;
+    bookList() = makeTitles(10'000, u"b"_s);
+    main.mode = GetParam();
+    QElapsedTimer timer;
+    timer.start();
+    books = std::make_unique<MyBooksController>(main);
+    books->resize(viewSize);
+    books->QWidget::show();
+    (void)view(GetParam()).viewport()->grab();
+    const qint64 shownAfter = timer.elapsed();
+    const qint64 slowest = slowestFrame(view(GetParam()));
+    RecordProperty("firstPaint", static_cast<int>(shownAfter));
+    RecordProperty("slowestFrame", static_cast<int>(slowest));
+    EXPECT_LT(shownAfter, firstPaint);
+    EXPECT_LT(slowest, frame);
+    EXPECT_LT(books->findChildren<QWidget *>().size(), 60);
+}
+
+} // namespace

@@ -1,0 +1,226 @@
+#include "library/MyQuilloTitlesController.h"
+
+#include "tests/library/ContentFixture.h"
+
+#include "tests/support/Output.h"
+
+#include "library/ColoredTableView.h"
+#include "ui/EmptyStateView.h"
+
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QTest>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+MusicList makeMusic(int count)
+{
+    MusicList music;
+    for (int i = 0; i < count; ++i) {
+        auto file = std::make_shared<Music>();
+        file->fileName = u"Lied %1.mp3"_s.arg(i);
+        file->duration = u"01:0%1"_s.arg(i % 10);
+        music.append(file);
+    }
+    return music;
+}
+
+class TitlesOverviewTest : public ContentTest
+{
+protected:
+    void show(int booksCount, int gamesCount, int materialsCount, int archivesCount, int music)
+    {
+        bookList() = makeTitles(booksCount, u"b"_s);
+        gameList() = makeTitles(gamesCount, u"g"_s);
+        learningMaterialList() = makeTitles(materialsCount, u"l"_s);
+        archiveList() = makeTitles(archivesCount, u"a"_s);
+        musicList() = makeMusic(music);
+        page = std::make_unique<MyQuilloTitlesController>(main);
+        page->showLibrary();
+        page->resize(1220, 714);
+        page->QWidget::show();
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(page.get()));
+    }
+
+    /// The headers on the page from top to bottom.
+    QStringList headers()
+    {
+        QStringList texts;
+        for (int i = 0; i < page->stackview->count(); ++i) {
+            if (auto *label = qobject_cast<QLabel *>(page->stackview->itemAt(i)->widget()))
+                texts.append(label->text());
+        }
+        return texts;
+    }
+
+    static void click(const TableController &list, int row, Qt::KeyboardModifiers modifiers = {})
+    {
+        const QTableView &table = *list.tableView;
+        QTest::mouseClick(table.viewport(), Qt::LeftButton, modifiers,
+                          table.visualRect(table.model()->index(row, 1)).center());
+    }
+
+    std::unique_ptr<MyQuilloTitlesController> page;
+};
+
+TEST_F(TitlesOverviewTest, SectionsStandInTheirOrderWithAllTheirRows)
+{
+    show(3, 1, 2, 4, 5);
+    EXPECT_EQ(headers(),
+              (QStringList{u"Bücher"_s, u"Spiele"_s, u"Lernmaterial"_s, u"Archiv"_s, u"Musik"_s}));
+    const ColoredTableView &table = *page->myArchiveController->tableView;
+    EXPECT_FALSE(table.verticalScrollBar()->isVisible());
+    EXPECT_EQ(table.viewport()->height(), 4 * 52);
+    EXPECT_EQ(page->musicController->tableView->model()->index(1, 1).data().toString(),
+              u"Lied 1.mp3"_s);
+    EXPECT_EQ(page->musicController->tableView->model()->headerData(3, Qt::Horizontal).toString(),
+              u"Interpret"_s);
+}
+
+TEST_F(TitlesOverviewTest, EmptySectionsAreLeftOut)
+{
+    show(1, 0, 1, 0, 0);
+    EXPECT_EQ(headers(), (QStringList{u"Bücher"_s, u"Lernmaterial"_s}));
+    EXPECT_EQ(page->stackview->indexOf(page->learningMaterialHeader),
+              page->stackview->indexOf(page->myQuilloBooksController) + 1);
+    EXPECT_EQ(page->gamesHeader, nullptr);
+    EXPECT_FALSE(page->myGamesController->isVisible());
+}
+
+TEST_F(TitlesOverviewTest, NothingAtAllSaysSo)
+{
+    show(0, 0, 0, 0, 0);
+    EXPECT_EQ(headers(), QStringList());
+    const auto *empty = page->findChild<EmptyStateView *>();
+    EXPECT_TRUE(empty->isVisible());
+    EXPECT_EQ(empty->reason(), EmptyStateView::Reason::EmptyLibrary);
+    bookList() = makeTitles(1, u"b"_s);
+    page->libraryChanged();
+    EXPECT_FALSE(empty->isVisible());
+    EXPECT_EQ(headers(), QStringList{u"Bücher"_s});
+}
+
+TEST_F(TitlesOverviewTest, SelectionIsExclusiveBetweenSections)
+{
+    show(3, 2, 0, 0, 2);
+    click(*page->myQuilloBooksController, 0);
+    click(*page->myQuilloBooksController, 2, Qt::ControlModifier);
+    EXPECT_EQ(selectedElementIds(), (QStringList{u"b0"_s, u"b2"_s}));
+    CapturedOutput output;
+    click(*page->myGamesController, 1);
+    EXPECT_EQ(output.lines(), (QStringList{u"Deselect all for MyQuillyBooksController"_s,
+                                           u"Deselect all for MyLearningMaterialsController"_s,
+                                           u"Deselect all for MyArchivesController"_s,
+                                           u"Deselect all for MusicController"_s}));
+    EXPECT_EQ(selectedElementIds(), QStringList{u"g1"_s});
+    EXPECT_TRUE(page->myQuilloBooksController->selectedRows().isEmpty());
+    EXPECT_EQ(page->listTable(), page->myGamesController->tableView);
+    click(*page->musicController, 0);
+    EXPECT_TRUE(selectedElementIds().isEmpty());
+    EXPECT_TRUE(page->myGamesController->selectedRows().isEmpty());
+    EXPECT_EQ(page->musicController->selectedRows(), QList<int>{0});
+}
+
+TEST_F(TitlesOverviewTest, TitlesThatAreNoLongerInTheLibraryAreNotChosen)
+{
+    show(3, 0, 0, 0, 0);
+    bookList().removeAt(1);
+    click(*page->myQuilloBooksController, 1);
+    EXPECT_TRUE(selectedElementIds().isEmpty());
+}
+
+TEST_F(TitlesOverviewTest, FoundTitlesStayWhenTheLibraryChanges)
+{
+    show(3, 0, 0, 0, 0);
+    page->show(bookList().mid(1, 1), {}, {}, {}, {});
+    page->libraryChanged();
+    EXPECT_EQ(page->myQuilloBooksController->elements(), bookList().mid(1, 1));
+}
+
+TEST_F(TitlesOverviewTest, ReloadKeepsPlaceAndSelection)
+{
+    show(100, 100, 0, 0, 10);
+    page->setScrollPosition(130 * 52);
+    click(*page->myGamesController, 40);
+    const int position = page->scrollPosition();
+    gameList() = makeTitles(100, u"g"_s);
+    page->libraryChanged();
+    EXPECT_EQ(page->scrollPosition(), position);
+    EXPECT_EQ(page->myGamesController->selectedIds(), QStringList{u"g40"_s});
+    bookList().remove(0, 10);
+    page->libraryChanged();
+    EXPECT_EQ(page->scrollPosition(), position - 10 * 52);
+}
+
+TEST_F(TitlesOverviewTest, LanguageChangesHeadersAndColumns)
+{
+    show(1, 1, 0, 0, 1);
+    setCurrentLanguage(u"en"_s);
+    page->languageChanged();
+    EXPECT_EQ(headers(), (QStringList{u"Books"_s, u"Games"_s, u"Music"_s}));
+    EXPECT_EQ(page->myGamesController->tableView->accessibleName(), u"Games"_s);
+    EXPECT_EQ(page->musicController->tableView->model()->headerData(2, Qt::Horizontal).toString(),
+              u"Length"_s);
+}
+
+TEST_F(TitlesOverviewTest, PageIsBuiltAnewOnceTheRowsHaveSlid)
+{
+    show(5, 5, 0, 0, 0);
+    click(*page->myQuilloBooksController, 1);
+    const QStringList ids = selectedElementIds();
+    page->willDelete(ids);
+    EXPECT_EQ(selectedElementIds(), ids);
+    EXPECT_EQ(page->myQuilloBooksController->tableView->viewport()->height(), 4 * 52);
+    bookList().removeAt(1);
+    page->libraryChanged();
+    page->didDelete();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !main.shown.isEmpty(); }));
+    EXPECT_EQ(main.shown, QList<NavElementType>{NavElementType::MyTitles});
+    EXPECT_EQ(page->myQuilloBooksController->tableView->slide(), nullptr);
+}
+
+TEST_F(TitlesOverviewTest, KeyboardBringsItsRowIntoView)
+{
+    show(100, 3, 0, 0, 0);
+    page->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(page.get()));
+    ColoredTableView &table = *page->myQuilloBooksController->tableView;
+    table.setFocus();
+    QTest::keyClick(&table, Qt::Key_End, Qt::ControlModifier);
+    EXPECT_EQ(table.currentIndex().row(), 99);
+    EXPECT_FALSE(table.viewport()->visibleRegion().intersected(table.rowRect(99)).isEmpty());
+    QTest::keyClick(&table, Qt::Key_Tab);
+    EXPECT_EQ(QApplication::focusWidget(), page->myGamesController->tableView);
+    QTest::keyClick(&table, Qt::Key_Home, Qt::ControlModifier);
+    EXPECT_EQ(page->scrollPosition() < 100, true);
+}
+
+TEST_F(TitlesOverviewTest, TenThousandTitlesCostAScreenful)
+{
+    constexpr qint64 firstPaint = 1'500;
+    constexpr qint64 frame = 330;
+    QElapsedTimer timer;
+    timer.start();
+    show(4'000, 2'000, 2'000, 2'000, 0);
+    page->repaint();
+    EXPECT_LT(timer.elapsed(), firstPaint);
+    qint64 slowest = 0;
+    const int bottom = page->findChild<QScrollArea *>()->verticalScrollBar()->maximum();
+    for (int position = 0; position <= bottom; position += bottom / 40) {
+        timer.restart();
+        page->setScrollPosition(position);
+        page->repaint();
+        slowest = std::max(slowest, timer.elapsed());
+    }
+    RecordProperty("slowestFrame", static_cast<int>(slowest));
+    EXPECT_LT(slowest, frame);
+    EXPECT_GT(bottom, 9'900 * 52);
+    EXPECT_LT(page->findChildren<QWidget *>().size(), 120);
+}
+
+} // namespace

@@ -1,0 +1,102 @@
+#include "ui/EmptyStateView.h"
+
+#include "ui/ContentPalette.h"
+#include "ui/ImageView.h"
+
+#include <QLabel>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr QSize imageSize(240, 180);
+constexpr int hintWidth = 460;
+constexpr int gap = 12;
+constexpr qreal titleScale = 1.6;
+
+QString keyStem(EmptyStateView::Reason reason)
+{
+    switch (reason) {
+    case EmptyStateView::Reason::NoPen:
+        return u"no_pen"_s;
+    case EmptyStateView::Reason::EmptyLibrary:
+        return u"empty_library"_s;
+    case EmptyStateView::Reason::EmptyCategory:
+        break;
+    }
+    return u"empty_category"_s;
+}
+
+QLabel *makeLabel(QWidget &parent)
+{
+    auto *label = new QLabel(&parent);
+    label->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
+    label->setTextFormat(Qt::PlainText);
+    label->setWordWrap(true);
+    label->setFixedWidth(hintWidth);
+    return label;
+}
+
+void enlarge(QLabel &label)
+{
+    QFont font = label.font();
+    font.setPointSizeF(font.pointSizeF() * titleScale);
+    font.setBold(true);
+    label.setFont(font);
+}
+
+} // namespace
+
+EmptyStateView::EmptyStateView(Reason reason, QWidget *parent)
+    : QWidget(parent)
+    , m_reason(reason)
+    , m_image(new ImageView(this))
+    , m_title(makeLabel(*this))
+    , m_hint(makeLabel(*this))
+{
+    setPalette(contentPalette());
+    m_image->setFixedSize(imageSize);
+    enlarge(*m_title);
+    auto *layout = new QVBoxLayout(this);
+    layout->setSpacing(gap);
+    layout->addStretch(2);
+    layout->addWidget(m_image, 0, Qt::AlignHCenter);
+    layout->addWidget(m_title, 0, Qt::AlignHCenter);
+    layout->addWidget(m_hint, 0, Qt::AlignHCenter);
+    layout->addStretch(3);
+    showTexts();
+}
+
+void EmptyStateView::setReason(Reason reason)
+{
+    m_reason = reason;
+    m_titleKey.clear();
+    showTexts();
+}
+
+void EmptyStateView::setTitleOnly(const QString &titleKey)
+{
+    m_titleKey = titleKey;
+    showTexts();
+}
+
+void EmptyStateView::languageChanged()
+{
+    showTexts();
+}
+
+void EmptyStateView::showText(QLabel &label, const QString &text)
+{
+    label.setText(text);
+    // A layout that centres its widgets does not ask for it.
+    label.setFixedHeight(label.heightForWidth(hintWidth));
+}
+
+void EmptyStateView::showTexts()
+{
+    const QString stem = keyStem(m_reason);
+    m_image->setImageName(m_reason == Reason::NoPen ? u"pen_missing"_s : u"empty_shelf"_s);
+    showText(*m_title, localized(m_titleKey.isEmpty() ? stem + u"_title"_s : m_titleKey));
+    showText(*m_hint, m_titleKey.isEmpty() ? localized(stem + u"_hint"_s) : QString());
+}

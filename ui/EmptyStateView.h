@@ -1,0 +1,37 @@
+#pragma once
+
+#include "ui/Localization.h"
+
+#include <QWidget>
+
+class ImageView;
+class QLabel;
+
+/// Stands where there is nothing to show: a picture, what is missing, and what to do about it.
+class EmptyStateView : public QWidget, public LanguageHandling
+{
+    Q_OBJECT
+
+public:
+    enum class Reason { NoPen, EmptyLibrary, EmptyCategory };
+
+    explicit EmptyStateView(Reason reason = Reason::EmptyCategory, QWidget *parent = nullptr);
+
+    void setReason(Reason reason);
+    [[nodiscard]] Reason reason() const { return m_reason; }
+
+    /// Shows the text of this key as title, and no hint.
+    void setTitleOnly(const QString &titleKey);
+
+    void languageChanged() override;
+
+private:
+    static void showText(QLabel &label, const QString &text);
+    void showTexts();
+
+    Reason m_reason;
+    QString m_titleKey;
+    ImageView *m_image;
+    QLabel *m_title;
+    QLabel *m_hint;
+};
