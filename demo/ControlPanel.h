@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QWidget>
+
+class DemoSetup;
+class QCheckBox;
+class QLabel;
+class QPushButton;
+
+/// Small window beside the main window to plug the pen and to disturb the servers.
+class ControlPanel : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// Floats beside `mainWindow` and goes with it. The setup must outlive the panel.
+    ControlPanel(DemoSetup &setup, QWidget &mainWindow);
+
+protected:
+    /// Activated: another window may have changed the language or ejected the pen.
+    bool event(QEvent *event) override;
+
+private:
+    void addControls();
+    void updateTexts();
+    void updateStates();
+    void standBeside(const QWidget &mainWindow);
+
+    void plugIn();
+    void pullOut();
+    void setServersThere(bool there);
+    void setSlowNetwork(bool slow);
+
+    DemoSetup &m_setup;
+    QLabel *m_penState = nullptr;
+    QPushButton *m_plugIn = nullptr;
+    QPushButton *m_pullOut = nullptr;
+    QCheckBox *m_serversThere = nullptr;
+    QCheckBox *m_slowNetwork = nullptr;
+};

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "demo/PenCheck.h"
+
+#include <QObject>
+#include <QString>
+#include <QTimer>
+
+#include <memory>
+
+class DemoSetup;
+class DownloadWindowController;
+class PictureTour;
+class QuilloApplication;
+class QWidget;
+struct DemoOptions;
+
+/// Follows one update run without a person: takes the pictures, presses OK at its end, compares the
+/// pen with what the servers hold and ends the program with 0 only if everything arrived.
+class HeadlessRun : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Before the application runs; all of these must outlive this object.
+    HeadlessRun(DemoSetup &setup, QuilloApplication &application, const DemoOptions &options);
+    ~HeadlessRun() override;
+
+private:
+    /// What it waits for.
+    enum class Step { SplashWindow, MainWindow, DownloadWindow, FirstTransfer, HalfWay, End, Log };
+
+    void splashShown();
+    void mainWindowShown();
+    void downloadWindowShown();
+    void progressed();
+    void completed();
+    void runEnded();
+    void look();
+    void finish();
+    void endWith(int exitCode);
+    void timedOut();
+
+    [[nodiscard]] DownloadWindowController &controller() const;
+    [[nodiscard]] bool isLogTaken() const;
+    void takePicture(QWidget *window, const QString &name);
+    [[nodiscard]] QStringList problems(const PenFiles &found) const;
+
+    DemoSetup &m_setup;
+    QuilloApplication &m_application;
+    QString m_picturesFolder;
+    bool m_everyView;
+    PenFiles m_before;
+    Step m_step = Step::SplashWindow;
+    QStringList m_pictures;
+    QStringList m_failures;
+    QTimer m_watchdog;
+    QTimer m_looking;
+    int m_looks = 0;
+    std::unique_ptr<PictureTour> m_tour;
+};

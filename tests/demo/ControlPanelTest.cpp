@@ -1,0 +1,110 @@
+#include "demo/ControlPanel.h"
+#include "demo/DemoSetup.h"
+#include "platform/VolumeSource.h"
+#include "ui/Localization.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QTcpSocket>
+#include <QTest>
+#include <QUrl>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+class ShownPanel : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        setCurrentLanguage(u"en"_s);
+        m_volumes = m_setup.makeVolumes();
+        ASSERT_EQ(m_setup.error(), QString());
+        m_panel = std::make_unique<ControlPanel>(m_setup, m_mainWindow);
+        m_panel->show();
+    }
+
+    [[nodiscard]] QAbstractButton *button(const QString &text) const
+    {
+        for (QAbstractButton *candidate : m_panel->findChildren<QAbstractButton *>()) {
+            if (candidate->text().remove(u'&') == text)
+                return candidate;
+        }
+        return nullptr;
+    }
+    void press(const QString &text) const
+    {
+        ASSERT_NE(button(text), nullptr) << text.toStdString();
+        QTest::keyClick(button(text), Qt::Key_Space);
+    }
+    [[nodiscard]] bool isServerThere() const
+    {
+        QTcpSocket socket;
+        socket.connectToHost(u"127.0.0.1"_s,
+                             quint16(QUrl(m_setup.servers().mediaAddress()).port()));
+        return QTest::qWaitFor([&] { return socket.state() != QAbstractSocket::ConnectingState; })
+               && socket.state() == QAbstractSocket::ConnectedState;
+    }
+
+    QWidget m_mainWindow;
+    mutable DemoSetup m_setup{[] {
+        DemoOptions options;
+        options.titles = 1;
+        return options;
+    }()};
+    std::unique_ptr<VolumeSource> m_volumes;
+    std::unique_ptr<ControlPanel> m_panel;
+};
+
+TEST_F(ShownPanel, pullsOutAndPlugsInThePen)
+{
+    ASSERT_EQ(m_volumes->volumes().size(), 1);
+    EXPECT_EQ(m_volumes->volumes().first().name, u"QUILLO"_s);
+    EXPECT_FALSE(button(u"Plug in the pen"_s)->isEnabled());
+
+    press(u"Pull out the pen"_s);
+    EXPECT_TRUE(m_volumes->volumes().isEmpty());
+    EXPECT_FALSE(button(u"Pull out the pen"_s)->isEnabled());
+
+    press(u"Plug in the pen"_s);
+    EXPECT_EQ(m_volumes->volumes().size(), 1);
+}
+
+TEST_F(ShownPanel, sendsTheServersAwayAndBack)
+{
+    EXPECT_TRUE(isServerThere());
+    press(u"Servers reachable"_s);
+    EXPECT_FALSE(isServerThere());
+    press(u"Servers reachable"_s);
+    EXPECT_TRUE(isServerThere());
+}
+
+TEST_F(ShownPanel, followsTheLanguageWhenActivated)
+{
+    setCurrentLanguage(u"de"_s);
+    QEvent activated(QEvent::WindowActivate);
+    QApplication::sendEvent(m_panel.get(), &activated);
+    EXPECT_NE(button(u"Stift abziehen"_s), nullptr);
+    EXPECT_EQ(button(u"Pull out the pen"_s), nullptr);
+}
+
+/// Two controls with one key would make the key useless.
+TEST_F(ShownPanel, everyControlHasAKeyOfItsOwn)
+{
+    for (const QString &language : {u"de"_s, u"en"_s}) {
+        setCurrentLanguage(language);
+        QEvent activated(QEvent::WindowActivate);
+        QApplication::sendEvent(m_panel.get(), &activated);
+        QSet<QString> keys;
+        const auto controls = m_panel->findChildren<QAbstractButton *>();
+        for (const QAbstractButton *control : controls) {
+            const QString text = control->text();
+            keys.insert(text.mid(text.indexOf(u'&') + 1, 1).toLower());
+        }
+        EXPECT_EQ(controls.size(), 4);
+        EXPECT_EQ(keys.size(), controls.size()) << language.toStdString();
+    }
+}
