@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QString>
+
+#include <functional>
+
+/// One line of the result: ours against the yardstick, as medians of interleaved runs.
+struct Figure
+{
+    QString name;
+    double ours;      ///< milliseconds
+    double yardstick; ///< milliseconds
+    double atMost;    ///< the ratio that must hold
+};
+
+/// Runs both in turn `rounds` times after one warm-up and takes the medians.
+[[nodiscard]] Figure measure(const QString &name, double atMost, int rounds,
+                             const std::function<void()> &ours,
+                             const std::function<void()> &yardstick);
+
+/// Prints the figure; false when its ratio is too high.
+bool report(const Figure &figure);
+/// Prints a plain value; false when it is above its limit.
+bool report(const QString &name, double value, double atMost, const QString &unit);
+
+/// The most memory this process has used so far, in MiB.
+[[nodiscard]] double peakMemory();
+
+// The groups of figures; each returns whether all of its figures held.
+bool libraryFigures();
+bool transferFigures();
