@@ -14,8 +14,8 @@
 
 void ViewController::addContentFactories()
 {
-    const auto add = [this](NavElementType type, std::function<QWidget *()> make) {
-        navigationViewController->setContentFactory(type, std::move(make));
+    const auto add = [this](NavElementType type, const std::function<QWidget *()> &make) {
+        navigationViewController->setContentFactory(type, make);
     };
     add(NavElementType::MyTitles, [this] { return makeTitlesView(); });
     add(NavElementType::Books,
