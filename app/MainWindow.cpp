@@ -44,7 +44,8 @@ void MainWindow::addCategoryKeys()
 
 void MainWindow::toggleViewMode()
 {
-    m_viewController->toggleViewMode();
+    if (m_viewController->isQuilloAvailable())
+        m_viewController->toggleViewMode();
 }
 
 void MainWindow::quit()

@@ -49,8 +49,8 @@ void QuilloApplication::terminate()
 {
     if (MainWindow *window = delegateReference->flowConroller.mainWindow.get())
         window->close();
-    else
-        exit(0);
+    // Also when the window has not begun to listen to its closing.
+    exit(0);
 }
 
 ViewController *QuilloApplication::viewController() const

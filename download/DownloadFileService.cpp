@@ -16,6 +16,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+/// Sizes beyond this are no sizes of files on a pen.
+constexpr qint64 largestLength = qint64(1) << 40;
+
 /// An address gets its first start and one retry.
 constexpr int skippedTry = 3;
 
@@ -309,6 +312,8 @@ void DownloadFileService::getContentLength(
         std::optional<qint64> length;
         if (result.error.isEmpty() && result.response && result.response->isSuccess())
             length = decimalInteger(QString::fromLatin1(result.response->header("Content-Length")));
+        if (length && (*length < 0 || *length > largestLength))
+            length.reset();
         Dispatch::main(guard, [completion, length] { completion(length); });
     });
 }

@@ -254,6 +254,15 @@ void DownloadWindowController::endRun(Phase phase)
     Q_EMIT runEnded();
 }
 
+/// The system software service is made anew, so that a version it still asks for starts nothing.
+void DownloadWindowController::stopTransfers()
+{
+    if (!m_downloadFileService)
+        return;
+    m_downloadFileService->cancelAllDownloads();
+    m_versionService = std::make_unique<VersionService>(*m_downloadFileService);
+}
+
 void DownloadWindowController::resetProgress()
 {
     m_indexToDownload = 0;
@@ -279,8 +288,7 @@ void DownloadWindowController::penRemoved()
 {
     m_stopped = true;
     m_isWorking = false;
-    if (m_downloadFileService)
-        m_downloadFileService->cancelAllDownloads();
+    stopTransfers();
     endRun(Phase::PenRemoved);
 }
 
@@ -300,8 +308,7 @@ void DownloadWindowController::cancelBtnKlicked()
 {
     m_stopped = true;
     Dispatch::main(this, [this] {
-        if (m_downloadFileService)
-            m_downloadFileService->cancelAllDownloads();
+        stopTransfers();
         if (m_viewController) {
             m_viewController->loadData();
             m_viewController->showBooksView();

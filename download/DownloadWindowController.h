@@ -102,6 +102,7 @@ private:
     void changeToDownloadComplete();
     void showNoInternetConnection();
     void endRun(Phase phase);
+    void stopTransfers();
 
     void startCopyTimer(int index);
     void copyTick(int index, int rows);

@@ -277,6 +277,13 @@ void MyQuilloTitlesController::willDelete(const QStringList &ids)
     }
 }
 
+/// A slide that goes with the page asks for no new one.
+MyQuilloTitlesController::~MyQuilloTitlesController()
+{
+    if (QWidget *slide = runningSlide())
+        slide->disconnect(this);
+}
+
 QWidget *MyQuilloTitlesController::runningSlide() const
 {
     for (const Section &section : m_sections) {

@@ -25,6 +25,7 @@ class MyQuilloTitlesController : public QWidget,
 public:
     /// Empty until one of the operations below.
     explicit MyQuilloTitlesController(MainControlling &viewController, QWidget *parent = nullptr);
+    ~MyQuilloTitlesController() override;
 
     /// The whole library, followed when it changes.
     void showLibrary();

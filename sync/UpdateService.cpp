@@ -115,18 +115,20 @@ void UpdateService::prepareRun()
 
 void UpdateService::startSoftwareCheck()
 {
-    m_versionService->perform([this](bool needed) {
+    const auto checked = [this](bool needed) {
         debugPrint(u"VersionService reports that"_s + (needed ? u" an "_s : u" NO "_s)
                    + u"update is needed."_s);
         softwareChecked(needed);
         debugPrint(u"Finished work in version service perform."_s);
-    });
+    };
+    m_versionService->perform(checked, m_stop.get_token());
 }
 
 void UpdateService::softwareChecked(bool needed)
 {
     m_needsSoftwareUpdate = needed;
-    if (m_state == State::Idle && !m_downloadWindowController->isStopped())
+    const bool mayGoOn = !m_stop.stop_requested() && !m_downloadWindowController->isStopped();
+    if (m_state == State::Idle && mayGoOn)
         startLateRows();
 }
 
@@ -286,7 +288,10 @@ void UpdateService::sizeRow(qsizetype index, DispatchGroup group)
 
 void UpdateService::rowsEnded()
 {
-    if (m_state != State::Downloading)
+    // Cancelled in a window left open from an earlier run: this one ends with it.
+    if (m_state == State::Planning && m_downloadWindowController->isStopped())
+        m_stop.request_stop();
+    else if (m_state != State::Downloading)
         return;
     m_state = State::Idle;
     if (m_downloadWindowController->isStopped() || !startLateRows())
@@ -308,9 +313,9 @@ bool UpdateService::startLateRows()
 
 void UpdateService::penRemoved()
 {
+    m_stop.request_stop(); // also for what an ended run has not heard of yet
     if (!isRunning())
         return;
-    m_stop.request_stop();
     m_runRequested = false;
     m_state = State::Idle;
     m_downloadWindowController->penRemoved();

@@ -85,8 +85,9 @@ VersionService::VersionService(DownloadFileService &downloadFileService, QObject
 {
 }
 
-void VersionService::perform(std::function<void(bool needed)> completion)
+void VersionService::perform(std::function<void(bool needed)> completion, std::stop_token stop)
 {
+    m_stop = std::move(stop);
     readLocalVersions();
     removeStaleImageFiles();
     DispatchGroup group;
@@ -159,7 +160,7 @@ void VersionService::queueSoftware(const Software &software, const QString &vers
                                    std::function<void(bool upToDate)> completion)
 {
     const std::optional<QString> address = softwareAddress(software.fileName(version));
-    if (!address)
+    if (!address || m_stop.stop_requested())
         return completion(false);
     UpdateElement row;
     row.bookVersion = version;
@@ -168,10 +169,11 @@ void VersionService::queueSoftware(const Software &software, const QString &vers
     row.updateFileType = software.kind;
     row.updateURLString = *address;
     const QPointer<VersionService> guard(this);
-    const auto sized = [guard, row, completion](std::optional<qint64> length) mutable {
+    const auto sized = [guard, row, completion,
+                        stop = m_stop](std::optional<qint64> length) mutable {
         if (!guard)
             return;
-        if (length) {
+        if (length && !stop.stop_requested()) {
             row.contentLength = *length;
             totalBytesToDownload() += *length;
             updateElements().append(row);

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <optional>
+#include <stop_token>
 
 class DownloadFileService;
 
@@ -20,8 +21,9 @@ public:
     /// The service must outlive this one.
     explicit VersionService(DownloadFileService &downloadFileService, QObject *parent = nullptr);
 
-    /// Both checks; `completion` gets whether at least one piece needs an update.
-    void perform(std::function<void(bool needed)> completion);
+    /// Both checks; `completion` gets whether at least one piece needs an update. Once `stop` is
+    /// requested nothing is queued any more.
+    void perform(std::function<void(bool needed)> completion, std::stop_token stop = {});
 
     /// Loads the published system image, or firmware, into the pen's configure folder. The row is
     /// given up when its version cannot be asked for. `completion` may be empty.
@@ -50,6 +52,7 @@ private:
     void fetchVersion(const QString &addressKey, VersionHandler completion);
 
     DownloadFileService &m_downloadFileService;
+    std::stop_token m_stop; ///< of the latest perform()
     qint64 m_imageIsoVersionLocal = -1;
     qint64 m_firmwareVersionLocal = -1;
     qint64 m_imageIsoVersionRemote = 0;

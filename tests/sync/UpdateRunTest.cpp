@@ -379,4 +379,19 @@ TEST_F(UpdateRun, CancelStopsTheQueueForGood)
               1);
 }
 
+TEST_F(UpdateRun, CancelWhileTheServersAreAskedEndsTheRun)
+{
+    serveOneOutdatedTitle();
+    auto gate = std::make_shared<FaultServer::Gate>();
+    rig.server.serve("/versions", {.body = R"({"00042":3})", .hold = gate});
+    rig.service->updateAll();
+    ASSERT_TRUE(gate->waitUntilReached());
+    rig.service->downloadWindowController().cancelBtnKlicked();
+    EXPECT_FALSE(rig.service->isRunning());
+    gate->open();
+    serveOneOutdatedTitle();
+    ASSERT_TRUE(rig.run());
+    EXPECT_EQ(rig.pen.read(u"book/00042_en.qnk"_s), content);
+}
+
 } // namespace
