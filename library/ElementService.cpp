@@ -7,6 +7,7 @@
 #include "pen/URLFactory.h"
 #include "pen/UsbService.h"
 #include "platform/FileManager.h"
+#include "platform/FolderVisit.h"
 #include "platform/StandardOutput.h"
 
 #include <algorithm>
@@ -15,9 +16,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// As much of a cover as tells that it is a picture, and as much again for one whose header is
+/// As much of a cover as tells that it is a picture: enough for a PNG, and for one whose header is
 /// long.
-constexpr qint64 coverHead = 4 * 1024;
+constexpr qint64 coverHead = 64;
 constexpr qint64 longCoverHead = 256 * 1024;
 
 struct MetadataText
@@ -123,6 +124,7 @@ PenLibrary scan()
     const std::optional<QUrl> bookFolder = URLFactory::getBookURL();
     if (!bookFolder || !FileManager::fileExists(path(*bookFolder)))
         return {};
+    const FolderVisit visit(path(*bookFolder));
     writeLog(u"getQuilloFilesInfoFromPen in if bookFolderExists"_s);
     const QStringList names = FileService::listFiles(*bookFolder, fileExtension(FileType::txt));
     writeLog(u"getQuilloFilesInfoFromPen elementFileNames length = "_s
@@ -146,6 +148,7 @@ std::optional<QString> titleFile(const QString &id, FileType type)
 
 PenLibrary ElementService::getQuilloFilesInfoFromPen()
 {
+    const LogBatch batch;
     writeLog(u"getQuilloFilesInfoFromPen Beginn"_s);
     PenLibrary library = scan();
     writeLog(u"getQuilloFilesInfoFromPen Ende"_s);
@@ -154,12 +157,14 @@ PenLibrary ElementService::getQuilloFilesInfoFromPen()
 
 ElementList ElementService::getTextFileContentFromPen()
 {
+    const LogBatch batch;
     writeLog(u"getTextFileContentFromPen Beginn"_s);
     const std::optional<QUrl> bookFolder = URLFactory::getBookURL();
     if (!bookFolder) {
         writeLog(u"getTextFileContentFromPen return"_s);
         return {};
     }
+    const FolderVisit visit(path(*bookFolder));
     const QStringList names = FileService::listFiles(*bookFolder, fileExtension(FileType::txt));
     writeLog(u"getTextFileContentFromPen elementFileNames length "_s
              + QString::number(names.size()));

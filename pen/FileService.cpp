@@ -76,18 +76,16 @@ void FileService::writeFile(const QString &text, const QUrl &fileURL)
 
 QStringList FileService::listFiles(const QUrl &directoryURL, const QString &containing)
 {
-    auto entries =
-        FileManager::contentsOfDirectory(path(directoryURL), FileManager::HiddenFiles::Skip)
-            .value_or(QList<FileManager::Entry>());
+    auto entries = FileManager::contentsOfDirectory(path(directoryURL),
+                                                    FileManager::HiddenFiles::Skip, containing)
+                       .value_or(QList<FileManager::Entry>());
     std::stable_sort(entries.begin(), entries.end(),
                      [](const FileManager::Entry &a, const FileManager::Entry &b) {
                          return a.modified > b.modified;
                      });
     QStringList names;
-    for (const FileManager::Entry &entry : std::as_const(entries)) {
-        if (entry.name.contains(containing))
-            names += entry.name;
-    }
+    for (const FileManager::Entry &entry : std::as_const(entries))
+        names += entry.name;
     return names;
 }
 

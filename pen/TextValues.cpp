@@ -56,7 +56,8 @@ std::optional<QString> valueAfter(const QString &text, QChar separator)
     if (first < 0)
         return std::nullopt;
     const qsizetype second = text.indexOf(separator, first + 1);
-    return text.mid(first + 1, second < 0 ? -1 : second - first - 1).trimmed();
+    const qsizetype end = second < 0 ? text.size() : second;
+    return QStringView(text).mid(first + 1, end - first - 1).trimmed().toString();
 }
 
 std::optional<qint64> decimalInteger(const QString &text)

@@ -2,6 +2,7 @@
 
 #include "platform/FilePlace.h"
 #include "platform/FilePlacement.h"
+#include "platform/FolderVisit.h"
 #include "platform/VolumeSource.h"
 
 #include <QDir>
@@ -181,6 +182,8 @@ void FileManager::setVolumeSource(VolumeSource *source)
 
 std::optional<QList<QUrl>> FileManager::mountedVolumeURLs()
 {
+    if (const FolderVisit *visit = FolderVisit::current())
+        return visit->volumes();
     const VolumeSource *source = currentSource;
     if (!source)
         return std::nullopt;
@@ -227,17 +230,19 @@ FileManager::Contents FileManager::contents(const QString &path, qint64 limit)
     return contents;
 }
 
-std::optional<QList<FileManager::Entry>> FileManager::contentsOfDirectory(const QString &path,
-                                                                          HiddenFiles hidden)
+std::optional<QList<FileManager::Entry>>
+FileManager::contentsOfDirectory(const QString &path, HiddenFiles hidden, const QString &containing)
 {
     FolderReader reader(placeOf(path).open(O_RDONLY | O_DIRECTORY));
     if (!reader.isOpen())
         return std::nullopt;
     QList<Entry> entries;
     while (const dirent *entry = reader.next()) {
-        if (hidden == HiddenFiles::Include || entry->d_name[0] != '.')
-            entries.append(
-                {QFile::decodeName(entry->d_name), modifiedOf(reader.descriptor(), entry->d_name)});
+        if (hidden == HiddenFiles::Skip && entry->d_name[0] == '.')
+            continue;
+        const QString name = QFile::decodeName(entry->d_name);
+        if (name.contains(containing))
+            entries.append({name, modifiedOf(reader.descriptor(), entry->d_name)});
     }
     if (errno != 0)
         return std::nullopt;

@@ -64,10 +64,10 @@ public:
     /// The whole file, which may be up to 1 GiB, or its first `limit` bytes. Regular files only.
     [[nodiscard]] static Contents contents(const QString &path, qint64 limit = -1);
 
-    /// The folder's entries in the system's order, without "." and ".."; absent when it cannot be
-    /// read.
-    [[nodiscard]] static std::optional<QList<Entry>> contentsOfDirectory(const QString &path,
-                                                                         HiddenFiles hidden);
+    /// The folder's entries whose name holds `containing`, in the system's order, without "." and
+    /// ".."; absent when it cannot be read.
+    [[nodiscard]] static std::optional<QList<Entry>>
+    contentsOfDirectory(const QString &path, HiddenFiles hidden, const QString &containing = {});
 
     /// Replaces the file. `Atomic` goes through a hidden neighbour and a rename.
     static FileResult write(const QString &path, const QByteArray &data, WriteMode mode);

@@ -1,5 +1,6 @@
 #include "platform/FilePlace.h"
 
+#include "platform/FolderVisit.h"
 #include "platform/VolumeSource.h"
 
 #include <QFile>
@@ -79,6 +80,8 @@ FilePlace::FilePlace(const QString &path, const VolumeSource *volumes)
 void FilePlace::lookUp(const QString &path, const VolumeSource *volumes)
 {
     constexpr auto prefix = "/Volumes/"_L1;
+    if (findInVisit(path))
+        return;
     if (!path.startsWith(prefix)) {
         m_realPath = path;
         split(QFile::encodeName(path));
@@ -96,6 +99,18 @@ void FilePlace::lookUp(const QString &path, const VolumeSource *volumes)
     m_top = Descriptor(::open(m_root.constData(), folderFlags));
     m_lookUpError = m_top.isOpen() ? 0 : errno;
     split(QFile::encodeName(rest));
+}
+
+bool FilePlace::findInVisit(const QString &path)
+{
+    const FolderVisit *visit = FolderVisit::current();
+    if (!visit)
+        return false;
+    m_name = visit->nameOf(path);
+    if (m_name.isEmpty())
+        return false;
+    m_visited = visit->folder();
+    return true;
 }
 
 void FilePlace::split(const QByteArray &path)
@@ -127,13 +142,22 @@ int FilePlace::folder() const
 void FilePlace::openFolder() const
 {
     const QByteArray path = m_parent.isEmpty() ? QByteArray(".") : m_parent;
-    if (isOnVolume())
+    if (m_visited >= 0)
+        m_folder = Descriptor(::openat(m_visited, ".", folderFlags));
+    else if (isOnVolume())
         m_folder = openBeneath(m_top, path, folderFlags, 0);
     else
         m_folder = Descriptor(::open(path.constData(), folderFlags));
     if (!m_folder.isOpen() && isOnVolume() && mayAskDifferently(errno))
         m_folder = openCanonicalBeneath(m_root, m_parent);
     m_folderError = m_folder.isOpen() ? 0 : errno;
+}
+
+QString FilePlace::realPath() const
+{
+    if (m_visited >= 0)
+        return FolderVisit::current()->realPath() + QFile::decodeName(m_name);
+    return m_realPath;
 }
 
 int FilePlace::lookupFlags() const
@@ -147,6 +171,9 @@ Descriptor FilePlace::open(int flags, mode_t mode) const
         errno = m_lookUpError;
         return Descriptor();
     }
+    if (m_visited >= 0)
+        return Descriptor(
+            ::openat(m_visited, m_name.constData(), flags | O_CLOEXEC | O_NOFOLLOW, mode));
     const QByteArray path = m_parent + m_name;
     if (!isOnVolume())
         return Descriptor(::open(path.constData(), flags | O_CLOEXEC, mode));

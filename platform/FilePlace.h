@@ -36,15 +36,17 @@ public:
     [[nodiscard]] Descriptor openForReading(struct stat &status) const;
 
     /// The system's path of the same file.
-    [[nodiscard]] QString realPath() const { return m_realPath; }
+    [[nodiscard]] QString realPath() const;
 
 private:
     void lookUp(const QString &path, const VolumeSource *volumes);
+    [[nodiscard]] bool findInVisit(const QString &path);
     void split(const QByteArray &path);
     void openFolder() const;
-    [[nodiscard]] bool isOnVolume() const { return m_top.isOpen(); }
+    [[nodiscard]] bool isOnVolume() const { return m_top.isOpen() || m_visited >= 0; }
 
     Descriptor m_top;    ///< the volume's root; not open for plain paths
+    int m_visited = -1;  ///< the folder when the thread visits it; the visit's own
     QByteArray m_root;   ///< the volume's root by name
     QByteArray m_parent; ///< below the root or plain; empty or with a "/" at its end
     QByteArray m_name;

@@ -27,6 +27,11 @@ bool flushedByEventLoop()
     return dispatcher != nullptr;
 }
 
+bool isPlain(QChar character)
+{
+    return character != u'"' && character != u'\\' && character.category() != QChar::Other_Control;
+}
+
 QString escaped(QChar character)
 {
     switch (character.unicode()) {
@@ -43,9 +48,7 @@ QString escaped(QChar character)
     case 0:
         return QStringLiteral("\\0");
     default:
-        if (character.category() == QChar::Other_Control)
-            return QStringLiteral("\\u{%1}").arg(character.unicode(), 4, 16, QLatin1Char('0'));
-        return QString(character);
+        return QStringLiteral("\\u{%1}").arg(character.unicode(), 4, 16, QLatin1Char('0'));
     }
 }
 
@@ -53,10 +56,14 @@ QString escaped(QChar character)
 
 void print(const QString &line)
 {
+    print(line.toUtf8() + '\n');
+}
+
+void print(const QByteArray &text)
+{
     static QMutex mutex;
-    const QByteArray bytes = line.toUtf8() + '\n';
     const QMutexLocker locker(&mutex);
-    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stdout);
+    std::fwrite(text.constData(), 1, static_cast<size_t>(text.size()), stdout);
     if (!flushedByEventLoop())
         std::fflush(stdout);
 }
@@ -69,8 +76,13 @@ void debugPrint(const QString &line)
 QString debugDescription(const QString &text)
 {
     QString result(QLatin1Char('"'));
-    for (const QChar character : text)
-        result += escaped(character);
+    result.reserve(text.size() + 2);
+    for (const QChar character : text) {
+        if (isPlain(character))
+            result += character;
+        else
+            result += escaped(character);
+    }
     return result + QLatin1Char('"');
 }
 

@@ -1,11 +1,15 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 /// The program's lines on standard output. Any thread; lines never interleave.
 
 /// A plain line.
 void print(const QString &line);
+
+/// Lines in UTF-8, with their line feeds.
+void print(const QByteArray &text);
 
 /// A line of the debug log: the text in double quotes, with quotes, backslashes and control
 /// characters escaped.

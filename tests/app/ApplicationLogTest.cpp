@@ -156,3 +156,40 @@ TEST_F(ApplicationLogTest, EntriesOfSeveralThreadsStayWhole)
         next[writer] = QString::number(next[writer].toInt() + 1);
     }
 }
+
+TEST_F(ApplicationLogTest, BatchWritesItsEntriesInOrderAndInBlocks)
+{
+    testing::internal::CaptureStdout();
+    {
+        const LogBatch batch;
+        writeLog(u"a"_s);
+        {
+            const LogBatch inner;
+            writeLog(u"b"_s);
+        }
+        std::jthread([] { writeLog(u"of another thread"_s); }).join();
+        EXPECT_EQ(logEntries(), QStringList(u"of another thread"_s)) << "the batch is not gathered";
+    }
+    EXPECT_EQ(logEntries(), QStringList({u"of another thread"_s, u"a"_s, u"b"_s}));
+    const QString printed = QString::fromStdString(testing::internal::GetCapturedStdout());
+    EXPECT_EQ(printed, (u"FilePath: "_s + log + u'\n').repeated(3));
+
+    const LogBatch batch;
+    const QString line(1000, u'x');
+    for (int i = 0; i < 40; ++i)
+        writeLog(line);
+    EXPECT_GT(logEntries().size(), 30) << "a crash would lose too much";
+}
+
+TEST_F(ApplicationLogTest, BatchWithoutDocumentsFolderIsSilent)
+{
+    write("");
+    qputenv("HOME", log.toUtf8());
+    testing::internal::CaptureStdout();
+    {
+        const LogBatch batch;
+        writeLog(u"lost"_s);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(content(), "");
+}

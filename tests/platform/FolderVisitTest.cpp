@@ -1,0 +1,90 @@
+#include "platform/FolderVisit.h"
+
+#include "platform/FileManager.h"
+#include "platform/FolderVolumes.h"
+#include "tests/support/PenFolder.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class FolderVisitTest : public testing::Test
+{
+protected:
+    FolderVisitTest()
+        : m_volumes(pen.volumes())
+    {
+        FileManager::setVolumeSource(&m_volumes);
+        pen.write(u"book/a.txt"_s, "inside");
+        pen.write(u"book/deep/b.txt"_s, "deeper");
+        pen.write(u"configure/c.txt"_s, "elsewhere");
+        std::filesystem::create_symlink(pen.path(u"configure/c.txt"_s).toStdString(),
+                                        pen.path(u"book/link.txt"_s).toStdString());
+    }
+    ~FolderVisitTest() override { FileManager::setVolumeSource(nullptr); }
+
+    [[nodiscard]] std::optional<QByteArray> contents(const QString &relative) const
+    {
+        return FileManager::contents(pen.volumePath(relative)).data;
+    }
+
+    PenFolder pen;
+
+private:
+    FolderVolumes m_volumes;
+};
+
+} // namespace
+
+TEST_F(FolderVisitTest, FindsAndRefusesTheSameFiles)
+{
+    const QStringList asked = {u"book/a.txt"_s,         u"book/deep/b.txt"_s, u"configure/c.txt"_s,
+                               u"book/none.txt"_s,      u"book/link.txt"_s,   u"book/.."_s,
+                               u"book/deep/../a.txt"_s, u"book/deep"_s};
+    QList<std::optional<QByteArray>> before;
+    QList<std::optional<QString>> realBefore;
+    for (const QString &relative : asked) {
+        before += contents(relative);
+        realBefore += FileManager::realPath(pen.volumePath(relative));
+    }
+    ASSERT_EQ(before.first(), "inside");
+    const FolderVisit visit(pen.volumePath(u"book"_s));
+    for (qsizetype i = 0; i < asked.size(); ++i) {
+        SCOPED_TRACE(asked.at(i).toStdString());
+        EXPECT_EQ(contents(asked.at(i)), before.at(i));
+        EXPECT_EQ(FileManager::realPath(pen.volumePath(asked.at(i))), realBefore.at(i));
+    }
+    EXPECT_TRUE(FileManager::fileExists(pen.volumePath(u"book/a.txt"_s)));
+    EXPECT_FALSE(FileManager::fileExists(pen.volumePath(u"book/link.txt"_s)));
+    pen.remove(u"book/a.txt"_s);
+    EXPECT_EQ(contents(u"book/a.txt"_s), std::nullopt);
+}
+
+TEST_F(FolderVisitTest, KeepsTheVolumesAsTheyWereAndOnlyWhileItLasts)
+{
+    const auto mounted = FileManager::mountedVolumeURLs();
+    ASSERT_EQ(mounted->size(), 1);
+    {
+        const FolderVisit visit(pen.volumePath(u"book"_s));
+        {
+            const FolderVisit inner(pen.volumePath(u"configure"_s));
+            EXPECT_EQ(contents(u"configure/c.txt"_s), "elsewhere");
+        }
+        pen.pullOut();
+        EXPECT_EQ(FileManager::mountedVolumeURLs(), mounted);
+        EXPECT_EQ(contents(u"book/a.txt"_s), "inside") << "not read through the folder kept open";
+        EXPECT_EQ(contents(u"configure/c.txt"_s), std::nullopt);
+    }
+    EXPECT_EQ(FileManager::mountedVolumeURLs()->size(), 0);
+    EXPECT_EQ(contents(u"book/a.txt"_s), std::nullopt);
+}
+
+TEST_F(FolderVisitTest, OfNoFolderChangesNothing)
+{
+    const FolderVisit visit(pen.volumePath(u"none"_s));
+    EXPECT_EQ(contents(u"book/a.txt"_s), "inside");
+    EXPECT_EQ(contents(u"none/a.txt"_s), std::nullopt);
+}
