@@ -4,7 +4,6 @@
 #include "pen/TextValues.h"
 #include "pen/URLFactory.h"
 #include "pen/UsbService.h"
-#include "platform/Address.h"
 #include "platform/SharedSession.h"
 #include "platform/StandardOutput.h"
 #include "platform/URLSession.h"
@@ -44,8 +43,7 @@ QStringList LogPostService::getLogMids()
 
 void LogPostService::postMids(const QStringList &mids, std::stop_token stop)
 {
-    const std::optional<QString> address = configuredAddress(URLFactory::logPostKey);
-    const std::optional<QUrl> url = address ? makeURL(*address) : std::nullopt;
+    const std::optional<QUrl> url = configuredURL(URLFactory::logPostKey);
     if (!url)
         return;
     URLRequest request;

@@ -26,6 +26,17 @@ std::optional<QString> configuredAddress(const QString &key)
     return value;
 }
 
+std::optional<QUrl> configuredURL(const QString &key)
+{
+    const std::optional<QString> value = configuredAddress(key);
+    if (!value)
+        return std::nullopt;
+    std::optional<QUrl> url = makeURL(*value);
+    if (!url)
+        debugPrint(u"The value of "_s + key + u" is no address: "_s + *value);
+    return url;
+}
+
 std::optional<QString> midList(const QStringList &mids)
 {
     if (mids.isEmpty())

@@ -12,6 +12,9 @@
 /// The value of a configuration key.
 [[nodiscard]] std::optional<QString> configuredAddress(const QString &key);
 
+/// The same as a URL; absent with a debug line also when the value is none.
+[[nodiscard]] std::optional<QUrl> configuredURL(const QString &key);
+
 /// Each MID without NUL characters and outer white space, in double quotes, with commas between;
 /// blank ones are left out. Absent for an empty array.
 [[nodiscard]] std::optional<QString> midList(const QStringList &mids);

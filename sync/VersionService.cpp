@@ -221,8 +221,7 @@ void VersionService::downloadSoftware(const Software &software,
 
 void VersionService::fetchVersion(const QString &addressKey, VersionHandler completion)
 {
-    const std::optional<QString> address = configuredAddress(addressKey);
-    const std::optional<QUrl> url = address ? makeURL(*address) : std::nullopt;
+    const std::optional<QUrl> url = configuredURL(addressKey);
     const QPointer<QObject> guard(this);
     if (!url) {
         Dispatch::main(guard, [completion] { completion(std::nullopt); });

@@ -3,6 +3,7 @@
 #include "pen/URLFactory.h"
 #include "platform/Address.h"
 #include "tests/support/Printers.h"
+#include "tests/support/Traces.h"
 #include "tests/support/UpdateRig.h"
 
 #include <gtest/gtest.h>
@@ -119,6 +120,15 @@ TEST(RequestAddresses, AMissingKeyFormsNone)
     EXPECT_EQ(coverAddress({}, {}, {}), std::nullopt);
     EXPECT_EQ(contentAddress({}, {}, {}, {}), std::nullopt);
     EXPECT_EQ(softwareAddress({}), std::nullopt);
+}
+
+TEST(RequestAddresses, AValueThatIsNoAddressIsTold)
+{
+    UpdateRig rig;
+    rig.configureWith("<plist version=\"1.0\"><dict><key>LOG_POST_URL</key>"
+                      "<string>not an address</string></dict></plist>");
+    EXPECT_EQ(printedBy([] { EXPECT_EQ(configuredURL(URLFactory::logPostKey), std::nullopt); }),
+              QStringList(u"\"The value of LOG_POST_URL is no address: not an address\""_s));
 }
 
 } // namespace
