@@ -37,11 +37,12 @@ int rowsNotCanceled()
     }));
 }
 
-bool anyRow(DownloadType state)
+qsizetype readyRows()
 {
     const QList<UpdateElement> &rows = updateElements();
-    return std::any_of(rows.begin(), rows.end(),
-                       [state](const UpdateElement &row) { return row.downloadType == state; });
+    return std::count_if(rows.begin(), rows.end(), [](const UpdateElement &row) {
+        return row.downloadType == DownloadType::Ready;
+    });
 }
 
 bool allRowsReadyOrCanceled()
@@ -181,14 +182,15 @@ void DownloadWindowController::changeProgressBar(const QVariantMap &userInfo)
 void DownloadWindowController::changeToDownloadComplete()
 {
     m_copyPercentageTimer.stop();
-    // A run without answer has nothing to be proud of.
-    if (m_stopped || (m_noAnswer && !anyRow(DownloadType::Ready))) {
+    if (m_stopped) {
         Q_EMIT runEnded();
-        return;
+    } else if (m_noAnswer && readyRows() == m_readyBefore) {
+        endRun(Phase::NoAnswer); // nothing to be proud of
+    } else {
+        enter(Phase::Complete);
+        Q_EMIT completed();
+        Q_EMIT runEnded();
     }
-    enter(Phase::Complete);
-    Q_EMIT completed();
-    Q_EMIT runEnded();
 }
 
 void DownloadWindowController::showNoInternetConnection()
@@ -276,6 +278,7 @@ void DownloadWindowController::prepareForRun()
     m_isWorking = false;
     m_stopped = false;
     m_noAnswer = false;
+    m_readyBefore = readyRows();
     m_copiedBefore = false;
     m_indexToDownload = 0;
     m_copyPercentage = 0;

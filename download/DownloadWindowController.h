@@ -115,6 +115,7 @@ private:
     bool m_isWorking = false;
     bool m_stopped = false;
     bool m_noAnswer = false;     ///< the media server did not answer in this run
+    qsizetype m_readyBefore = 0; ///< rows of earlier runs that are still shown
     bool m_copiedBefore = false; ///< an earlier row of this run has had its copy timer
     int m_indexToDownload = 0;
     double m_downloadPercentage = 0;

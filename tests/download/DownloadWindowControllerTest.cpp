@@ -288,6 +288,18 @@ TEST_F(DownloadWindowTest, NoAnswerLeavesOkOnly)
     EXPECT_EQ(shown().headline, u"label_download_complete"_s);
 }
 
+TEST_F(DownloadWindowTest, NoAnswerIsNotCompleteForTheRowsOfAnEarlierRun)
+{
+    addTitle(u"42"_s).downloadType = DownloadType::Ready;
+    window.prepareForRun();
+    QueueWindow::postNoResponseFromServer();
+    window.resetProgress();
+    QueueWindow::postStartElementDownloads();
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_EQ(shown().headline, u"label_no_response_from_server"_s);
+    EXPECT_EQ(events, QStringList(u"ended"_s));
+}
+
 TEST_F(DownloadWindowTest, CancelStopsTheRunAndReloads)
 {
     const auto gate = std::make_shared<FaultServer::Gate>();
