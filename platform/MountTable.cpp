@@ -43,7 +43,7 @@ std::optional<Mount> parseLine(const QByteArray &line)
     const qsizetype dash = fields.indexOf("-", 6);
     bool isNumber = false;
     const int id = fields.first().toInt(&isNumber);
-    if (!isNumber || dash < 0 || fields.size() < dash + 3)
+    if (!isNumber || dash < 0 || fields.size() < dash + 3 || !fields.at(4).startsWith('/'))
         return std::nullopt;
     return Mount{id,
                  fields.at(2),

@@ -1,0 +1,255 @@
+#include "library/BaseElement.h"
+#include "library/CoverImage.h"
+#include "pen/ConfigureService.h"
+#include "pen/TextValues.h"
+#include "platform/MountTable.h"
+#include "platform/PropertyListReader.h"
+#include "platform/ResumeData.h"
+#include "platform/StringTableReader.h"
+#include "sync/ElementUpdateService.h"
+#include "sync/LogPostService.h"
+#include "tests/support/PenTest.h"
+#include "tests/support/UpdateRig.h"
+
+#include <functional>
+#include <random>
+
+using namespace Qt::StringLiterals;
+
+// Feeds every parser with mutations of good input. The sanitizers find what crashes; the checks
+// here find results that the rest of the program could not live with.
+
+namespace {
+
+constexpr int rounds = 3000;
+
+struct Parser
+{
+    const char *name;
+    QByteArray good;
+    std::function<void(const QByteArray &)> parse;
+};
+
+void PrintTo(const Parser &parser, std::ostream *out)
+{
+    *out << parser.name;
+}
+
+class Mutator
+{
+public:
+    explicit Mutator(const QByteArray &good)
+        : m_good(good)
+    {
+    }
+
+    QByteArray next()
+    {
+        QByteArray input = m_good;
+        for (int i = number(1, 6); i > 0; --i)
+            mutate(input);
+        return input;
+    }
+
+private:
+    int number(int least, int most) { return std::uniform_int_distribution(least, most)(m_random); }
+
+    QByteArray piece(const QByteArray &of)
+    {
+        const auto size = static_cast<int>(of.size());
+        const int start = number(0, size);
+        return of.mid(start, number(0, std::min(size - start, 40)));
+    }
+
+    QByteArray nastyPiece()
+    {
+        static const QList<QByteArray> pieces = {QByteArray("\0", 1),
+                                                 "\r\n",
+                                                 ":",
+                                                 "..",
+                                                 "/",
+                                                 "\"",
+                                                 "\\",
+                                                 "99999999999999999999",
+                                                 "-1",
+                                                 "\xff\xfe",
+                                                 "\xed\xa0\x80",
+                                                 "\xef\xbb\xbf",
+                                                 "&lt;",
+                                                 "<!DOCTYPE",
+                                                 "{",
+                                                 "[",
+                                                 "null",
+                                                 "1e999",
+                                                 "\\u0000",
+                                                 "\\40",
+                                                 QByteArray(3000, '['),
+                                                 QByteArray(300, 'A')};
+        return pieces.at(number(0, static_cast<int>(pieces.size()) - 1));
+    }
+
+    void mutate(QByteArray &input)
+    {
+        const int at = number(0, static_cast<int>(input.size()));
+        switch (number(0, 5)) {
+        case 0:
+            input.truncate(at);
+            break;
+        case 1:
+            input.remove(at, number(1, 20));
+            break;
+        case 2:
+            input.insert(at, piece(m_good));
+            break;
+        case 3:
+            input.insert(at, nastyPiece());
+            break;
+        case 4:
+            input.replace(at, number(1, 8), nastyPiece());
+            break;
+        case 5:
+            if (at < input.size())
+                input[at] = static_cast<char>(number(0, 255));
+            break;
+        }
+    }
+
+    QByteArray m_good;
+    std::mt19937 m_random; // the standard's own seed: a finding comes back
+};
+
+void parseMetadata(const QByteArray &bytes)
+{
+    const BaseElement element =
+        BaseElement::parseTextFile(decodeUtf8(bytes).value_or(QString::fromLatin1(bytes)));
+    EXPECT_EQ(splitAtNewlines(element.name + element.id + element.isbn).size(), 1);
+    EXPECT_EQ(BaseElement::parseTextFile(element.textFileContent()).name, element.name);
+}
+
+void parseServerRecords(const QByteArray &bytes)
+{
+    for (const ElementPtr &element : BaseElement::elementsFromServer(bytes, bytes))
+        EXPECT_TRUE(isSafeFileName(element->id)) << element->id.toStdString();
+}
+
+void parseResumeData(const QByteArray &bytes)
+{
+    if (const std::optional<ResumeData> data = ResumeData::parse(bytes)) {
+        EXPECT_TRUE(isWebAddress(data->url) && data->bytes >= 0 && !data->validator.isEmpty());
+        EXPECT_TRUE(ResumeData::parse(data->serialized()));
+    }
+}
+
+void parseContentRange(const QByteArray &bytes)
+{
+    if (const std::optional<ContentRange> range = ContentRange::parse(bytes)) {
+        EXPECT_LE(0, range->start);
+        EXPECT_LE(range->start, range->end);
+    }
+}
+
+void parsePicture(const QByteArray &bytes)
+{
+    if (const std::optional<QSize> size = pictureSize(bytes)) {
+        EXPECT_FALSE(size->isEmpty());
+        EXPECT_EQ(size->boundedTo(QSize(4096, 4096)), *size);
+    }
+}
+
+void parseMounts(const QByteArray &bytes)
+{
+    for (const Mount &mount : volumeMounts(parseMountTable(bytes)))
+        EXPECT_TRUE(mount.mountPoint.startsWith(u'/')) << mount.mountPoint.toStdString();
+}
+
+void parsePropertyList(const QByteArray &bytes)
+{
+    static_cast<void>(PropertyListReader(bytes).read());
+}
+
+void parseStringTable(const QByteArray &bytes)
+{
+    static_cast<void>(StringTableReader(bytes).read());
+}
+
+void parseSettings(const QByteArray &bytes)
+{
+    static_cast<void>(ConfigureService::versions(splitAtNewlines(QString::fromUtf8(bytes))));
+}
+
+const QByteArray serverTitle = "[" + UpdateRig::title(42, "Drache") + R"(,{"00042":3}])";
+
+class ParserFuzz : public testing::TestWithParam<Parser>
+{
+};
+
+/// The two files whose reading and parsing are one operation.
+class PenFileFuzz : public PenTest
+{
+protected:
+    void feed(const QString &file, const QByteArray &good, const std::function<QStringList()> &read)
+    {
+        testing::internal::CaptureStdout();
+        Mutator mutator(good);
+        for (int i = 0; i < rounds / 10 && !HasFailure(); ++i) {
+            const QByteArray input = mutator.next();
+            pen.write(file, input);
+            for (const QString &mid : read())
+                EXPECT_FALSE(mid.isEmpty() || mid.contains(QChar::Null) || mid.contains(u'\n'))
+                    << input.toPercentEncoding().constData();
+        }
+        testing::internal::GetCapturedStdout();
+    }
+};
+
+} // namespace
+
+TEST_P(ParserFuzz, LivesWithMutations)
+{
+    testing::internal::CaptureStdout();
+    Mutator mutator(GetParam().good);
+    GetParam().parse(GetParam().good);
+    for (int i = 0; i < rounds && !HasFailure(); ++i) {
+        const QByteArray input = mutator.next();
+        GetParam().parse(input);
+        if (HasFailure())
+            ADD_FAILURE() << "input: " << input.toPercentEncoding().constData();
+    }
+    testing::internal::GetCapturedStdout();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, ParserFuzz,
+    testing::Values(
+        Parser{"Metadata",
+               "Id: 00042_de\nName: Drache\nPublisher: P\nBook Area Code: de\nType: Buch\n"
+               "Book Version: 3\n",
+               parseMetadata},
+        Parser{"ServerRecords", serverTitle, parseServerRecords},
+        Parser{"PropertyList",
+               "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>A</key><string>b</string>"
+               "<key>C</key><array><integer>7</integer><true/></array></dict></plist>",
+               parsePropertyList},
+        Parser{"StringTable", "/* c */ \"key\" = \"text \\U00e4 \\n\"; // e\n\"b\" = \"\";",
+               parseStringTable},
+        Parser{"Settings", "firmwareVersion=12\nImageVersion = 7\n", parseSettings},
+        Parser{"MountTable", "36 25 8:17 / /media/a\\040b rw,nosuid shared:1 - vfat /dev/sdb1 rw\n",
+               parseMounts},
+        Parser{"ResumeData",
+               ResumeData{QUrl(u"http://a/b"_s), "\"v\"", u"/tmp/f"_s, 10, 20}.serialized(),
+               parseResumeData},
+        Parser{"ContentRange", "bytes 10-19/20", parseContentRange},
+        Parser{"Picture", pngPicture(), parsePicture}),
+    caseName);
+
+TEST_F(PenFileFuzz, RequestedTitles)
+{
+    feed(u"configure/tbd.txt"_s, "MID=42\nMID=1234\r\nMID=\n",
+         [] { return ElementUpdateService::readTbdMids(); });
+}
+
+TEST_F(PenFileFuzz, UsageLog)
+{
+    feed(u"configure/log.txt"_s, "MID=42\nMID=7\0\nDATE=1=2\n",
+         [] { return LogPostService::getLogMids(); });
+}
