@@ -213,7 +213,7 @@ bool ElementService::deleteElement(const QString &id)
                                     [&id](const ElementPtr &element) { return element->id == id; });
     if (title != titles.end()) {
         const QString type = (*title)->type ? rawValue(*(*title)->type) : u"nil"_s;
-        debugPrint(u"Will delete "_s + (*title)->name + u" of type "_s + type);
+        print(u"Will delete "_s + (*title)->name + u" of type "_s + type);
     }
     bool nothingLeft = true;
     for (const FileType type : {FileType::txt, FileType::png, FileType::qnk}) {

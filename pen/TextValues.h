@@ -16,7 +16,7 @@
 /// A decimal integer, optionally signed, digits only; absent otherwise or when it does not fit.
 [[nodiscard]] std::optional<qint64> decimalInteger(const QString &text);
 
-/// The bytes as UTF-8 text; absent when they are none.
+/// The bytes as UTF-8 text without a byte order mark at its beginning; absent when they are none.
 [[nodiscard]] std::optional<QString> decodeUtf8(const QByteArray &bytes);
 
 /// Whether a name from a file or a server may become part of a path: not empty, no separator, NUL

@@ -222,6 +222,12 @@ INSTANTIATE_TEST_SUITE_P(
         IdCase{"OwnLineHasANul", u"1_en.txt"_s, QByteArray("Id: a\0b\n", 8), u"1_en"_s, u"1"_s}),
     caseName);
 
+TEST_F(ElementScan, AByteOrderMarkDoesNotHideTheName)
+{
+    addText(u"1_en.txt"_s, "\xef\xbb\xbfName: Drache\nType: Buch\n");
+    EXPECT_EQ(ElementService::getTextFileContentFromPen().value(0)->name, u"Drache"_s);
+}
+
 TEST_F(ElementScan, HostileIdsAreShownUnderTheFilesAndTold)
 {
     addText(u"1_en.txt"_s, "Id: ../../x\nName: a\nType: Buch\n");
@@ -296,7 +302,7 @@ TEST_F(ElementScan, DeletesTheThreeFilesOfATitle)
     gameList() = {std::make_shared<Game>(title)};
     EXPECT_TRUE(ElementService::qnkFileExists(u"1_en"_s));
     EXPECT_EQ(printedBy([] { ElementService::deleteElement(u"1_en"_s); }),
-              QStringList(u"\"Will delete Drache of type Game\""_s));
+              QStringList(u"Will delete Drache of type Game"_s));
     EXPECT_FALSE(ElementService::qnkFileExists(u"1_en"_s));
     EXPECT_EQ(pen.names(u"book"_s), QStringList({u"11_en.txt"_s, u"1_de.txt"_s}));
     EXPECT_EQ(printedBy([] { ElementService::deleteElement(u"1_de"_s); }), QStringList());
