@@ -184,7 +184,8 @@ void FaultServer::otherwise(const Handler &handler)
 QList<FaultServer::Request> FaultServer::requests() const
 {
     const std::lock_guard lock(m_mutex);
-    return m_requests;
+    // A list of its own: sharing one between threads is a race to the thread sanitizer.
+    return QList<Request>(m_requests.begin(), m_requests.end());
 }
 
 QList<FaultServer::Request> FaultServer::requests(const QByteArray &path) const
