@@ -124,7 +124,7 @@ PenLibrary scan()
     const std::optional<QUrl> bookFolder = URLFactory::getBookURL();
     if (!bookFolder || !FileManager::fileExists(path(*bookFolder)))
         return {};
-    const FolderVisit visit(path(*bookFolder));
+    const FolderVisit visit = FileManager::visit(path(*bookFolder));
     writeLog(u"getQuilloFilesInfoFromPen in if bookFolderExists"_s);
     const QStringList names = FileService::listFiles(*bookFolder, fileExtension(FileType::txt));
     writeLog(u"getQuilloFilesInfoFromPen elementFileNames length = "_s
@@ -164,7 +164,7 @@ ElementList ElementService::getTextFileContentFromPen()
         writeLog(u"getTextFileContentFromPen return"_s);
         return {};
     }
-    const FolderVisit visit(path(*bookFolder));
+    const FolderVisit visit = FileManager::visit(path(*bookFolder));
     const QStringList names = FileService::listFiles(*bookFolder, fileExtension(FileType::txt));
     writeLog(u"getTextFileContentFromPen elementFileNames length "_s
              + QString::number(names.size()));

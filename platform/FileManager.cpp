@@ -249,6 +249,11 @@ FileManager::contentsOfDirectory(const QString &path, HiddenFiles hidden, const 
     return entries;
 }
 
+FolderVisit FileManager::visit(const QString &folder)
+{
+    return FolderVisit(folder, realPath(folder).value_or(QString()), mountedVolumeURLs());
+}
+
 FileResult FileManager::write(const QString &path, const QByteArray &data, WriteMode mode)
 {
     const FilePlace place = placeOf(path);

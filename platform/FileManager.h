@@ -9,6 +9,7 @@
 #include <optional>
 #include <stop_token>
 
+class FolderVisit;
 class VolumeSource;
 
 /// What a file operation came to: nothing, or why it failed.
@@ -68,6 +69,9 @@ public:
     /// ".."; absent when it cannot be read.
     [[nodiscard]] static std::optional<QList<Entry>>
     contentsOfDirectory(const QString &path, HiddenFiles hidden, const QString &containing = {});
+
+    /// Begins a visit of the folder, of nothing when there is no such folder.
+    [[nodiscard]] static FolderVisit visit(const QString &folder);
 
     /// Replaces the file. `Atomic` goes through a hidden neighbour and a rename.
     static FileResult write(const QString &path, const QByteArray &data, WriteMode mode);

@@ -1,7 +1,5 @@
 #include "platform/FolderVisit.h"
 
-#include "platform/FileManager.h"
-
 #include <QFile>
 
 #include <fcntl.h>
@@ -19,10 +17,11 @@ QString withSlash(const QString &path)
 
 } // namespace
 
-FolderVisit::FolderVisit(const QString &folder)
+FolderVisit::FolderVisit(const QString &folder, const QString &realPath,
+                         const std::optional<QList<QUrl>> &volumes)
     : m_path(withSlash(folder))
-    , m_realPath(withSlash(FileManager::realPath(folder).value_or(QString())))
-    , m_volumes(FileManager::mountedVolumeURLs())
+    , m_realPath(withSlash(realPath))
+    , m_volumes(volumes)
     , m_descriptor(::open(QFile::encodeName(m_realPath.chopped(1)).constData(),
                           O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC))
     , m_outer(std::exchange(currentVisit, this))

@@ -16,8 +16,10 @@
 class FolderVisit
 {
 public:
-    /// Visits nothing when there is no such folder. Ends in the reverse order of beginning.
-    explicit FolderVisit(const QString &folder);
+    /// For FileManager::visit(), which looks the values up. Visits end in the reverse order of
+    /// beginning.
+    FolderVisit(const QString &folder, const QString &realPath,
+                const std::optional<QList<QUrl>> &volumes);
     ~FolderVisit();
     FolderVisit(const FolderVisit &) = delete;
     FolderVisit &operator=(const FolderVisit &) = delete;

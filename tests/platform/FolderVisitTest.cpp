@@ -51,7 +51,7 @@ TEST_F(FolderVisitTest, FindsAndRefusesTheSameFiles)
         realBefore += FileManager::realPath(pen.volumePath(relative));
     }
     ASSERT_EQ(before.first(), "inside");
-    const FolderVisit visit(pen.volumePath(u"book"_s));
+    const FolderVisit visit = FileManager::visit(pen.volumePath(u"book"_s));
     for (qsizetype i = 0; i < asked.size(); ++i) {
         SCOPED_TRACE(asked.at(i).toStdString());
         EXPECT_EQ(contents(asked.at(i)), before.at(i));
@@ -68,9 +68,9 @@ TEST_F(FolderVisitTest, KeepsTheVolumesAsTheyWereAndOnlyWhileItLasts)
     const auto mounted = FileManager::mountedVolumeURLs();
     ASSERT_EQ(mounted->size(), 1);
     {
-        const FolderVisit visit(pen.volumePath(u"book"_s));
+        const FolderVisit visit = FileManager::visit(pen.volumePath(u"book"_s));
         {
-            const FolderVisit inner(pen.volumePath(u"configure"_s));
+            const FolderVisit inner = FileManager::visit(pen.volumePath(u"configure"_s));
             EXPECT_EQ(contents(u"configure/c.txt"_s), "elsewhere");
         }
         pen.pullOut();
@@ -84,7 +84,7 @@ TEST_F(FolderVisitTest, KeepsTheVolumesAsTheyWereAndOnlyWhileItLasts)
 
 TEST_F(FolderVisitTest, OfNoFolderChangesNothing)
 {
-    const FolderVisit visit(pen.volumePath(u"none"_s));
+    const FolderVisit visit = FileManager::visit(pen.volumePath(u"none"_s));
     EXPECT_EQ(contents(u"book/a.txt"_s), "inside");
     EXPECT_EQ(contents(u"none/a.txt"_s), std::nullopt);
 }
