@@ -324,6 +324,7 @@ void UpdateService::penRemoved()
 
 void UpdateService::finishRun()
 {
+    m_localMediasArray.clear();
     Q_EMIT runEnded();
     if (std::exchange(m_runRequested, false))
         Dispatch::main(this, [this] { updateAll(); });
