@@ -112,18 +112,24 @@ void ViewController::loadData()
 
 void ViewController::loadMusic()
 {
-    Dispatch::global([this, guard = QPointer<QObject>(this), list = getMusicFromPen] {
+    const int load = ++m_musicLoad;
+    Dispatch::global([this, load, guard = QPointer<QObject>(this), list = getMusicFromPen] {
         writeLog(u"loadData in DispatchQueue"_s);
         std::optional<MusicList> music;
         if (list)
             music = list();
         writeLog(u"loadData nach getMusicFromPen"_s);
         if (music)
-            Dispatch::main(guard, [this, music = *music] {
-                musicList() = music;
-                libraryChanged();
-            });
+            Dispatch::main(guard, [this, load, music = *music] { musicLoaded(load, music); });
     });
+}
+
+void ViewController::musicLoaded(int load, const MusicList &music)
+{
+    if (load != m_musicLoad)
+        return;
+    musicList() = music;
+    libraryChanged();
 }
 
 void ViewController::getBaseElementsFromPen()
@@ -214,6 +220,7 @@ void ViewController::penUnmounted()
 {
     // First of all, so that nothing of a run under way is written any more.
     updateService->penRemoved();
+    ++m_musicLoad;
     showMessage({});
     clearLibraryLists();
     m_coverCache.clear();

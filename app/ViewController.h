@@ -131,6 +131,7 @@ private:
     void libraryChanged();
 
     void loadMusic();
+    void musicLoaded(int load, const MusicList &music);
     void updateStorageGauge();
     void setUsbControlsEnabled(bool enabled);
     void resetAfterUnmount();
@@ -153,6 +154,7 @@ private:
     QPointer<EmptyStateView> m_noPenView;
     QTimer m_messageTimer;
 
+    int m_musicLoad = 0; ///< the one whose result counts
     bool m_isQuilloAvailable = false;
     bool m_ejecting = false;
     ViewMode m_viewMode = ViewMode::tiled;
