@@ -2,6 +2,7 @@
 
 #include "app/NavElement.h"
 #include "app/ViewMode.h"
+#include "pen/PenAvailability.h"
 
 class CoverCache;
 class DeletionSelecting;
@@ -9,11 +10,10 @@ class QWidget;
 
 /// What the navigation and the content controllers need of the main window's controller. Main
 /// thread only.
-class MainControlling : public ViewModeHandlingDelegate
+class MainControlling : public ViewModeHandlingDelegate, public virtual PenAvailability
 {
 public:
     virtual void loadData() = 0;
-    [[nodiscard]] virtual bool isQuilloAvailable() const = 0;
     [[nodiscard]] virtual CoverCache &coverCache() = 0;
 
     /// Where one category's view stands at a time.

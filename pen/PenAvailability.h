@@ -1,6 +1,6 @@
 #pragma once
 
-/// What the storage page asks the main window for.
+/// Who knows whether the pen is there.
 class PenAvailability
 {
 public:

@@ -4,21 +4,17 @@
 #include "pen/NavStorageItem.h"
 #include "ui/ColorConstants.h"
 #include "ui/ImageView.h"
+#include "ui/ViewColors.h"
 
 #include "ui_StorageController.h"
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 const QColor lightGrey(170, 170, 170);
-
-void setColor(QWidget &view, QPalette::ColorRole role, const QColor &color)
-{
-    QPalette palette = view.palette();
-    palette.setColor(role, color);
-    view.setPalette(palette);
-}
 
 void showVersion(QLabel &label, const QString &caption, const QString &version)
 {
@@ -41,7 +37,21 @@ StorageController::StorageController(const PenAvailability &mainController, QWid
     // What changes the gauge's figures changes these.
     if (NavStorageItem::current)
         connect(NavStorageItem::current, &NavStorageItem::valuesUpdated, this,
-                &StorageController::showStorage);
+                &StorageController::gaugeUpdated);
+}
+
+void StorageController::gaugeUpdated()
+{
+    m_outdated = !isVisible();
+    if (!m_outdated)
+        showStorage();
+}
+
+void StorageController::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    if (std::exchange(m_outdated, false))
+        showStorage();
 }
 
 void StorageController::loadOutlets()

@@ -47,7 +47,13 @@ public:
     const QString manualBacksideImageDefault;
     const QString manualBacksideImageEnglish;
 
+protected:
+    void showEvent(QShowEvent *event) override;
+
 private:
     void loadOutlets();
     void setUpColors();
+    void gaugeUpdated();
+
+    bool m_outdated = false; ///< the gauge has changed while the page was not seen
 };

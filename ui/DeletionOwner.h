@@ -5,7 +5,7 @@
 class DeletionHandling;
 
 /// What deleting titles needs of the main window.
-class DeletionOwner : public PenAvailability
+class DeletionOwner : public virtual PenAvailability
 {
 public:
     /// The controller shown in the content area; null when titles cannot be deleted in it.
