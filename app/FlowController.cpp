@@ -5,6 +5,7 @@
 #include "ui/ColorConstants.h"
 #include "ui/ContentPalette.h"
 #include "ui/Localization.h"
+#include "ui/ViewColors.h"
 #include "ui/ViewPlacement.h"
 
 #include "ui_SplashScreen.h"
@@ -12,13 +13,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-void setTextColor(QWidget &view, const QColor &color)
-{
-    QPalette palette = view.palette();
-    palette.setColor(QPalette::WindowText, color);
-    view.setPalette(palette);
-}
 
 std::unique_ptr<QWidget> makeSplashWindow()
 {
@@ -30,7 +24,7 @@ std::unique_ptr<QWidget> makeSplashWindow()
     outlets.pictureView->setImageName(u"splash"_s);
     outlets.titleLabel->setText(localized(u"header_title"_s));
     outlets.subtitleLabel->setText(localized(u"splash_subtitle"_s));
-    setTextColor(*outlets.titleLabel, ColorConstants::mainColor());
+    setColor(*outlets.titleLabel, QPalette::WindowText, ColorConstants::mainColor());
     window->adjustSize();
     return window;
 }

@@ -2,6 +2,7 @@
 
 #include "app/NavRowModel.h"
 #include "ui/ColorConstants.h"
+#include "ui/ViewColors.h"
 
 #include <QPainter>
 
@@ -10,8 +11,7 @@ namespace {
 constexpr int iconSize = 32;
 constexpr int margin = 20;
 constexpr int gap = 12;
-constexpr int focusInset = 3;
-constexpr int focusRadius = 6;
+constexpr QMargins focusInset(3, 3, 3, 3);
 
 QRect iconRect(const QRect &cell)
 {
@@ -19,15 +19,6 @@ QRect iconRect(const QRect &cell)
     rect.moveCenter(cell.center());
     rect.moveLeft(cell.left() + margin);
     return rect;
-}
-
-void paintFocus(QPainter &painter, const QRect &cell)
-{
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(ColorConstants::textColor(), 2));
-    painter.setBrush(Qt::NoBrush);
-    painter.drawRoundedRect(cell.adjusted(focusInset, focusInset, -focusInset, -focusInset),
-                            focusRadius, focusRadius);
 }
 
 } // namespace
@@ -51,7 +42,7 @@ void NavCollectionItem::paint(QPainter &painter, const QStyleOptionViewItem &opt
     painter.drawText(text, Qt::AlignLeft | Qt::AlignVCenter,
                      QFontMetrics(font).elidedText(option.text, Qt::ElideRight, text.width()));
     if (option.state.testFlag(QStyle::State_HasFocus))
-        paintFocus(painter, option.rect);
+        paintFocusFrame(painter, option.rect.marginsRemoved(focusInset));
     painter.restore();
 }
 

@@ -4,7 +4,28 @@
 
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QProxyStyle>
 #include <QScopedValueRollback>
+#include <QScrollBar>
+
+namespace {
+
+/// Lets a scroll bar lie over what it scrolls and take no width from it.
+class OverlayStyle : public QProxyStyle
+{
+public:
+    explicit OverlayStyle(QObject &owner) { setParent(&owner); }
+
+    int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
+                  QStyleHintReturn *returnData) const override
+    {
+        return hint == SH_ScrollBar_Transient
+                   ? 1
+                   : QProxyStyle::styleHint(hint, option, widget, returnData);
+    }
+};
+
+} // namespace
 
 NavCollectionView::NavCollectionView(QWidget *parent)
     : QListView(parent)
@@ -14,6 +35,7 @@ NavCollectionView::NavCollectionView(QWidget *parent)
     setEditTriggers(NoEditTriggers);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollMode(ScrollPerPixel);
+    verticalScrollBar()->setStyle(new OverlayStyle(*verticalScrollBar()));
     setResizeMode(Adjust);
     setTabKeyNavigation(false);
 }

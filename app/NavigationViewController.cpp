@@ -7,6 +7,7 @@
 #include "app/NavRowModel.h"
 #include "ui/ColorConstants.h"
 #include "ui/Localization.h"
+#include "ui/ViewColors.h"
 #include "ui/ViewPlacement.h"
 
 #include <QApplication>
@@ -32,11 +33,8 @@ void NavigationViewController::setContentFactory(NavElementType type,
 void NavigationViewController::viewDidLoad()
 {
     m_viewController.loadData();
-    QPalette colors = palette();
-    colors.setColor(QPalette::Window, ColorConstants::mainColor());
-    colors.setColor(QPalette::Base, ColorConstants::mainColor());
-    setPalette(colors);
-    setAutoFillBackground(true);
+    setBackgroundColor(*this, ColorConstants::mainColor());
+    setColor(*this, QPalette::Base, ColorConstants::mainColor());
     buildNavElements();
     navCollectionView->setItemDelegate(new NavRowDelegate(navCollectionView));
     navCollectionView->setModel(m_rows);

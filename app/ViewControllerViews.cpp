@@ -12,6 +12,7 @@
 #include "ui/EmptyStateView.h"
 #include "ui/ImageView.h"
 #include "ui/Localization.h"
+#include "ui/ViewColors.h"
 #include "ui/ViewPlacement.h"
 
 #include "ui_Main.h"
@@ -27,21 +28,6 @@ namespace {
 
 constexpr QRect startFrame(0, 0, 1440, 790);
 constexpr auto messageDuration = 20s;
-
-void setBackgroundColor(QWidget &view, const QColor &color)
-{
-    QPalette palette = view.palette();
-    palette.setColor(QPalette::Window, color);
-    view.setPalette(palette);
-    view.setAutoFillBackground(true);
-}
-
-void setTextColor(QWidget &view, const QColor &color)
-{
-    QPalette palette = view.palette();
-    palette.setColor(QPalette::WindowText, color);
-    view.setPalette(palette);
-}
 
 } // namespace
 
@@ -109,7 +95,7 @@ void ViewController::initHeaderView()
 {
     writeLog(u"initHeaderView Beginn"_s);
     m_logoImageView->setImageName(u"quillo_quillo"_s);
-    setTextColor(*m_titleLabel, ColorConstants::mainColor());
+    setColor(*m_titleLabel, QPalette::WindowText, ColorConstants::mainColor());
     usbConnectionImageBtn->setIcon(shippedIcon(u"pen_button"_s));
     updateTexts();
     writeLog(u"initHeaderView Ende"_s);

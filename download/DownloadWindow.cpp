@@ -6,6 +6,7 @@
 #include "ui/ColorConstants.h"
 #include "ui/ContentPalette.h"
 #include "ui/Localization.h"
+#include "ui/ViewColors.h"
 #include "ui/ViewPlacement.h"
 
 #include "ui_DownloadWindowController.h"
@@ -68,13 +69,6 @@ private:
         icon.paint(&painter, disc);
     }
 };
-
-void setColor(QWidget &view, QPalette::ColorRole role, const QColor &color)
-{
-    QPalette palette = view.palette();
-    palette.setColor(role, color);
-    view.setPalette(palette);
-}
 
 int widestStatusText(const QFontMetrics &metrics)
 {

@@ -2,6 +2,7 @@
 
 #include "library/CoverCache.h"
 #include "ui/ColorConstants.h"
+#include "ui/ViewColors.h"
 
 #include <QPainter>
 #include <QStyleOptionViewItem>
@@ -17,13 +18,14 @@ constexpr int gap = 8;
 constexpr int margin = 4; ///< between a tile and its cell
 constexpr int border = 2;
 constexpr int radius = 6;
+constexpr QMargins focusInset(5, 5, 5, 5); ///< clear of the border
 constexpr qreal dimmedOpacity = 0.7;
 
-void paintFrame(QPainter &painter, const QRect &tile, const QColor &color, const QBrush &brush)
+void paintSelection(QPainter &painter, const QRect &tile)
 {
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(color, border));
-    painter.setBrush(brush);
+    painter.setPen(QPen(ColorConstants::mainCGColor(), border));
+    painter.setBrush(ColorConstants::lightCGColor());
     painter.drawRoundedRect(tile, radius, radius);
 }
 
@@ -61,16 +63,16 @@ void CollectionViewItem::paint(QPainter &painter, const QStyleOptionViewItem &op
     painter.save();
     const bool selected = option.state.testFlag(QStyle::State_Selected);
     if (selected)
-        paintFrame(painter, tile, ColorConstants::mainCGColor(), ColorConstants::lightCGColor());
+        paintSelection(painter, tile);
     if (option.state.testFlag(QStyle::State_HasFocus))
-        paintFrame(painter, tile, ColorConstants::selectionColor(), Qt::NoBrush);
+        paintFocusFrame(painter, tile.marginsRemoved(focusInset));
     painter.setOpacity(dimmed && !selected ? dimmedOpacity : 1.0);
     const QRect cover(tile.topLeft() + QPoint(padding, padding), coverSize);
     paintCover(painter, cover,
                covers.pixmap(bookImage, coverSize, option.widget->devicePixelRatioF()));
-    paintTexts(painter, option,
-               QRect(tile.left() + margin, cover.bottom() + gap, tile.width() - 2 * margin,
-                     option.fontMetrics.height()));
+    paintTexts(
+        painter, option,
+        QRect(cover.left(), cover.bottom() + gap, cover.width(), option.fontMetrics.height()));
     painter.restore();
 }
 

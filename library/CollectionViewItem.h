@@ -23,7 +23,7 @@ public:
 
     /// The smallest cell that a tile fits into.
     [[nodiscard]] static QSize size(const QFontMetrics &metrics);
-    /// `dimmed`: another tile is selected.
+    /// `dimmed`: unless it is selected itself.
     void paint(QPainter &painter, const QStyleOptionViewItem &option, CoverCache &covers,
                bool dimmed) const;
 

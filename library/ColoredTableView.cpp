@@ -2,6 +2,7 @@
 
 #include "library/RowSlide.h"
 #include "ui/ColorConstants.h"
+#include "ui/ViewColors.h"
 
 #include <QPainter>
 
@@ -16,11 +17,7 @@ void ColoredTableRowView::drawSelection(QPainter &painter, const QRect &row) con
 
 void ColoredTableRowView::drawFocus(QPainter &painter, const QRect &row) const
 {
-    painter.setPen(QPen(ColorConstants::selectionColor(), 2));
-    painter.setBrush(Qt::NoBrush);
-    painter.drawRoundedRect(
-        row.adjusted(selectionInset, selectionInset, -selectionInset, -selectionInset),
-        selectionRadius, selectionRadius);
+    paintFocusFrame(painter, row.marginsRemoved(focusInset));
 }
 
 ColoredTableView::ColoredTableView(QWidget *parent)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QMargins>
 #include <QPointer>
 #include <QStyledItemDelegate>
 #include <QTableView>
@@ -11,7 +12,8 @@ class ColoredTableRowView
 public:
     static constexpr int selectionInset = 4;
     static constexpr int selectionRadius = 4;
-    static constexpr int textMargin = 8; ///< left and right of a cell's text
+    static constexpr QMargins focusInset{2, 2, 2, 2}; ///< around the selection, clear of it
+    static constexpr int textMargin = 8;              ///< left and right of a cell's text
 
     bool alternates = false;
     QColor selectionColor{196, 216, 155};

@@ -8,6 +8,7 @@
 #include "platform/StandardOutput.h"
 #include "ui/ColorConstants.h"
 #include "ui/ContentPalette.h"
+#include "ui/ViewColors.h"
 #include "ui/ViewPlacement.h"
 
 #include <QHeaderView>
@@ -48,9 +49,7 @@ QLabel *makeHeader(const QString &key, QWidget *parent)
     font.setBold(true);
     header->setFont(font);
     header->setContentsMargins(ColoredTableRowView::textMargin, 0, 0, headerGap);
-    QPalette colors = header->palette();
-    colors.setColor(QPalette::WindowText, ColorConstants::selectionColor());
-    header->setPalette(colors);
+    setColor(*header, QPalette::WindowText, ColorConstants::selectionColor());
     return header;
 }
 
@@ -304,7 +303,9 @@ void MyQuilloTitlesController::didDelete()
 
 void MyQuilloTitlesController::rebuild()
 {
-    m_viewController.showView(NavElementType::MyTitles);
+    // The person may have gone on to another category meanwhile.
+    if (!isHidden())
+        m_viewController.showView(NavElementType::MyTitles);
 }
 
 QTableView *MyQuilloTitlesController::listTable()

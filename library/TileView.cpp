@@ -10,6 +10,7 @@
 #include <QStyledItemDelegate>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -17,10 +18,12 @@ namespace {
 
 constexpr int viewMargin = 12;
 
-class TileDelegate : public QStyledItemDelegate
+} // namespace
+
+class TileView::Delegate : public QStyledItemDelegate
 {
 public:
-    TileDelegate(TileView &view, CoverCache &covers, TileView::ItemForRow itemForRow)
+    Delegate(TileView &view, CoverCache &covers, TileView::ItemForRow itemForRow)
         : QStyledItemDelegate(&view)
         , m_view(view)
         , m_covers(covers)
@@ -31,8 +34,7 @@ public:
     void paint(QPainter *painter, const QStyleOptionViewItem &option,
                const QModelIndex &index) const override
     {
-        m_itemForRow(index.row())
-            .paint(*painter, option, m_covers, m_view.selectionModel()->hasSelection());
+        m_itemForRow(index.row()).paint(*painter, option, m_covers, m_view.m_dimmed);
     }
 
     [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem &, const QModelIndex &) const override
@@ -45,8 +47,6 @@ private:
     CoverCache &m_covers;
     TileView::ItemForRow m_itemForRow;
 };
-
-} // namespace
 
 TileView::TileView(CoverCache &covers, ItemForRow itemForRow, QWidget *parent)
     : QListView(parent)
@@ -66,7 +66,7 @@ TileView::TileView(CoverCache &covers, ItemForRow itemForRow, QWidget *parent)
     setTabKeyNavigation(false);
     setMouseTracking(true);
     setViewportMargins(viewMargin, viewMargin, 0, 0);
-    setItemDelegate(new TileDelegate(*this, covers, m_itemForRow));
+    setItemDelegate(new Delegate(*this, covers, m_itemForRow));
     connect(&covers, &CoverCache::ready, this, &TileView::updateCover);
     fitGrid();
 }
@@ -119,6 +119,13 @@ void TileView::updateCover(const QString &path)
     }
 }
 
+void TileView::reset()
+{
+    QListView::reset();
+    m_dimmed = false;
+    setTileUnderPointer({});
+}
+
 void TileView::mouseMoveEvent(QMouseEvent *event)
 {
     QListView::mouseMoveEvent(event);
@@ -134,11 +141,11 @@ bool TileView::viewportEvent(QEvent *event)
 
 void TileView::setTileUnderPointer(const QModelIndex &index)
 {
-    if (m_underPointer == index)
+    if (m_underPointer == index && m_isOverTile == index.isValid())
         return;
-    if (m_underPointer.isValid())
+    if (std::exchange(m_isOverTile, index.isValid()))
         print(u"mouse exited"_s);
-    if (index.isValid())
+    if (m_isOverTile)
         print(u"mouse entered"_s);
     m_underPointer = index;
 }
@@ -146,6 +153,8 @@ void TileView::setTileUnderPointer(const QModelIndex &index)
 void TileView::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)
 {
     QListView::selectionChanged(selected, deselected);
+    // What has been set off stays so until the tiles are made anew, even once nothing is selected.
+    m_dimmed = true;
     viewport()->update();
     Q_EMIT selectedTilesChanged();
 }

@@ -21,6 +21,7 @@ public:
     TileView(CoverCache &covers, ItemForRow itemForRow, QWidget *parent = nullptr);
 
     void updateCover(const QString &path);
+    void reset() override;
 
 Q_SIGNALS:
     void selectedTilesChanged();
@@ -35,9 +36,13 @@ protected:
                           const QItemSelection &deselected) override;
 
 private:
+    class Delegate;
+
     void fitGrid();
     void setTileUnderPointer(const QModelIndex &index);
 
     ItemForRow m_itemForRow;
     QPersistentModelIndex m_underPointer;
+    bool m_isOverTile = false; ///< also while that tile's title is gone
+    bool m_dimmed = false;
 };

@@ -4,6 +4,7 @@
 #include "ui/ColorConstants.h"
 #include "ui/ImageView.h"
 #include "ui/Localization.h"
+#include "ui/ViewColors.h"
 #include "ui/ViewPlacement.h"
 
 #include "ui_NavStorageItem.h"
@@ -36,11 +37,8 @@ void NavStorageItem::loadOutlets()
 
 void NavStorageItem::setUpColors()
 {
-    QPalette palette = view->palette();
-    palette.setColor(QPalette::Window, ColorConstants::mainColor());
-    palette.setColor(QPalette::WindowText, Qt::white);
-    view->setPalette(palette);
-    view->setAutoFillBackground(true);
+    setBackgroundColor(*view, ColorConstants::mainColor());
+    setColor(*view, QPalette::WindowText, Qt::white);
 }
 
 void NavStorageItem::updateValues()

@@ -14,6 +14,8 @@
 #include <QFile>
 #include <QTest>
 
+#include <memory>
+
 #include <gtest/gtest.h>
 
 /// A pen that can be plugged in, no server addresses, and an empty log.
@@ -83,3 +85,56 @@ protected:
     {
     }
 };
+
+/// The main window with its pen.
+class WindowTest : public AppTest
+{
+protected:
+    explicit WindowTest(PenFolder::Start penStart = PenFolder::Start::PluggedIn)
+        : AppTest(penStart)
+    {
+    }
+
+    void start()
+    {
+        window = std::make_unique<MainWindow>(volumes);
+        window->show();
+        ASSERT_TRUE(waitForLog(QStringLiteral("viewDidAppear Ende")));
+    }
+    void activate()
+    {
+        window->activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    }
+
+    void plugIn()
+    {
+        pen.plugIn();
+        ASSERT_TRUE(QTest::qWaitFor([this] { return controller().isQuilloAvailable(); }));
+    }
+    void pullOut()
+    {
+        pen.pullOut();
+        ASSERT_TRUE(QTest::qWaitFor([this] { return !controller().isQuilloAvailable(); }));
+    }
+
+    ViewController &controller() { return window->viewController(); }
+
+    std::unique_ptr<MainWindow> window;
+};
+
+class WindowWithoutPen : public WindowTest
+{
+protected:
+    WindowWithoutPen()
+        : WindowTest(PenFolder::Start::PulledOut)
+    {
+    }
+};
+
+inline void writeTitle(const PenFolder &pen, const QString &id, const QByteArray &name,
+                       const QByteArray &kind)
+{
+    pen.write(QStringLiteral("book/%1.txt").arg(id), "Name: " + name + "\nType: " + kind + '\n');
+    pen.write(QStringLiteral("book/%1.qnk").arg(id), "content");
+}

@@ -54,26 +54,28 @@ TEST_F(FlowControllerTest, MainWindowStandsInTheMiddleAndFitsTheScreen)
     EXPECT_LE(off.manhattanLength(), 4); // the frame was not known beforehand
 }
 
-TEST_F(FlowControllerTest, ClosingTheMainWindowEndsTheProgram)
+class EndOfProgram : public FlowControllerTest, public testing::WithParamInterface<bool>
 {
-    flow.showMainWindow();
-    ASSERT_TRUE(waitForLog(u"viewDidAppear Ende"_s));
-    QTimer::singleShot(0, flow.mainWindow.get(), &QWidget::close);
-    QTimer::singleShot(10s, &flow, [] { QCoreApplication::exit(99); });
-    EXPECT_EQ(QApplication::exec(), 0);
-    EXPECT_FALSE(flow.mainWindow->isVisible());
-}
+};
 
-TEST_F(FlowControllerTest, ControlQEndsTheProgram)
+TEST_P(EndOfProgram, FollowsTheMainWindowsClosing)
 {
     flow.showMainWindow();
+    MainWindow &window = *flow.mainWindow;
     ASSERT_TRUE(waitForLog(u"viewDidAppear Ende"_s));
-    ASSERT_TRUE(QTest::qWaitForWindowActive(flow.mainWindow.get()));
-    QTimer::singleShot(0, flow.mainWindow.get(), [this] {
-        QTest::keyClick(flow.mainWindow.get(), Qt::Key_Q, Qt::ControlModifier);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    QTimer::singleShot(0, &window, [&window] {
+        if (GetParam())
+            QTest::keyClick(&window, Qt::Key_Q, Qt::ControlModifier);
+        else
+            window.close();
     });
     QTimer::singleShot(10s, &flow, [] { QCoreApplication::exit(99); });
     EXPECT_EQ(QApplication::exec(), 0);
+    EXPECT_FALSE(window.isVisible());
 }
+
+INSTANTIATE_TEST_SUITE_P(Ways, EndOfProgram, testing::Bool(),
+                         [](const auto &row) { return row.param ? "ControlQ" : "Closed"; });
 
 } // namespace

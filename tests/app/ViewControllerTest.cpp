@@ -10,6 +10,7 @@
 #include <QDir>
 #include <QLabel>
 #include <QPushButton>
+#include <QSemaphore>
 #include <QTableView>
 #include <QToolButton>
 
@@ -17,127 +18,118 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QStringList loadLines{u"loadData Beginn"_s,
-                            u"loadData nach toolTip"_s,
-                            u"loadData nach DispatchQueue"_s,
-                            u"getBaseElementsFromPen Beginn"_s,
-                            u"getBaseElementsFromPen nach getBookAndGameListFromPen"_s,
-                            u"getBaseElementsFromPen Ende"_s,
-                            u"loadData nach getElementsFromPen"_s,
-                            u"loadData nach updateValues"_s,
-                            u"loadData Ende"_s};
+/// The log of loadData(), without the lines of the music task, which come when they come.
+const QString loadLines = uR"(loadData Beginn
+loadData nach toolTip
+loadData nach DispatchQueue
+getBaseElementsFromPen Beginn
+getBaseElementsFromPen nach getBookAndGameListFromPen
+getBaseElementsFromPen Ende
+loadData nach getElementsFromPen
+loadData nach updateValues
+loadData Ende)"_s;
 
-QStringList startLines(const QString &available)
-{
-    return QStringList{u"viewDidLoad Beginn"_s,
-                       u"viewDidLoad nach super.viewDidLoad"_s,
-                       u"viewDidLoad nach updateService"_s,
-                       u"viewDidLoad nach setFrame"_s,
-                       u"prepareBaseViews Beginn"_s,
-                       u"prepareBaseViews nach navigationViewContainer backgroundColor"_s,
-                       u"prepareBaseViews nach contentView backgroundColor"_s,
-                       u"prepareBaseView Ende"_s,
-                       u"viewDidLoad nach prepareBaseViews"_s,
-                       u"viewDidLoad isQuilloAvailable: "_s + available}
-           + loadLines
-           + QStringList{u"viewDidLoad nach loadData"_s,
-                         u"initSubViews Beginn"_s,
-                         u"initHeaderView Beginn"_s,
-                         u"initHeaderView Ende"_s,
-                         u"initSubViews nach initHeaderView"_s,
-                         u"initDeleteView Beginn"_s,
-                         u"initDeleteView Ende"_s,
-                         u"initSubViews nach initDeleteView"_s,
-                         u"initSearchView Beginn"_s,
-                         u"initSearchView Ende"_s,
-                         u"initSubViews nach initSearchView"_s,
-                         u"initLanguageView Beginn"_s,
-                         u"initLanguageView Ende"_s,
-                         u"initSubViews nach initLanguageView"_s,
-                         u"initNavView Beginn"_s}
-           + loadLines
-           + QStringList{u"initNavView Ende"_s,
-                         u"initSubViews nach initNavView"_s,
-                         u"initSubViews Ende"_s,
-                         u"viewDidLoad nach initSubViews"_s,
-                         u"addMountDetector Beginn"_s,
-                         u"addMountDetector Ende"_s,
-                         u"viewDidLoad nach addMountDetector"_s,
-                         u"viewDidLoad Ende"_s};
-}
+/// The log of the start; %1: the pen is available, %2: as above.
+const QString startLines = uR"(viewDidLoad Beginn
+viewDidLoad nach super.viewDidLoad
+viewDidLoad nach updateService
+viewDidLoad nach setFrame
+prepareBaseViews Beginn
+prepareBaseViews nach navigationViewContainer backgroundColor
+prepareBaseViews nach contentView backgroundColor
+prepareBaseView Ende
+viewDidLoad nach prepareBaseViews
+viewDidLoad isQuilloAvailable: %1
+%2
+viewDidLoad nach loadData
+initSubViews Beginn
+initHeaderView Beginn
+initHeaderView Ende
+initSubViews nach initHeaderView
+initDeleteView Beginn
+initDeleteView Ende
+initSubViews nach initDeleteView
+initSearchView Beginn
+initSearchView Ende
+initSubViews nach initSearchView
+initLanguageView Beginn
+initLanguageView Ende
+initSubViews nach initLanguageView
+initNavView Beginn
+%2
+initNavView Ende
+initSubViews nach initNavView
+initSubViews Ende
+viewDidLoad nach initSubViews
+addMountDetector Beginn
+addMountDetector Ende
+viewDidLoad nach addMountDetector
+viewDidLoad Ende)"_s;
 
-const QStringList appearLines{u"viewDidAppear Beginn"_s,
-                              u"viewDidAppear nach super.viewDidAppear"_s,
-                              u"viewDidAppear nach delegate"_s,
-                              u"viewDidAppear nach title"_s,
-                              u"viewDidAppear nach showBooksView"_s,
-                              u"viewDidAppear nach updateAll"_s,
-                              u"viewDidAppear nach reloadData"_s,
-                              u"viewDidAppear Ende"_s};
-
-/// The start-up lines, without those of the music task, which come when they come.
-QStringList synchronousOnly(QStringList lines)
-{
-    lines.removeAll(u"loadData in DispatchQueue"_s);
-    lines.removeAll(u"loadData nach getMusicFromPen"_s);
-    return lines;
-}
-
-const QStringList startPrefixes{u"viewDid"_s,  u"prepareBaseView"_s,         u"init"_s,
-                                u"loadData"_s, u"getBaseElementsFromPen "_s, u"addMountDetector"_s};
+const QString appearLines = uR"(viewDidAppear Beginn
+viewDidAppear nach super.viewDidAppear
+viewDidAppear nach delegate
+viewDidAppear nach title
+viewDidAppear nach showBooksView
+viewDidAppear nach updateAll
+viewDidAppear nach reloadData
+viewDidAppear Ende)"_s;
 
 template <class Base>
 class Started : public Base
 {
 protected:
-    Started() { window.show(); }
+    Started() { Base::start(); }
 
-    ViewController &controller() { return window.viewController(); }
-    QToolButton &penButton() { return *controller().usbConnectionImageBtn; }
-    QLabel &messageLine() { return *window.template findChild<QLabel *>(u"messageLine"_s); }
+    /// The start-up lines so far.
+    static QString startLog()
+    {
+        QStringList lines =
+            Base::logLines({u"viewDidLoad"_s, u"prepareBaseView"_s, u"init"_s, u"loadData"_s,
+                            u"getBaseElementsFromPen "_s, u"addMountDetector"_s});
+        lines.removeAll(u"loadData in DispatchQueue"_s);
+        lines.removeAll(u"loadData nach getMusicFromPen"_s);
+        return lines.join(u'\n');
+    }
+    static QString appearLog() { return Base::logLines({u"viewDidAppear"_s}).join(u'\n'); }
 
-    MainWindow window{Base::volumes};
+    QToolButton &penButton() { return *Base::controller().usbConnectionImageBtn; }
+    QLabel &messageLine() { return *Base::window->template findChild<QLabel *>(u"messageLine"_s); }
 };
 
-using StartWithoutPen = Started<AppTest>;
-using StartWithPen = Started<PenAppTest>;
+using StartWithoutPen = Started<WindowWithoutPen>;
+using StartWithPen = Started<WindowTest>;
 
 TEST_F(StartWithoutPen, IsTracedAndLeavesThePenButtonDisabled)
 {
-    ASSERT_TRUE(waitForLog(u"viewDidAppear Ende"_s));
-    EXPECT_EQ(synchronousOnly(logLines(startPrefixes)), startLines(u"false"_s) + appearLines);
+    EXPECT_EQ(startLog(), startLines.arg(u"false"_s, loadLines));
+    EXPECT_EQ(appearLog(), appearLines);
     EXPECT_FALSE(penButton().isEnabled());
     EXPECT_FALSE(controller().isQuilloAvailable());
     EXPECT_FALSE(controller().quilloName);
     EXPECT_TRUE(bookList().isEmpty());
-    EXPECT_EQ(window.windowTitle(), localized(u"window_title"_s));
+    EXPECT_EQ(controller().viewMode(), ViewMode::tiled);
+    controller().ejectQuillo();
+    QCoreApplication::sendPostedEvents();
+    EXPECT_FALSE(messageLine().isVisible());
+    EXPECT_EQ(window->windowTitle(), localized(u"window_title"_s));
 }
 
 TEST_F(StartWithPen, IsTracedAndEnablesThePenButton)
 {
-    ASSERT_TRUE(waitForLog(u"viewDidAppear Ende"_s));
-    EXPECT_EQ(synchronousOnly(logLines(startPrefixes)).mid(0, startLines({}).size()),
-              startLines(u"true"_s));
-    EXPECT_EQ(logLines({u"viewDidAppear"_s}), appearLines);
+    EXPECT_TRUE(startLog().startsWith(startLines.arg(u"true"_s, loadLines)));
+    EXPECT_EQ(appearLog(), appearLines);
     EXPECT_TRUE(penButton().isEnabled());
     EXPECT_EQ(penButton().toolTip(), localized(u"usb_eject_warning"_s, u"de"_s));
     EXPECT_EQ(penButton().accessibleName(), localized(u"pen_button"_s));
     EXPECT_EQ(controller().quilloName, u"QUILLO"_s);
 }
 
-TEST_F(StartWithoutPen, MusicTasksAreTracedOnThePool)
-{
-    // One by the main window and one by the navigation; which line comes when is the pool's affair.
-    ASSERT_TRUE(waitForLog(u"loadData nach getMusicFromPen"_s, 2));
-    QStringList lines = logLines({u"loadData in"_s, u"loadData nach getM"_s});
-    EXPECT_EQ(lines.constFirst(), u"loadData in DispatchQueue"_s);
-    EXPECT_EQ(lines.constLast(), u"loadData nach getMusicFromPen"_s);
-    EXPECT_EQ(lines.removeAll(u"loadData in DispatchQueue"_s), 2);
-    EXPECT_EQ(lines.removeAll(u"loadData nach getMusicFromPen"_s), 2);
-}
-
 TEST_F(StartWithoutPen, MusicListIsReplacedByWhatThePoolLists)
 {
+    // One task by the main window and one by the navigation.
+    ASSERT_TRUE(waitForLog(u"loadData nach getMusicFromPen"_s, 2));
+    EXPECT_EQ(logLines({u"loadData in DispatchQueue"_s}).size(), 2);
     musicList() = {std::make_shared<Music>()};
     controller().loadData();
     ASSERT_TRUE(waitForLog(u"loadData nach getMusicFromPen"_s, 3));
@@ -153,20 +145,32 @@ TEST_F(StartWithoutPen, MusicListIsReplacedByWhatThePoolLists)
     EXPECT_TRUE(offMainThread);
 }
 
+TEST_F(StartWithPen, MusicOfAPenThatHasGoneDoesNotComeBack)
+{
+    QSemaphore listed;
+    controller().getMusicFromPen = [&] {
+        listed.acquire();
+        return MusicList{std::make_shared<Music>()};
+    };
+    controller().loadData();
+    pullOut();
+    listed.release();
+    Dispatch::waitForGlobalWork();
+    QCoreApplication::sendPostedEvents();
+    EXPECT_TRUE(musicList().isEmpty());
+}
+
 TEST_F(StartWithoutPen, EveryShowingAppearsAnew)
 {
-    ASSERT_TRUE(waitForLog(u"viewDidAppear Ende"_s));
-    window.hide();
-    window.show();
+    window->hide();
+    window->show();
     ASSERT_TRUE(waitForLog(u"viewDidAppear Ende"_s, 2));
-    EXPECT_EQ(logLines({u"viewDidAppear"_s}), appearLines + appearLines);
+    EXPECT_EQ(appearLog(), appearLines + u'\n' + appearLines);
 }
 
 TEST_F(StartWithoutPen, PluggingInEnablesAndPullingOutEmpties)
 {
-    ASSERT_TRUE(waitForLog(u"viewDidAppear Ende"_s));
-    pen.plugIn();
-    ASSERT_TRUE(QTest::qWaitFor([this] { return controller().isQuilloAvailable(); }));
+    plugIn();
     EXPECT_TRUE(penButton().isEnabled());
     EXPECT_EQ(controller().quilloName, u"QUILLO"_s);
     EXPECT_EQ(logLines({u"didMount"_s}),
@@ -177,8 +181,7 @@ TEST_F(StartWithoutPen, PluggingInEnablesAndPullingOutEmpties)
     updateElements().append(UpdateElement{});
     auto *shown = new QLabel(controller().mainContentView);
     const QPointer<QLabel> content(shown);
-    pen.pullOut();
-    ASSERT_TRUE(QTest::qWaitFor([this] { return !controller().isQuilloAvailable(); }));
+    pullOut();
     EXPECT_FALSE(penButton().isEnabled());
     EXPECT_EQ(controller().quilloName, u"QUILLO"_s);
     EXPECT_TRUE(bookList().isEmpty());
@@ -191,7 +194,6 @@ TEST_F(StartWithoutPen, PluggingInEnablesAndPullingOutEmpties)
 
 TEST_F(StartWithoutPen, OtherVolumesChangeNothing)
 {
-    ASSERT_TRUE(waitForLog(u"viewDidAppear Ende"_s));
     ASSERT_TRUE(QDir(pen.volumes()).mkdir(u"USB STICK"_s));
     ASSERT_TRUE(waitForLog(u"didMount Ende"_s));
     EXPECT_EQ(logLines({u"didMount"_s}), (QStringList{u"didMount Beginn"_s, u"didMount Ende"_s}));
@@ -200,7 +202,6 @@ TEST_F(StartWithoutPen, OtherVolumesChangeNothing)
 
 TEST_F(StartWithPen, PenButtonUnmountsThePen)
 {
-    ASSERT_TRUE(waitForLog(u"viewDidAppear Ende"_s));
     QTest::mouseClick(&penButton(), Qt::LeftButton);
     ASSERT_TRUE(QTest::qWaitFor([this] { return !controller().isQuilloAvailable(); }));
     EXPECT_FALSE(penButton().isEnabled());
@@ -221,47 +222,21 @@ public:
     }
 };
 
-class StuckPenTest : public PenAppTest
+TEST_F(StartWithPen, FailedEjectTellsWhyAndCanBeTriedAgain)
 {
-protected:
-    StuckPenTest() { FileManager::setVolumeSource(&stuck); }
-
-    StuckVolumes stuck{pen.volumes()};
-    MainWindow window{stuck};
-};
-
-TEST_F(StuckPenTest, FailedEjectTellsWhyAndCanBeTriedAgain)
-{
-    window.show();
-    ViewController &controller = window.viewController();
-    ASSERT_TRUE(waitForLog(u"viewDidAppear Ende"_s));
-    auto *message = window.findChild<QLabel *>(u"messageLine"_s);
-    QTest::mouseClick(controller.usbConnectionImageBtn, Qt::LeftButton);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return message->isVisible(); }));
-    EXPECT_TRUE(message->text().contains(u"Ziel ist beschäftigt"_s));
-    EXPECT_FALSE(message->text().contains(u"%@"_s));
-    EXPECT_TRUE(controller.isQuilloAvailable());
-    EXPECT_TRUE(controller.usbConnectionImageBtn->isEnabled());
-
-    pen.pullOut();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !controller.isQuilloAvailable(); }));
-    EXPECT_FALSE(message->isVisible());
-}
-
-TEST_F(StartWithoutPen, EjectingWithoutPenDoesNothing)
-{
-    controller().ejectQuillo();
-    QCoreApplication::sendPostedEvents();
+    StuckVolumes stuck(pen.volumes());
+    window = std::make_unique<MainWindow>(stuck);
+    window->show();
+    ASSERT_TRUE(waitForLog(u"viewDidAppear Ende"_s, 2));
+    QTest::mouseClick(&penButton(), Qt::LeftButton);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return messageLine().isVisible(); }));
+    EXPECT_TRUE(messageLine().text().contains(u"Ziel ist beschäftigt"_s));
+    EXPECT_FALSE(messageLine().text().contains(u"%@"_s));
+    EXPECT_TRUE(controller().isQuilloAvailable());
+    EXPECT_TRUE(penButton().isEnabled());
+    pullOut();
     EXPECT_FALSE(messageLine().isVisible());
-}
-
-TEST_F(StartWithoutPen, ViewModeBeginsTiledAndToggles)
-{
-    EXPECT_EQ(controller().viewMode(), ViewMode::tiled);
-    controller().toggleViewMode();
-    EXPECT_EQ(controller().viewMode(), ViewMode::list);
-    controller().toggleViewMode();
-    EXPECT_EQ(controller().viewMode(), ViewMode::tiled);
+    window.reset();
 }
 
 TEST_F(StartWithoutPen, TextsFollowTheLanguage)
@@ -271,7 +246,7 @@ TEST_F(StartWithoutPen, TextsFollowTheLanguage)
     controller().updateTexts();
     EXPECT_NE(penButton().toolTip(), german);
     EXPECT_EQ(penButton().toolTip(), localized(u"usb_eject_warning"_s, u"en"_s));
-    EXPECT_EQ(window.findChild<QLabel *>(u"titleLabel"_s)->text(),
+    EXPECT_EQ(window->findChild<QLabel *>(u"titleLabel"_s)->text(),
               localized(u"header_title"_s, u"en"_s));
     EXPECT_EQ(controller().downloadWindow()->cancelBtn->text(), localized(u"cancel"_s, u"en"_s));
 }

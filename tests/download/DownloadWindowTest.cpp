@@ -21,6 +21,8 @@
 #include <QTableView>
 #include <QTest>
 
+#include <functional>
+
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
@@ -124,7 +126,6 @@ TEST_F(DownloadWindowTest, StartsIdleAndHidden)
     EXPECT_TRUE(window.cancelBtn->isEnabled());
     EXPECT_EQ(window.progressImage->imageName(), u"quillo-fortschritt-laden_0"_s);
     EXPECT_EQ(window.stepLabel->text(), u"0 %"_s);
-    EXPECT_EQ(window.downlloadLabel->text(), localized(u"label_downloading"_s));
 }
 
 TEST_F(DownloadWindowTest, IsShownInTheMiddleOfTheScreenAndHidden)
@@ -137,13 +138,20 @@ TEST_F(DownloadWindowTest, IsShownInTheMiddleOfTheScreenAndHidden)
     EXPECT_FALSE(window.isVisible());
 }
 
-TEST_F(DownloadWindowTest, RowsAreThirtyTwoHighAndEveryOtherOneTinted)
+TEST_F(DownloadWindowTest, RowsShowCoversTintsAndNames)
 {
-    fill({row(u"a"_s, DownloadType::Waiting), row(u"b"_s, DownloadType::Waiting)});
+    UpdateElement covered = row(u"Der Löwe"_s, DownloadType::Waiting);
+    covered.image = dummyCover();
+    fill({row(u"a"_s, DownloadType::Waiting), covered});
     show();
     EXPECT_EQ(window.tableView->rowHeight(0), 32);
     EXPECT_FALSE(cell(0, 1, Qt::BackgroundRole).isValid());
     EXPECT_EQ(cell(1, 1, Qt::BackgroundRole).value<QColor>(), ColorConstants::lightCGColor());
+    EXPECT_FALSE(cell(0, 0, Qt::DecorationRole).isValid());
+    const auto cover = cell(1, 0, Qt::DecorationRole).value<QPixmap>();
+    EXPECT_FALSE(cover.isNull());
+    EXPECT_LE(cover.height(), 32);
+    EXPECT_TRUE(cell(1, 3, Qt::AccessibleTextRole).toString().contains(u"Der Löwe"_s));
 }
 
 struct StateRow
@@ -162,18 +170,13 @@ class RowStates : public DownloadWindowTest, public testing::WithParamInterface<
 {
 };
 
-TEST_P(RowStates, ReadInBothLanguages)
-{
-    fill({row(u"Titel"_s, GetParam().state)});
-    EXPECT_EQ(cell(0, 2).toString(), GetParam().german);
-    setCurrentLanguage(u"en"_s);
-    EXPECT_EQ(cell(0, 2).toString(), GetParam().english);
-}
-
-TEST_P(RowStates, ShowACrossOnlyWhileWaiting)
+TEST_P(RowStates, ReadInBothLanguagesAndShowACrossOnlyWhileWaiting)
 {
     fill({row(u"Titel"_s, GetParam().state),
           row(u"System"_s, GetParam().state, UpdateFileType::iso)});
+    EXPECT_EQ(cell(0, 2).toString(), GetParam().german);
+    setCurrentLanguage(u"en"_s);
+    EXPECT_EQ(cell(0, 2).toString(), GetParam().english);
     EXPECT_EQ(hasCross(0), GetParam().state == DownloadType::Waiting);
     EXPECT_FALSE(hasCross(1));
 }
@@ -194,6 +197,10 @@ TEST_F(DownloadWindowTest, TextsFollowTheLanguage)
     const auto header = [this](int column) {
         return window.tableView->model()->headerData(column, Qt::Horizontal).toString();
     };
+    EXPECT_FALSE(window.tableView->accessibleName().isEmpty());
+    EXPECT_FALSE(window.progressBar->accessibleName().isEmpty());
+    EXPECT_FALSE(window.windowTitle().isEmpty());
+    EXPECT_EQ(window.downlloadLabel->text(), localized(u"label_downloading"_s));
     EXPECT_EQ(window.cancelBtn->text(), u"Abbrechen"_s);
     EXPECT_EQ(header(1), u"Titel"_s);
     setCurrentLanguage(u"en"_s);
@@ -205,38 +212,28 @@ TEST_F(DownloadWindowTest, TextsFollowTheLanguage)
     EXPECT_EQ(window.downlloadLabel->text(), localized(u"label_downloading"_s, u"en"_s));
 }
 
-TEST_F(DownloadWindowTest, ClickInTheCancelColumnDropsTheRow)
+TEST_F(DownloadWindowTest, ClickInTheCancelColumnAndKeysDropTheRow)
 {
-    fill({row(u"a"_s, DownloadType::Waiting), row(u"b"_s, DownloadType::Waiting)});
+    fill({row(u"a"_s, DownloadType::Waiting), row(u"b"_s, DownloadType::Waiting),
+          row(u"c"_s, DownloadType::Waiting), row(u"d"_s, DownloadType::Waiting)});
     show();
+    const auto state = [](int row) {
+        return updateElements().at(row).downloadType;
+    };
     click(1, 1);
-    EXPECT_EQ(updateElements().at(1).downloadType, DownloadType::Waiting);
+    EXPECT_EQ(state(1), DownloadType::Waiting);
     click(1, 3);
-    EXPECT_EQ(updateElements().at(1).downloadType, DownloadType::Canceled);
-    EXPECT_EQ(updateElements().at(0).downloadType, DownloadType::Waiting);
+    EXPECT_EQ(state(1), DownloadType::Canceled);
     EXPECT_EQ(cell(1, 2).toString(), localized(u"cell_canceled"_s));
     EXPECT_FALSE(hasCross(1));
-}
-
-class DropKeys : public DownloadWindowTest, public testing::WithParamInterface<Qt::Key>
-{
-};
-
-TEST_P(DropKeys, DropTheCurrentRow)
-{
-    fill({row(u"a"_s, DownloadType::Waiting), row(u"b"_s, DownloadType::Waiting)});
-    show();
     window.tableView->setFocus();
-    window.tableView->selectRow(1);
-    QTest::keyClick(window.tableView, GetParam());
-    EXPECT_EQ(updateElements().at(0).downloadType, DownloadType::Waiting);
-    EXPECT_EQ(updateElements().at(1).downloadType, DownloadType::Canceled);
+    for (const auto &[row, key] : {std::pair{2, Qt::Key_Delete}, std::pair{3, Qt::Key_Space}}) {
+        window.tableView->selectRow(row);
+        QTest::keyClick(window.tableView, key);
+        EXPECT_EQ(state(row), DownloadType::Canceled);
+    }
+    EXPECT_EQ(state(0), DownloadType::Waiting);
 }
-
-INSTANTIATE_TEST_SUITE_P(Keys, DropKeys, testing::Values(Qt::Key_Delete, Qt::Key_Space),
-                         [](const auto &row) {
-                             return row.param == Qt::Key_Delete ? "Delete" : "Space";
-                         });
 
 TEST_F(DownloadWindowTest, TabGoesFromTheTableToTheButtons)
 {
@@ -272,30 +269,23 @@ TEST_F(DownloadWindowTest, CompletionFillsThePenAndSounds)
     EXPECT_EQ(sounds.played, QStringList{u"Done"_s});
 }
 
-TEST_F(DownloadWindowTest, OKReloadsEmptiesAndHides)
+TEST_F(DownloadWindowTest, OKTitleBarAndEscapeReloadEmptyAndHideWhenAllIsDone)
 {
-    fill({row(u"a"_s, DownloadType::Ready)});
-    show();
-    complete();
-    QTest::mouseClick(window.OKBtn, Qt::LeftButton);
-    EXPECT_FALSE(window.isVisible());
-    EXPECT_TRUE(updateElements().isEmpty());
-    EXPECT_EQ(window.tableView->model()->rowCount(), 0);
-    EXPECT_EQ(reloads.calls, (QStringList{u"loadData"_s, u"showBooksView"_s}));
-}
-
-TEST_F(DownloadWindowTest, TitleBarAndEscapeActAsOKWhenAllIsDone)
-{
-    for (const bool escape : {false, true}) {
+    const std::initializer_list<std::function<void()>> ways{
+        [this] { QTest::mouseClick(window.OKBtn, Qt::LeftButton); }, [this] { closeByTitleBar(); },
+        [this] {
+            QTest::keyClick(&window, Qt::Key_Escape);
+        }};
+    for (const auto &end : ways) {
+        reloads.calls.clear();
         fill({row(u"a"_s, DownloadType::Ready)});
         show();
         complete();
-        if (escape)
-            QTest::keyClick(&window, Qt::Key_Escape);
-        else
-            closeByTitleBar();
-        EXPECT_FALSE(window.isVisible()) << escape;
-        EXPECT_TRUE(updateElements().isEmpty()) << escape;
+        end();
+        EXPECT_FALSE(window.isVisible());
+        EXPECT_TRUE(updateElements().isEmpty());
+        EXPECT_EQ(window.tableView->model()->rowCount(), 0);
+        EXPECT_EQ(reloads.calls, (QStringList{u"loadData"_s, u"showBooksView"_s}));
     }
 }
 
@@ -351,28 +341,6 @@ TEST_F(DownloadWindowTest, QueueEmptiedBehindTheTableIsNotRead)
     EXPECT_FALSE(cell(0, 1).isValid());
     controller.reloadQueueTable();
     EXPECT_EQ(window.tableView->model()->rowCount(), 0);
-}
-
-TEST_F(DownloadWindowTest, CoverArrivesInItsCell)
-{
-    UpdateElement element = row(u"a"_s, DownloadType::Waiting);
-    EXPECT_TRUE(updateElements().isEmpty());
-    fill({element});
-    EXPECT_FALSE(cell(0, 0, Qt::DecorationRole).isValid());
-    element.image = dummyCover();
-    fill({element});
-    const auto cover = cell(0, 0, Qt::DecorationRole).value<QPixmap>();
-    EXPECT_FALSE(cover.isNull());
-    EXPECT_LE(cover.height(), 32);
-}
-
-TEST_F(DownloadWindowTest, EveryControlHasAName)
-{
-    fill({row(u"Der Löwe"_s, DownloadType::Waiting)});
-    EXPECT_FALSE(window.tableView->accessibleName().isEmpty());
-    EXPECT_FALSE(window.progressBar->accessibleName().isEmpty());
-    EXPECT_FALSE(window.windowTitle().isEmpty());
-    EXPECT_TRUE(cell(0, 3, Qt::AccessibleTextRole).toString().contains(u"Der Löwe"_s));
 }
 
 } // namespace

@@ -90,31 +90,23 @@ TEST_F(CoverCacheTest, ShowsTheDummyUntilTheCoverIsReady)
     EXPECT_TRUE(ready.count() == 1 && !ready.wait(1)) << "the dummy itself is never told of";
 }
 
-struct SizeRow
+TEST_F(CoverCacheTest, CoversFitIntoTheTargetInDevicePixels)
 {
-    const char *name;
-    QSize picture;
-    qreal ratio;
-    QSize pixels;
-};
-
-class CoverSizes : public CoverCacheTest, public testing::WithParamInterface<SizeRow>
-{
-};
-
-TEST_P(CoverSizes, FitIntoTheTargetInDevicePixels)
-{
-    const QPixmap shown = wait(cover(u"a.png"_s, Qt::blue, GetParam().picture), GetParam().ratio);
-    EXPECT_EQ(shown.size(), GetParam().pixels);
-    EXPECT_EQ(shown.devicePixelRatio(), GetParam().ratio);
+    struct Row
+    {
+        QString name;
+        QSize picture;
+        qreal ratio;
+        QSize pixels;
+    };
+    for (const Row &row :
+         {Row{u"same"_s, {600, 800}, 1, {60, 80}}, Row{u"double"_s, {600, 800}, 2, {120, 160}},
+          Row{u"wide"_s, {800, 400}, 1, {60, 30}}, Row{u"small"_s, {6, 8}, 1, {60, 80}}}) {
+        const QPixmap shown = wait(cover(row.name, Qt::blue, row.picture), row.ratio);
+        EXPECT_EQ(shown.size(), row.pixels) << qPrintable(row.name);
+        EXPECT_EQ(shown.devicePixelRatio(), row.ratio) << qPrintable(row.name);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Rows, CoverSizes,
-                         testing::Values(SizeRow{"same", {600, 800}, 1, {60, 80}},
-                                         SizeRow{"double", {600, 800}, 2, {120, 160}},
-                                         SizeRow{"wide", {800, 400}, 1, {60, 30}},
-                                         SizeRow{"small", {6, 8}, 1, {60, 80}}),
-                         [](const auto &row) { return std::string(row.param.name); });
 
 TEST_F(CoverCacheTest, DecodesTheNewestRequestFirst)
 {
@@ -161,52 +153,28 @@ TEST_F(CoverCacheTest, ReplacedFileIsDecodedAnew)
     EXPECT_EQ(middle(wait(image)), QColor(Qt::green));
 }
 
-struct BrokenRow
-{
-    const char *name;
-    QByteArray (*content)(const QByteArray &whole);
-};
-
-class BrokenCovers : public CoverCacheTest, public testing::WithParamInterface<BrokenRow>
-{
-};
-
-TEST_P(BrokenCovers, ShowTheDummyOnceAndForAll)
+TEST_F(CoverCacheTest, BrokenCoversShowTheDummyOnceAndForAll)
 {
     QFile whole(cover(u"whole.png"_s, Qt::red).path);
     ASSERT_TRUE(whole.open(QIODevice::ReadOnly));
-    const CoverImage broken = file(u"broken.png"_s, GetParam().content(whole.readAll()));
-    testing::internal::CaptureStdout();
-    const QPixmap shown = wait(broken);
-    const std::string told = testing::internal::GetCapturedStdout();
-    EXPECT_NE(told.find("broken.png"), std::string::npos) << told;
-    EXPECT_EQ(shown.toImage(), cache.pixmap(dummyCover(), tile, 1).toImage());
-    EXPECT_FALSE(ready.wait(1));
-}
-
-INSTANTIATE_TEST_SUITE_P(Rows, BrokenCovers,
-                         testing::Values(BrokenRow{"empty",
-                                                   [](const QByteArray &) {
-                                                       return QByteArray();
-                                                   }},
-                                         BrokenRow{"text",
-                                                   [](const QByteArray &) {
-                                                       return QByteArray("<html>");
-                                                   }},
-                                         BrokenRow{"half",
-                                                   [](const QByteArray &whole) {
-                                                       return whole.left(whole.size() / 2);
-                                                   }},
-                                         BrokenRow{"header",
-                                                   [](const QByteArray &whole) {
-                                                       return whole.left(40);
-                                                   }}),
-                         [](const auto &row) { return std::string(row.param.name); });
-
-TEST_F(CoverCacheTest, TooLargePictureShowsTheDummy)
-{
-    const CoverImage wide = cover(u"wide.png"_s, Qt::red, QSize(4097, 2));
-    EXPECT_EQ(wait(wide).toImage(), cache.pixmap(dummyCover(), tile, 1).toImage());
+    const QByteArray content = whole.readAll();
+    const QImage dummy = cache.pixmap(dummyCover(), tile, 1).toImage();
+    const std::pair<QString, QByteArray> rows[] = {
+        {u"empty.png"_s, {}},
+        {u"text.png"_s, "<html>"},
+        {u"half.png"_s, content.left(content.size() / 2)},
+        {u"header.png"_s, content.left(40)}};
+    for (const auto &[name, bytes] : rows) {
+        const CoverImage broken = file(name, bytes);
+        testing::internal::CaptureStdout();
+        const QPixmap shown = wait(broken);
+        const std::string told = testing::internal::GetCapturedStdout();
+        EXPECT_NE(told.find(name.toStdString()), std::string::npos) << told;
+        EXPECT_EQ(shown.toImage(), dummy) << qPrintable(name);
+        EXPECT_FALSE(ready.wait(1)) << qPrintable(name);
+    }
+    const CoverImage tooWide = cover(u"wide.png"_s, Qt::red, QSize(4097, 2));
+    EXPECT_EQ(wait(tooWide).toImage(), dummy);
 }
 
 TEST_F(CoverCacheTest, ClearGivesAnUnreadableCoverAnotherChance)

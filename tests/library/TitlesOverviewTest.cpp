@@ -7,8 +7,8 @@
 #include "library/ColoredTableView.h"
 #include "ui/EmptyStateView.h"
 
-#include <QElapsedTimer>
 #include <QLabel>
+#include <QPointer>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTest>
@@ -68,18 +68,23 @@ protected:
     std::unique_ptr<MyQuilloTitlesController> page;
 };
 
-TEST_F(TitlesOverviewTest, SectionsStandInTheirOrderWithAllTheirRows)
+TEST_F(TitlesOverviewTest, SectionsStandInTheirOrderInTheLanguageShown)
 {
     show(3, 1, 2, 4, 5);
+    const ColoredTableView &table = *page->myArchiveController->tableView;
+    const QAbstractItemModel &music = *page->musicController->tableView->model();
     EXPECT_EQ(headers(),
               (QStringList{u"Bücher"_s, u"Spiele"_s, u"Lernmaterial"_s, u"Archiv"_s, u"Musik"_s}));
-    const ColoredTableView &table = *page->myArchiveController->tableView;
     EXPECT_FALSE(table.verticalScrollBar()->isVisible());
     EXPECT_EQ(table.viewport()->height(), 4 * 52);
-    EXPECT_EQ(page->musicController->tableView->model()->index(1, 1).data().toString(),
-              u"Lied 1.mp3"_s);
-    EXPECT_EQ(page->musicController->tableView->model()->headerData(3, Qt::Horizontal).toString(),
-              u"Interpret"_s);
+    EXPECT_EQ(music.index(1, 1).data().toString(), u"Lied 1.mp3"_s);
+    EXPECT_EQ(music.headerData(3, Qt::Horizontal).toString(), u"Interpret"_s);
+    setCurrentLanguage(u"en"_s);
+    page->languageChanged();
+    EXPECT_EQ(headers(), (QStringList{u"Books"_s, u"Games"_s, u"Learning materials"_s, u"Archive"_s,
+                                      u"Music"_s}));
+    EXPECT_EQ(table.accessibleName(), u"Archive"_s);
+    EXPECT_EQ(music.headerData(2, Qt::Horizontal).toString(), u"Length"_s);
 }
 
 TEST_F(TitlesOverviewTest, EmptySectionsAreLeftOut)
@@ -126,20 +131,16 @@ TEST_F(TitlesOverviewTest, SelectionIsExclusiveBetweenSections)
     EXPECT_EQ(page->musicController->selectedRows(), QList<int>{0});
 }
 
-TEST_F(TitlesOverviewTest, TitlesThatAreNoLongerInTheLibraryAreNotChosen)
+TEST_F(TitlesOverviewTest, FoundTitlesStayButCannotBeChosenOnceTheyAreGone)
 {
     show(3, 0, 0, 0, 0);
+    const ElementList found = bookList().mid(1, 1);
+    page->show(found, {}, {}, {}, {});
     bookList().removeAt(1);
-    click(*page->myQuilloBooksController, 1);
-    EXPECT_TRUE(selectedElementIds().isEmpty());
-}
-
-TEST_F(TitlesOverviewTest, FoundTitlesStayWhenTheLibraryChanges)
-{
-    show(3, 0, 0, 0, 0);
-    page->show(bookList().mid(1, 1), {}, {}, {}, {});
     page->libraryChanged();
-    EXPECT_EQ(page->myQuilloBooksController->elements(), bookList().mid(1, 1));
+    EXPECT_EQ(page->myQuilloBooksController->elements(), found);
+    click(*page->myQuilloBooksController, 0);
+    EXPECT_TRUE(selectedElementIds().isEmpty());
 }
 
 TEST_F(TitlesOverviewTest, ReloadKeepsPlaceAndSelection)
@@ -155,17 +156,6 @@ TEST_F(TitlesOverviewTest, ReloadKeepsPlaceAndSelection)
     bookList().remove(0, 10);
     page->libraryChanged();
     EXPECT_EQ(page->scrollPosition(), position - 10 * 52);
-}
-
-TEST_F(TitlesOverviewTest, LanguageChangesHeadersAndColumns)
-{
-    show(1, 1, 0, 0, 1);
-    setCurrentLanguage(u"en"_s);
-    page->languageChanged();
-    EXPECT_EQ(headers(), (QStringList{u"Books"_s, u"Games"_s, u"Music"_s}));
-    EXPECT_EQ(page->myGamesController->tableView->accessibleName(), u"Games"_s);
-    EXPECT_EQ(page->musicController->tableView->model()->headerData(2, Qt::Horizontal).toString(),
-              u"Length"_s);
 }
 
 TEST_F(TitlesOverviewTest, PageIsBuiltAnewOnceTheRowsHaveSlid)
@@ -197,29 +187,25 @@ TEST_F(TitlesOverviewTest, KeyboardBringsItsRowIntoView)
     QTest::keyClick(&table, Qt::Key_Tab);
     EXPECT_EQ(QApplication::focusWidget(), page->myGamesController->tableView);
     QTest::keyClick(&table, Qt::Key_Home, Qt::ControlModifier);
-    EXPECT_EQ(page->scrollPosition() < 100, true);
+    EXPECT_LT(page->scrollPosition(), 100);
 }
 
-TEST_F(TitlesOverviewTest, TenThousandTitlesCostAScreenful)
+TEST_F(TitlesOverviewTest, PageThatHasBeenLeftIsNotBuiltAnew)
 {
-    constexpr qint64 firstPaint = 1'500;
-    constexpr qint64 frame = 330;
-    QElapsedTimer timer;
-    timer.start();
+    show(5, 0, 0, 0, 0);
+    page->willDelete({u"b1"_s});
+    const QPointer<QWidget> slide = page->myQuilloBooksController->tableView->slide();
+    ASSERT_NE(slide, nullptr);
+    page->didDelete();
+    page->hide();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return slide.isNull(); }));
+    EXPECT_TRUE(main.shown.isEmpty());
+}
+
+TEST_F(TitlesOverviewTest, TenThousandTitlesCostNoViewsOfTheirOwn)
+{
     show(4'000, 2'000, 2'000, 2'000, 0);
-    page->repaint();
-    EXPECT_LT(timer.elapsed(), firstPaint);
-    qint64 slowest = 0;
-    const int bottom = page->findChild<QScrollArea *>()->verticalScrollBar()->maximum();
-    for (int position = 0; position <= bottom; position += bottom / 40) {
-        timer.restart();
-        page->setScrollPosition(position);
-        page->repaint();
-        slowest = std::max(slowest, timer.elapsed());
-    }
-    RecordProperty("slowestFrame", static_cast<int>(slowest));
-    EXPECT_LT(slowest, frame);
-    EXPECT_GT(bottom, 9'900 * 52);
+    EXPECT_GT(page->findChild<QScrollArea *>()->verticalScrollBar()->maximum(), 9'900 * 52);
     EXPECT_LT(page->findChildren<QWidget *>().size(), 120);
 }
 

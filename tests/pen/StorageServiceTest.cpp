@@ -32,35 +32,33 @@ struct Volume
 class StorageTextsTest : public testing::TestWithParam<Volume>
 {
 protected:
+    /// What is shown for the row when `language` is current.
     static StorageTexts texts(const QString &language)
     {
         setCurrentLanguage(language);
         return StorageService::storageTexts(
             StorageService::storageValues({bytes(GetParam().size), bytes(GetParam().free)}));
     }
-    static QString withComma(QString number) { return number.replace(u'.', u','); }
 
     ~StorageTextsTest() override { setCurrentLanguage(u"de"_s); }
 };
 
-TEST_P(StorageTextsTest, English)
+TEST_P(StorageTextsTest, AreInTheCurrentLanguage)
 {
     const Volume &row = GetParam();
-    const StorageTexts shown = texts(u"en"_s);
-    EXPECT_EQ(shown.percent, row.percent);
-    EXPECT_EQ(shown.percentText, row.percentDigits);
-    EXPECT_EQ(shown.storageText, row.used + u" GB used of "_s + row.total + u" GB"_s);
-    EXPECT_EQ(shown.percentLabelText, row.percentDigits + u" % used "_s);
-}
-
-TEST_P(StorageTextsTest, German)
-{
-    const Volume &row = GetParam();
-    const StorageTexts shown = texts(u"de"_s);
-    EXPECT_EQ(shown.percentText, withComma(row.percentDigits));
-    EXPECT_EQ(shown.storageText,
-              withComma(row.used) + u" GB belegt von "_s + withComma(row.total) + u" GB"_s);
-    EXPECT_EQ(shown.percentLabelText, row.percentDigits + u" % belegt "_s);
+    const StorageTexts english = texts(u"en"_s);
+    EXPECT_EQ(english.percent, row.percent);
+    EXPECT_EQ(english.percentText, row.percentDigits);
+    EXPECT_EQ(english.storageText, row.used + u" GB used of "_s + row.total + u" GB"_s);
+    EXPECT_EQ(english.percentLabelText, row.percentDigits + u" % used "_s);
+    const auto withComma = [](QString number) {
+        return number.replace(u'.', u',');
+    };
+    const StorageTexts german = texts(u"de"_s);
+    EXPECT_EQ(german.percentText, withComma(row.percentDigits));
+    EXPECT_EQ(german.storageText,
+              withComma(row.used + u" GB belegt von "_s + row.total + u" GB"_s));
+    EXPECT_EQ(german.percentLabelText, row.percentDigits + u" % belegt "_s);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -77,19 +75,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Volume{"AFewBytes", 1, 1 - 1000 / gibi, 0, u"0.0"_s, u"1.0"_s, u"0.0"_s}),
     rowName<Volume>);
 
-TEST(StorageValuesTest, AreUnrounded)
-{
-    const StorageValues values = StorageService::storageValues({3 * 1024, 2 * 1024});
-    EXPECT_DOUBLE_EQ(values.total * gibi, 3 * 1024);
-    EXPECT_DOUBLE_EQ(values.used * gibi, 1024);
-    EXPECT_DOUBLE_EQ(values.percent, 100.0 / 3);
-}
-
-class StorageOfPen : public PenTest
-{
-protected:
-    StorageOfPen() { QFile::remove(logPath()); }
-};
+using StorageOfPen = PenTest;
 
 TEST_F(StorageOfPen, IsThatOfItsFileSystem)
 {
@@ -99,12 +85,13 @@ TEST_F(StorageOfPen, IsThatOfItsFileSystem)
     EXPECT_DOUBLE_EQ(values.total, static_cast<double>(attributes->size) / gibi);
     EXPECT_GT(values.used, 0);
     EXPECT_LT(values.used, values.total);
-    EXPECT_DOUBLE_EQ(values.percent, values.used / values.total * 100);
+    EXPECT_DOUBLE_EQ(values.percent, values.used / values.total * 100) << "unrounded";
 }
 
 TEST_F(StorageOfPen, IsNothingWithoutPenAndTraced)
 {
     pen.pullOut();
+    QFile::remove(logPath());
     const StorageTexts texts = StorageService::updateStorageValues();
     EXPECT_EQ(texts.percent, 0);
     EXPECT_EQ(texts.storageText, u"0,0 GB belegt von 0,0 GB"_s);

@@ -42,25 +42,17 @@ pen_button delete_button menu_button bluetooth_button download_queue drop_row si
     return keys;
 }
 
-const QSet<QString> &formats()
-{
-    static const QSet<QString> keys = {u"please_confirm"_s, u"deletion_failed"_s, u"eject_failed"_s,
-                                       u"label_copy_failed"_s};
-    return keys;
-}
+const QSet<QString> formats = {u"please_confirm"_s, u"deletion_failed"_s, u"eject_failed"_s,
+                               u"label_copy_failed"_s};
 
 /// Pieces of the headline that carry the blank before them.
-const QSet<QString> &pieces()
-{
-    static const QSet<QString> keys = {u"label_systemsoftware"_s,
-                                       u"label_of"_s,
-                                       u"label_medias"_s,
-                                       u"label_media"_s,
-                                       u"label_is_downloading_singular"_s,
-                                       u"label_is_downloading_plural"_s,
-                                       u"label_dont_unplug_quillo"_s};
-    return keys;
-}
+const QSet<QString> pieces = {u"label_systemsoftware"_s,
+                              u"label_of"_s,
+                              u"label_medias"_s,
+                              u"label_media"_s,
+                              u"label_is_downloading_singular"_s,
+                              u"label_is_downloading_plural"_s,
+                              u"label_dont_unplug_quillo"_s};
 
 class StringTables : public testing::TestWithParam<const char *>
 {
@@ -85,36 +77,20 @@ TEST_P(StringTables, HoldExactlyTheKeysInUse)
     EXPECT_EQ((keys - used).values().join(u' '), QString()) << "unused";
 }
 
-TEST_P(StringTables, HaveNoEmptyTexts)
-{
-    for (auto entry = m_table.cbegin(); entry != m_table.cend(); ++entry)
-        EXPECT_FALSE(entry->trimmed().isEmpty()) << qPrintable(entry.key());
-}
-
-TEST_P(StringTables, HavePlacesForArgumentsOnlyWhereOneIsFilledIn)
-{
-    for (auto entry = m_table.cbegin(); entry != m_table.cend(); ++entry) {
-        const int expected = formats().contains(entry.key()) ? 1 : 0;
-        EXPECT_EQ(entry->count(u"%@"_s), expected) << qPrintable(entry.key());
-        EXPECT_EQ(entry->count(u'%'), expected) << qPrintable(entry.key());
-    }
-}
-
-TEST_P(StringTables, BeginWithABlankOnlyWherePiecesAreJoined)
-{
-    for (auto entry = m_table.cbegin(); entry != m_table.cend(); ++entry) {
-        const bool joined = pieces().contains(entry.key());
-        EXPECT_EQ(entry->startsWith(u' '), joined) << qPrintable(entry.key());
-        EXPECT_EQ(entry->endsWith(u' '), entry.key() == u"label_of"_s) << qPrintable(entry.key());
-        EXPECT_FALSE(entry->contains(u"  "_s)) << qPrintable(entry.key());
-    }
-}
-
-TEST_P(StringTables, UseTypographicMarks)
+TEST_P(StringTables, AreWellFormed)
 {
     static const QRegularExpression typewriterMarks(u"[\"']|\\.\\.\\."_s);
-    for (auto entry = m_table.cbegin(); entry != m_table.cend(); ++entry)
-        EXPECT_FALSE(entry->contains(typewriterMarks)) << qPrintable(entry.key());
+    for (auto entry = m_table.cbegin(); entry != m_table.cend(); ++entry) {
+        SCOPED_TRACE(qPrintable(entry.key()));
+        EXPECT_FALSE(entry->trimmed().isEmpty());
+        const int arguments = formats.contains(entry.key()) ? 1 : 0;
+        EXPECT_EQ(entry->count(u"%@"_s), arguments);
+        EXPECT_EQ(entry->count(u'%'), arguments);
+        EXPECT_EQ(entry->startsWith(u' '), pieces.contains(entry.key()));
+        EXPECT_EQ(entry->endsWith(u' '), entry.key() == u"label_of"_s);
+        EXPECT_FALSE(entry->contains(u"  "_s));
+        EXPECT_FALSE(entry->contains(typewriterMarks));
+    }
 }
 
 TEST_P(StringTables, TellMenuEntriesApart)
@@ -130,14 +106,9 @@ TEST_P(StringTables, TellMenuEntriesApart)
 INSTANTIATE_TEST_SUITE_P(Languages, StringTables, testing::Values("de", "en"),
                          [](const auto &language) { return language.param; });
 
-TEST_F(Localization, StartsInGerman)
+TEST_F(Localization, StartsInGermanAndFollowsTheSwitch)
 {
-    EXPECT_EQ(currentLanguage(), u"de"_s);
     EXPECT_EQ(localized(u"books"_s), u"Bücher"_s);
-}
-
-TEST_F(Localization, FollowsTheSwitch)
-{
     setCurrentLanguage(u"en"_s);
     EXPECT_EQ(localized(u"books"_s), u"Books"_s);
     setCurrentLanguage(u"de"_s);
