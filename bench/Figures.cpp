@@ -17,12 +17,6 @@ double milliseconds(const std::function<void()> &work)
     return static_cast<double>(timer.nsecsElapsed()) / 1e6;
 }
 
-double median(QList<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values.at(values.size() / 2);
-}
-
 /// On standard error: standard output belongs to the program's own lines.
 bool show(const QString &line, bool held)
 {
@@ -31,6 +25,12 @@ bool show(const QString &line, bool held)
 }
 
 } // namespace
+
+double median(QList<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values.at(values.size() / 2);
+}
 
 Figure measure(const QString &name, double atMost, int rounds, const std::function<void()> &ours,
                const std::function<void()> &yardstick)
@@ -66,6 +66,12 @@ bool report(const QString &name, double value, double atMost, const QString &uni
                     .arg(atMost)
                     .arg(unit),
                 value <= atMost);
+}
+
+void note(const QString &name, double value, const QString &unit)
+{
+    std::fprintf(stderr, "      %s\n",
+                 qPrintable(QStringLiteral("%1: %2 %3").arg(name).arg(value, 0, 'f', 1).arg(unit)));
 }
 
 double peakMemory()

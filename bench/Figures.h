@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 
 #include <functional>
@@ -23,9 +24,17 @@ bool report(const Figure &figure);
 /// Prints a plain value; false when it is above its limit.
 bool report(const QString &name, double value, double atMost, const QString &unit);
 
+/// Prints a value without a limit.
+void note(const QString &name, double value, const QString &unit);
+
+[[nodiscard]] double median(QList<double> values);
+
 /// The most memory this process has used so far, in MiB.
 [[nodiscard]] double peakMemory();
 
 // The groups of figures; each returns whether all of its figures held.
 bool libraryFigures();
 bool transferFigures();
+bool programFigures();
+bool windowFigures();
+bool memoryFigures();
