@@ -22,10 +22,14 @@
 #include <utility>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
 constexpr qsizetype rowsPerSlice = 50;
+
+/// System software is loaded before titles, unless its servers make the titles wait too long.
+constexpr auto softwareWait = 3s;
 
 QString text(bool flag)
 {
@@ -56,6 +60,8 @@ UpdateService::UpdateService(LibraryReloading &viewController, QObject *parent)
     , m_viewController(viewController)
 {
     m_downloadWindowController->setViewController(&viewController);
+    m_softwareWait.setSingleShot(true);
+    m_softwareWait.setInterval(softwareWait);
     connect(m_downloadWindowController.get(), &DownloadWindowController::runEnded, this,
             &UpdateService::rowsEnded);
 }
@@ -107,6 +113,9 @@ void UpdateService::prepareRun()
     updateElements().removeIf(
         [](const UpdateElement &row) { return row.downloadType != DownloadType::Ready; });
     m_queuedContents.clear();
+    m_plannedRows.clear();
+    m_needsSoftwareUpdate = false;
+    m_softwareIsChecked = false;
     totalBytesToDownload() = 0;
     totalBytesDownloaded() = 0;
     m_downloadWindowController->prepareForRun();
@@ -127,6 +136,9 @@ void UpdateService::startSoftwareCheck()
 void UpdateService::softwareChecked(bool needed)
 {
     m_needsSoftwareUpdate = needed;
+    m_softwareIsChecked = true;
+    if (m_softwareWait.isActive())
+        m_softwareWait.start(0);
     const bool mayGoOn = !m_stop.stop_requested() && !m_downloadWindowController->isStopped();
     if (m_state == State::Idle && mayGoOn)
         startLateRows();
@@ -199,11 +211,24 @@ void UpdateService::queueRow(const UpdateElement &row)
     if (m_queuedContents.contains(content))
         return;
     m_queuedContents += content;
-    updateElements().append(row);
+    m_plannedRows.append(row);
 }
 
+/// The window counts system software first, so its rows are waited for a while.
 void UpdateService::planned(const QString &result)
 {
+    if (m_softwareIsChecked)
+        return startDownloads(result);
+    connect(&m_softwareWait, &QTimer::timeout, this, [this, result, stop = m_stop.get_token()] {
+        if (!stop.stop_requested())
+            startDownloads(result);
+    });
+    m_softwareWait.start(softwareWait);
+}
+
+void UpdateService::startDownloads(const QString &result)
+{
+    updateElements().append(std::exchange(m_plannedRows, {}));
     writeLog(u"updateAll in DispatchQueue"_s);
     const bool rowsQueued = !updateElements().isEmpty();
     if (!result.isEmpty() || m_needsSoftwareUpdate || rowsQueued) {
@@ -325,6 +350,8 @@ void UpdateService::penRemoved()
 void UpdateService::finishRun()
 {
     m_localMediasArray.clear();
+    m_softwareWait.stop();
+    m_softwareWait.disconnect(this);
     Q_EMIT runEnded();
     if (std::exchange(m_runRequested, false))
         Dispatch::main(this, [this] { updateAll(); });

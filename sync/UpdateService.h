@@ -1,10 +1,11 @@
 #pragma once
 
-#include "library/BaseElement.h"
+#include "download/DownloadQueue.h"
 
 #include <QObject>
 #include <QSet>
 #include <QString>
+#include <QTimer>
 
 #include <memory>
 #include <optional>
@@ -16,7 +17,6 @@ class DownloadWindowController;
 class LibraryReloading;
 class VersionService;
 struct PlanningTask;
-struct UpdateElement;
 
 /// Runs one update of the pen against the servers at a time. Main thread only; planning works on
 /// the shared session's thread with copies of its own.
@@ -53,6 +53,8 @@ private:
     void fetchCatalogue();
     [[nodiscard]] PlanningTask planningTask();
     void planned(const QString &result);
+    /// Goes on from planning to loading.
+    void startDownloads(const QString &result);
     void showDownloadWindow();
     void triggerElementDownloads();
     void sizeRows(qsizetype first, DispatchGroup group);
@@ -69,9 +71,12 @@ private:
     LibraryReloading &m_viewController;
     ElementList m_localMediasArray;
     bool m_needsSoftwareUpdate = false;
+    bool m_softwareIsChecked = false;
 
     State m_state = State::Idle;
     bool m_runRequested = false;
-    QSet<QString> m_queuedContents; ///< what the run under way has queued already
-    std::stop_source m_stop;        ///< of the run under way
+    QSet<QString> m_queuedContents;     ///< what the run under way has queued already
+    QList<UpdateElement> m_plannedRows; ///< until the software's rows stand before them
+    QTimer m_softwareWait;              ///< how long planned rows wait for them
+    std::stop_source m_stop;            ///< of the run under way
 };
