@@ -1,31 +1,11 @@
 #include "app/NavCollectionView.h"
 
 #include "app/NavRowModel.h"
+#include "ui/OverlayScrolling.h"
 
 #include <QKeyEvent>
 #include <QMouseEvent>
-#include <QProxyStyle>
 #include <QScopedValueRollback>
-#include <QScrollBar>
-
-namespace {
-
-/// Lets a scroll bar lie over what it scrolls and take no width from it.
-class OverlayStyle : public QProxyStyle
-{
-public:
-    explicit OverlayStyle(QObject &owner) { setParent(&owner); }
-
-    int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
-                  QStyleHintReturn *returnData) const override
-    {
-        return hint == SH_ScrollBar_Transient
-                   ? 1
-                   : QProxyStyle::styleHint(hint, option, widget, returnData);
-    }
-};
-
-} // namespace
 
 NavCollectionView::NavCollectionView(QWidget *parent)
     : QListView(parent)
@@ -35,7 +15,7 @@ NavCollectionView::NavCollectionView(QWidget *parent)
     setEditTriggers(NoEditTriggers);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollMode(ScrollPerPixel);
-    verticalScrollBar()->setStyle(new OverlayStyle(*verticalScrollBar()));
+    setOverlayScrolling(*this);
     setResizeMode(Adjust);
     setTabKeyNavigation(false);
 }

@@ -4,9 +4,9 @@
 #include "library/CoverCache.h"
 #include "platform/StandardOutput.h"
 #include "ui/ContentPalette.h"
+#include "ui/OverlayScrolling.h"
 
 #include <QMouseEvent>
-#include <QScrollBar>
 #include <QStyledItemDelegate>
 
 #include <algorithm>
@@ -62,7 +62,7 @@ TileView::TileView(CoverCache &covers, ItemForRow itemForRow, QWidget *parent)
     setEditTriggers(NoEditTriggers);
     setVerticalScrollMode(ScrollPerPixel);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    setOverlayScrolling(*this); // one that takes width could break the grid that made it appear
     setTabKeyNavigation(false);
     setMouseTracking(true);
     setViewportMargins(viewMargin, viewMargin, 0, 0);
@@ -74,8 +74,9 @@ TileView::TileView(CoverCache &covers, ItemForRow itemForRow, QWidget *parent)
 void TileView::fitGrid()
 {
     const QSize tile = CollectionViewItem::size(fontMetrics());
-    // The view keeps a pixel for itself when it wraps.
-    const int width = viewport()->width() - 1;
+    // When it wraps, the view keeps a pixel for itself and the width of a scroll bar.
+    const int width =
+        viewport()->width() - 1 - style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, this);
     const int columns = std::max(1, width / tile.width());
     const QSize grid(std::max(tile.width(), width / columns), tile.height());
     if (grid != gridSize())
