@@ -17,6 +17,11 @@ class WorkQueue
 public:
     using Work = std::function<void()>;
 
+    WorkQueue() = default;
+    ~WorkQueue() { clear(); }
+    WorkQueue(const WorkQueue &) = delete;
+    WorkQueue &operator=(const WorkQueue &) = delete;
+
     void add(Work work)
     {
         const std::lock_guard lock(m_mutex);
