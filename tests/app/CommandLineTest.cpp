@@ -2,72 +2,51 @@
 
 #include "platform/FolderVolumes.h"
 #include "platform/SystemVolumes.h"
+#include "tests/support/Rows.h"
 
 #include <QDir>
 #include <QTemporaryDir>
-
-#include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-struct StopRow
+TEST(CommandLine, StopsWithCodeAndText)
 {
-    const char *name;
-    QStringList arguments;
-    int exitCode;
-    QString text;
-};
-
-void PrintTo(const StopRow &row, std::ostream *out)
-{
-    *out << row.name;
+    struct Row
+    {
+        const char *name;
+        QStringList arguments;
+        int exitCode;
+        QString text;
+    };
+    forEachRow<Row>(
+        {{"help", {u"--help"_s}, 0, u"--volumes <DIR>"_s},
+         {"version", {u"--version"_s}, 0, u"quillo 1.6"_s},
+         {"unknownOption", {u"--colour"_s}, 2, u"colour"_s},
+         {"helpGoesBeforeMistakes", {u"--colour"_s, u"--help"_s}, 0, u"--config"_s},
+         {"volumesWithoutValue", {u"--volumes"_s}, 2, u"volumes"_s},
+         {"volumesMissing", {u"--volumes"_s, u"/no/such/place"_s}, 2, u"/no/such/place"_s},
+         {"volumesIsFile", {u"--volumes"_s, u"/etc/passwd"_s}, 2, u"no folder"_s},
+         {"stray", {u"pen"_s}, 2, u"'pen'"_s}},
+        [](const Row &row) {
+            CommandLine commandLine(u"About."_s);
+            const auto stop = commandLine.parse(QStringList{u"/usr/bin/quillo"_s} + row.arguments);
+            ASSERT_TRUE(stop);
+            EXPECT_EQ(stop->exitCode, row.exitCode);
+            EXPECT_TRUE(stop->text.contains(row.text)) << stop->text.toStdString();
+            EXPECT_TRUE(stop->text.endsWith(u'\n'));
+        });
 }
 
-class CommandLineStops : public testing::TestWithParam<StopRow>
-{
-};
-
-TEST_P(CommandLineStops, WithCodeAndText)
-{
-    CommandLine commandLine(u"About."_s);
-    const auto stop = commandLine.parse(QStringList{u"/usr/bin/quillo"_s} + GetParam().arguments);
-    ASSERT_TRUE(stop);
-    EXPECT_EQ(stop->exitCode, GetParam().exitCode);
-    EXPECT_TRUE(stop->text.contains(GetParam().text)) << stop->text.toStdString();
-    EXPECT_TRUE(stop->text.endsWith(u'\n'));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, CommandLineStops,
-    testing::Values(
-        StopRow{"help", {u"--help"_s}, 0, u"--volumes <DIR>"_s},
-        StopRow{"version", {u"--version"_s}, 0, u"quillo 1.6"_s},
-        StopRow{"unknownOption", {u"--colour"_s}, 2, u"colour"_s},
-        StopRow{"helpGoesBeforeMistakes", {u"--colour"_s, u"--help"_s}, 0, u"--config"_s},
-        StopRow{"volumesWithoutValue", {u"--volumes"_s}, 2, u"volumes"_s},
-        StopRow{"volumesMissing", {u"--volumes"_s, u"/no/such/place"_s}, 2, u"/no/such/place"_s},
-        StopRow{"volumesIsFile", {u"--volumes"_s, u"/etc/passwd"_s}, 2, u"no folder"_s},
-        StopRow{"stray", {u"pen"_s}, 2, u"'pen'"_s}),
-    [](const auto &row) { return std::string(row.param.name); });
-
-TEST(CommandLine, TakesFolderAndFile)
+TEST(CommandLine, TakesFolderAndFileAndLeavesTheToolkitsOptionsToIt)
 {
     const QTemporaryDir folder;
     CommandLine commandLine(u"About."_s);
-    EXPECT_FALSE(
-        commandLine.parse({u"quillo"_s, u"--volumes"_s, folder.path(), u"--config=/etc/passwd"_s}));
+    EXPECT_FALSE(commandLine.parse({u"quillo"_s, u"-platform"_s, u"offscreen"_s, u"--volumes"_s,
+                                    folder.path(), u"--config=/etc/passwd"_s}));
     EXPECT_EQ(commandLine.volumesFolder(), folder.path());
     EXPECT_EQ(commandLine.configurationFile(), u"/etc/passwd"_s);
-}
-
-TEST(CommandLine, LeavesTheToolkitsOptionsToIt)
-{
-    CommandLine commandLine(u"About."_s);
-    EXPECT_FALSE(commandLine.parse(
-        {u"quillo"_s, u"-platform"_s, u"offscreen"_s, u"-stylesheet"_s, u"file.qss"_s}));
-    EXPECT_FALSE(commandLine.volumesFolder());
 }
 
 TEST(CommandLine, TakesFurtherOptionsOfAnotherProgram)

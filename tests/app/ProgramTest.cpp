@@ -30,23 +30,19 @@ protected:
     QProcess process;
 };
 
-class ProgramEnds : public ProgramTest, public testing::WithParamInterface<int>
+TEST_F(ProgramTest, FindsThePenAndEndsWithSuccessWhenAsked)
 {
-};
-
-TEST_P(ProgramEnds, WithSuccessWhenAsked)
-{
-    startRunning();
-    ASSERT_EQ(::kill(static_cast<pid_t>(process.processId()), GetParam()), 0);
-    ASSERT_TRUE(process.waitForFinished(10'000));
-    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(process.exitCode(), 0);
+    for (const int signal : {SIGINT, SIGTERM}) {
+        QFile::remove(logFile());
+        startRunning();
+        EXPECT_EQ(logLines({u"viewDidLoad isQuilloAvailable"_s}),
+                  QStringList{u"viewDidLoad isQuilloAvailable: true"_s});
+        ASSERT_EQ(::kill(static_cast<pid_t>(process.processId()), signal), 0);
+        ASSERT_TRUE(process.waitForFinished(10'000));
+        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(process.exitCode(), 0);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Signals, ProgramEnds, testing::Values(SIGINT, SIGTERM),
-                         [](const auto &row) {
-                             return row.param == SIGINT ? "Interrupt" : "Terminate";
-                         });
 
 TEST_F(ProgramTest, EndsWithSuccessDuringTheSplash)
 {
@@ -56,15 +52,6 @@ TEST_F(ProgramTest, EndsWithSuccessDuringTheSplash)
     // A signal before main() has got round to them ends any program the hard way.
     EXPECT_TRUE(process.exitStatus() == QProcess::CrashExit || process.exitCode() == 0);
     EXPECT_TRUE(logLines({u"viewDidLoad"_s}).isEmpty());
-}
-
-TEST_F(ProgramTest, FindsThePenInTheFolder)
-{
-    startRunning();
-    EXPECT_EQ(logLines({u"viewDidLoad isQuilloAvailable"_s}),
-              QStringList{u"viewDidLoad isQuilloAvailable: true"_s});
-    process.terminate();
-    EXPECT_TRUE(process.waitForFinished(10'000));
 }
 
 TEST_F(ProgramTest, WrongFolderIsToldOnStandardError)

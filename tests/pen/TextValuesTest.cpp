@@ -1,177 +1,88 @@
 #include "pen/TextValues.h"
 
 #include "pen/ConfigureService.h"
-#include "tests/support/PenTest.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/Printers.h"
+#include "tests/support/Rows.h"
 
 #include <limits>
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-constexpr qint64 greatest = std::numeric_limits<qint64>::max();
-constexpr qint64 least = std::numeric_limits<qint64>::min();
-
-} // namespace
-
-struct NewlineCase
+TEST(SplitAtNewlines, GivesPieces)
 {
-    const char *name;
-    QString text;
-    QStringList pieces;
-};
-
-class SplitAtNewlines : public testing::TestWithParam<NewlineCase>
-{
-};
-
-TEST_P(SplitAtNewlines, GivesPieces)
-{
-    EXPECT_EQ(splitAtNewlines(GetParam().text), GetParam().pieces);
+    const QList<std::pair<QString, QString>> rows = {
+        {u""_s, u""_s},
+        {u"\n"_s, u"|"_s},
+        {u"a\r\nb"_s, u"a||b"_s},
+        {u"a\nb\vc\fd\re\u0085f\u2028g\u2029h"_s, u"a|b|c|d|e|f|g|h"_s},
+        {u"a\tb\u001fc\u00a0d\u2027e"_s, u"a\tb\u001fc\u00a0d\u2027e"_s},
+    };
+    for (const auto &[text, pieces] : rows)
+        EXPECT_EQ(splitAtNewlines(text).join(u'|'), pieces);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Texts, SplitAtNewlines,
-    testing::Values(NewlineCase{"Empty", u""_s, {u""_s}},
-                    NewlineCase{"OnlyALineFeed", u"\n"_s, {u""_s, u""_s}},
-                    NewlineCase{"NoneAtTheEnd", u"a\nb"_s, {u"a"_s, u"b"_s}},
-                    NewlineCase{"CarriageReturnAndLineFeed", u"a\r\nb"_s, {u"a"_s, u""_s, u"b"_s}},
-                    NewlineCase{"EveryNewline",
-                                u"a\nb\vc\fd\re\u0085f\u2028g\u2029h"_s,
-                                {u"a"_s, u"b"_s, u"c"_s, u"d"_s, u"e"_s, u"f"_s, u"g"_s, u"h"_s}},
-                    NewlineCase{"OtherBlanks",
-                                u"a\tb\u001fc\u00a0d\u2027e"_s,
-                                {u"a\tb\u001fc\u00a0d\u2027e"_s}}),
-    caseName);
-
-struct ValueCase
+TEST(ValueAfter, IsTheTrimmedSecondPiece)
 {
-    const char *name;
-    QString text;
-    std::optional<QString> value;
-};
-
-class ValueAfter : public testing::TestWithParam<ValueCase>
-{
-};
-
-TEST_P(ValueAfter, IsTheTrimmedSecondPiece)
-{
-    EXPECT_EQ(valueAfter(GetParam().text, u':'), GetParam().value);
+    const QList<std::pair<QString, std::optional<QString>>> rows = {
+        {u"Name"_s, std::nullopt},
+        {u"Name:"_s, u""_s},
+        {u"Name: \u00a0\u2003Der kleine Drache\t\r"_s, u"Der kleine Drache"_s},
+        {u"Name: Reise: Teil 2"_s, u"Reise"_s},
+        {u"Name::x"_s, u""_s},
+    };
+    for (const auto &[line, value] : rows)
+        EXPECT_EQ(valueAfter(line, u':'), value) << line.toStdString();
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Lines, ValueAfter,
-    testing::Values(ValueCase{"NoSeparator", u"Name"_s, std::nullopt},
-                    ValueCase{"Nothing", u""_s, std::nullopt},
-                    ValueCase{"EndsWithItsOnlyOne", u"Name:"_s, u""_s},
-                    ValueCase{"OnlyBlanks", u"Name: \t "_s, u""_s},
-                    ValueCase{"BlanksAround", u"Name: \u00a0\u2003Der kleine Drache\t\r"_s,
-                              u"Der kleine Drache"_s},
-                    ValueCase{"BetweenTwo", u"Name: Reise: Teil 2"_s, u"Reise"_s},
-                    ValueCase{"TwoTogether", u"Name::x"_s, u""_s},
-                    ValueCase{"OnlySeparator", u":"_s, u""_s}),
-    caseName);
-
-struct IntegerCase
+TEST(DecimalInteger, IsDigitsWithAnOptionalSign)
 {
-    const char *name;
-    QString text;
-    std::optional<qint64> value;
-};
-
-class DecimalInteger : public testing::TestWithParam<IntegerCase>
-{
-};
-
-TEST_P(DecimalInteger, IsDigitsWithAnOptionalSign)
-{
-    EXPECT_EQ(decimalInteger(GetParam().text), GetParam().value);
+    using Limits = std::numeric_limits<qint64>;
+    const QList<std::pair<QString, qint64>> numbers = {
+        {u"0042"_s, 42},
+        {u"-7"_s, -7},
+        {u"+7"_s, 7},
+        {u"9223372036854775807"_s, Limits::max()},
+        {u"-9223372036854775808"_s, Limits::min()},
+    };
+    for (const auto &[text, value] : numbers)
+        EXPECT_EQ(decimalInteger(text), value);
+    for (const QString &text : {u"9223372036854775808"_s, u""_s, u"-"_s, u"+-1"_s, u" 1"_s,
+                                u"1.0"_s, u"0x10"_s, u"٤٢"_s, u"1,000"_s})
+        EXPECT_EQ(decimalInteger(text), std::nullopt) << text.toStdString();
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Texts, DecimalInteger,
-    testing::Values(IntegerCase{"Zero", u"0"_s, 0}, IntegerCase{"LeadingZeros", u"0042"_s, 42},
-                    IntegerCase{"Negative", u"-7"_s, -7}, IntegerCase{"Signed", u"+7"_s, 7},
-                    IntegerCase{"Greatest", u"9223372036854775807"_s, greatest},
-                    IntegerCase{"Least", u"-9223372036854775808"_s, least},
-                    IntegerCase{"TooGreat", u"9223372036854775808"_s, std::nullopt},
-                    IntegerCase{"Empty", u""_s, std::nullopt},
-                    IntegerCase{"OnlyASign", u"-"_s, std::nullopt},
-                    IntegerCase{"TwoSigns", u"+-1"_s, std::nullopt},
-                    IntegerCase{"Blank", u" 1"_s, std::nullopt},
-                    IntegerCase{"Fraction", u"1.0"_s, std::nullopt},
-                    IntegerCase{"Hexadecimal", u"0x10"_s, std::nullopt},
-                    IntegerCase{"DigitsOfAnotherScript", u"٤٢"_s, std::nullopt},
-                    IntegerCase{"ThousandsSeparator", u"1,000"_s, std::nullopt}),
-    caseName);
-
-struct NameCase
+TEST(SafeFileName, StaysInItsFolder)
 {
-    const char *name;
-    QString fileName;
-    bool safe;
-};
-
-class SafeFileName : public testing::TestWithParam<NameCase>
-{
-};
-
-TEST_P(SafeFileName, StaysInItsFolder)
-{
-    EXPECT_EQ(isSafeFileName(GetParam().fileName), GetParam().safe);
+    for (const QString &name : {u"00042_en"_s, u"Bär 1"_s, u"..."_s})
+        EXPECT_TRUE(isSafeFileName(name)) << name.toStdString();
+    for (const QString &name : {u""_s, u"."_s, u".."_s, u"../settings"_s, u"/etc/x"_s, u"a\\b"_s,
+                                u"a"_s + QChar(u'\0') + u"b"_s, u"a\nb"_s, u"a\u0085b"_s})
+        EXPECT_FALSE(isSafeFileName(name)) << name.toStdString();
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Names, SafeFileName,
-    testing::Values(NameCase{"Identifier", u"00042_en"_s, true},
-                    NameCase{"Umlauts", u"Bär 1"_s, true}, NameCase{"ThreeDots", u"..."_s, true},
-                    NameCase{"Empty", u""_s, false}, NameCase{"Dot", u"."_s, false},
-                    NameCase{"TwoDots", u".."_s, false}, NameCase{"Up", u"../settings"_s, false},
-                    NameCase{"Rooted", u"/etc/x"_s, false}, NameCase{"Backslash", u"a\\b"_s, false},
-                    NameCase{"Nul", u"a"_s + QChar(u'\0') + u"b"_s, false},
-                    NameCase{"Newline", u"a\nb"_s, false},
-                    NameCase{"HighControl", u"a\u0085b"_s, false}),
-    caseName);
-
-struct SettingsCase
+TEST(SettingsVersions, AreRead)
 {
-    const char *name;
-    QStringList lines;
-    std::optional<qint64> firmware;
-    std::optional<qint64> image;
-};
-
-class SettingsVersions : public testing::TestWithParam<SettingsCase>
-{
-};
-
-TEST_P(SettingsVersions, AreRead)
-{
-    const PenVersions versions = ConfigureService::versions(GetParam().lines);
-    EXPECT_EQ(versions.firmware, GetParam().firmware);
-    EXPECT_EQ(versions.image, GetParam().image);
+    struct Row
+    {
+        const char *name;
+        QStringList lines;
+        std::optional<qint64> firmware;
+        std::optional<qint64> image;
+    };
+    const QString nul(QChar(u'\0'));
+    forEachRow<Row>(
+        {{"Both", {u"firmwareVersion=12"_s, u"ImageVersion = 3 "_s}, 12, 3},
+         {"LastWins", {u"ImageVersion=5"_s, u"ImageVersion=4"_s}, {}, 4},
+         {"BrokenLaterLine", {u"ImageVersion=5"_s, u"ImageVersion=x"_s}, {}, 5},
+         {"NoValue", {u"volume=7"_s, u"="_s, u"firmwareVersion"_s, u"ImageVersion="_s}, {}, {}},
+         {"SecondEqualsSign", {u"firmwareVersion=1=2"_s}, 1, {}},
+         {"Nuls", {u"ImageVersion=1"_s + nul + u"7"_s + nul}, {}, 17},
+         {"OtherCase", {u"FirmwareVersion=1"_s, u"imageVersion=1"_s}, {}, {}},
+         {"NotAtTheStart", {u" firmwareVersion=1"_s}, {}, {}},
+         {"TooGreat", {u"firmwareVersion=99999999999999999999"_s}, {}, {}}},
+        [](const Row &row) {
+            const PenVersions versions = ConfigureService::versions(row.lines);
+            EXPECT_EQ(versions.firmware, row.firmware);
+            EXPECT_EQ(versions.image, row.image);
+        });
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Settings, SettingsVersions,
-    testing::Values(
-        SettingsCase{"Both", {u"firmwareVersion=12"_s, u"ImageVersion=3"_s}, 12, 3},
-        SettingsCase{"BlanksAround", {u"ImageVersion = 5 "_s}, std::nullopt, 5},
-        SettingsCase{"None", {u"volume=7"_s, u""_s, u"="_s}, std::nullopt, std::nullopt},
-        SettingsCase{"LastWins", {u"ImageVersion=5"_s, u"ImageVersion=4"_s}, std::nullopt, 4},
-        SettingsCase{
-            "BrokenLaterLine", {u"ImageVersion=5"_s, u"ImageVersion=x"_s}, std::nullopt, 5},
-        SettingsCase{
-            "NoValue", {u"firmwareVersion"_s, u"ImageVersion="_s}, std::nullopt, std::nullopt},
-        SettingsCase{"SecondEqualsSign", {u"firmwareVersion=1=2"_s}, 1, std::nullopt},
-        SettingsCase{
-            "Nuls", {u"ImageVersion=1"_s + QChar(u'\0') + u"7"_s + QChar(u'\0')}, std::nullopt, 17},
-        SettingsCase{
-            "OtherCase", {u"FirmwareVersion=1"_s, u"imageVersion=1"_s}, std::nullopt, std::nullopt},
-        SettingsCase{"NotAtTheStart", {u" firmwareVersion=1"_s}, std::nullopt, std::nullopt},
-        SettingsCase{
-            "TooGreat", {u"firmwareVersion=99999999999999999999"_s}, std::nullopt, std::nullopt}),
-    caseName);

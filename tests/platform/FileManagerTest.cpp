@@ -1,7 +1,7 @@
 #include "platform/FileManager.h"
 
-#include "platform/FolderVolumes.h"
-#include "tests/support/PenFolder.h"
+#include "tests/support/PenTest.h"
+#include "tests/support/Rows.h"
 
 #include <QDir>
 #include <QFile>
@@ -10,7 +10,6 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -25,16 +24,14 @@ using WriteMode = FileManager::WriteMode;
 constexpr auto secret = "not on the pen";
 
 /// A plugged pen beside a folder that is none of the program's business.
-class FileManagerTest : public testing::Test
+class FileManagerTest : public PenTest
 {
 protected:
     void SetUp() override
     {
-        FileManager::setVolumeSource(&volumes);
         QFile file(outside.filePath(u"secret.txt"_s));
         ASSERT_TRUE(file.open(QFile::WriteOnly) && file.write(secret) > 0);
     }
-    void TearDown() override { FileManager::setVolumeSource(nullptr); }
 
     [[nodiscard]] bool isSecretUntouched() const
     {
@@ -50,8 +47,6 @@ protected:
         return FileManager::contents(path).data.value_or("unreadable");
     }
 
-    PenFolder pen;
-    FolderVolumes volumes{pen.volumes()};
     QTemporaryDir outside;
 };
 
@@ -84,108 +79,60 @@ TEST_F(FileManagerTest, NamesVolumesByTheirAddresses)
     EXPECT_TRUE(FileManager::fileExists(urls->at(2).path(QUrl::FullyDecoded)));
 }
 
-TEST_F(FileManagerTest, HasNoVolumesWithoutASource)
+TEST_F(FileManagerTest, AwkwardNamesAreWrittenReadListedMovedAndRemoved)
 {
-    FileManager::setVolumeSource(nullptr);
-    EXPECT_FALSE(FileManager::mountedVolumeURLs());
-    EXPECT_FALSE(FileManager::fileExists(u"/Volumes/QUILLO/configure/settings.ini"_s));
-}
-
-struct NameCase
-{
-    const char *label;
-    const char *name;
-};
-
-class AwkwardNames : public FileManagerTest, public testing::WithParamInterface<NameCase>
-{
-};
-
-TEST_P(AwkwardNames, AreWrittenReadListedMovedAndRemoved)
-{
-    const QString name = QString::fromUtf8(GetParam().name);
-    const QString path = pen.volumePath(u"book/"_s + name);
-    for (const WriteMode mode : {WriteMode::InPlace, WriteMode::Atomic}) {
-        EXPECT_TRUE(FileManager::write(path, "text", mode));
-        EXPECT_EQ(pen.read(u"book/"_s + name), "text");
-        EXPECT_TRUE(FileManager::fileExists(path));
-        EXPECT_EQ(
-            namesOf(FileManager::contentsOfDirectory(pen.volumePath(u"book"_s), HiddenFiles::Skip)),
-            QStringList(name));
-        EXPECT_TRUE(FileManager::removeItem(path));
-        EXPECT_TRUE(pen.names(u"book"_s).isEmpty());
+    const QString book = pen.volumePath(u"book"_s);
+    for (const QString &name : {u"  a  b "_s, u"Grüße €.txt"_s, u"a#b?c"_s, u"100%20%"_s,
+                                u"a..b..."_s, u"a\\b"_s, u"a\nb"_s}) {
+        SCOPED_TRACE(name.toStdString());
+        const QString path = book + u'/' + name;
+        for (const WriteMode mode : {WriteMode::InPlace, WriteMode::Atomic}) {
+            EXPECT_TRUE(FileManager::write(path, "text", mode));
+            EXPECT_EQ(pen.read(u"book/"_s + name), "text");
+            EXPECT_TRUE(FileManager::fileExists(path));
+            EXPECT_EQ(namesOf(FileManager::contentsOfDirectory(book, HiddenFiles::Skip)),
+                      QStringList(name));
+            EXPECT_TRUE(FileManager::removeItem(path));
+        }
+        pen.write(name, "moved");
+        EXPECT_TRUE(FileManager::moveItem(pen.volumePath(name), path));
+        EXPECT_EQ(read(path), "moved");
+        pen.remove(u"book/"_s + name);
     }
-    pen.write(name, "moved");
-    EXPECT_TRUE(FileManager::moveItem(pen.volumePath(name), path));
-    EXPECT_EQ(read(path), "moved");
 }
 
-INSTANTIATE_TEST_SUITE_P(Names, AwkwardNames,
-                         testing::Values(NameCase{"plain", "00042_en.txt"},
-                                         NameCase{"blanks", "  a  b "},
-                                         NameCase{"umlauts", "Grüße €.txt"},
-                                         NameCase{"hash", "a#b?c"}, NameCase{"percent", "100%20%"},
-                                         NameCase{"dots", "a..b..."}, NameCase{"backslash", "a\\b"},
-                                         NameCase{"newline", "a\nb"}),
-                         [](const auto &row) { return row.param.label; });
-
-struct EscapeCase
+TEST_F(FileManagerTest, EscapesNameNothing)
 {
-    const char *label;
-    QString path;
-};
-
-class Escapes : public FileManagerTest, public testing::WithParamInterface<EscapeCase>
-{
-protected:
-    void SetUp() override
-    {
-        FileManagerTest::SetUp();
-        const QString up = QDir(pen.root()).relativeFilePath(outside.path());
-        ASSERT_TRUE(QFile::link(outside.path(), pen.path(u"absolute"_s)));
-        ASSERT_TRUE(QFile::link(up, pen.path(u"relative"_s)));
-        ASSERT_TRUE(QFile::link(u"absolute"_s, pen.path(u"chained"_s)));
-        ASSERT_TRUE(QFile::link(outside.filePath(u"secret.txt"_s), pen.path(u"last.txt"_s)));
-        ASSERT_TRUE(QFile::link(outside.filePath(u"new.txt"_s), pen.path(u"new.txt"_s)));
-        QFile beside(pen.volumes() + u"/QUILLO.txt"_s);
-        ASSERT_TRUE(beside.open(QFile::WriteOnly) && beside.write(secret) > 0);
+    const QString up = QDir(pen.root()).relativeFilePath(outside.path());
+    ASSERT_TRUE(QFile::link(outside.path(), pen.path(u"absolute"_s)));
+    ASSERT_TRUE(QFile::link(up, pen.path(u"relative"_s)));
+    ASSERT_TRUE(QFile::link(u"absolute"_s, pen.path(u"chained"_s)));
+    ASSERT_TRUE(QFile::link(outside.filePath(u"secret.txt"_s), pen.path(u"last.txt"_s)));
+    ASSERT_TRUE(QFile::link(outside.filePath(u"new.txt"_s), pen.path(u"new.txt"_s)));
+    QFile beside(pen.volumes() + u"/QUILLO.txt"_s);
+    ASSERT_TRUE(beside.open(QFile::WriteOnly) && beside.write(secret) > 0);
+    for (const QString &path :
+         {u"/Volumes/QUILLO/../QUILLO.txt"_s, u"/Volumes/QUILLO/book/../configure/settings.ini"_s,
+          u"/Volumes/QUILLO/book/.."_s, u"/Volumes/../QUILLO/configure/settings.ini"_s,
+          u"/Volumes/QUILLO/configure/settings.ini"_s + QChar(0) + u'x',
+          u"/Volumes/QUILLO/absolute/secret.txt"_s, u"/Volumes/QUILLO/relative/secret.txt"_s,
+          u"/Volumes/QUILLO/chained/secret.txt"_s, u"/Volumes/QUILLO/absolute"_s,
+          u"/Volumes/QUILLO/absolute/"_s, u"/Volumes/QUILLO/last.txt"_s,
+          u"/Volumes/QUILLO/new.txt"_s, u"/Volumes/OTHER/secret.txt"_s,
+          u"/Volumes/quillo/configure/settings.ini"_s, u"/Volumes/"_s, QString()}) {
+        SCOPED_TRACE(path.toStdString());
+        EXPECT_FALSE(FileManager::fileExists(path));
+        EXPECT_FALSE(FileManager::realPath(path));
+        const FileManager::Contents contents = FileManager::contents(path);
+        EXPECT_FALSE(contents.data);
+        EXPECT_FALSE(contents.error.isEmpty());
+        EXPECT_FALSE(FileManager::contentsOfDirectory(path, HiddenFiles::Include));
+        EXPECT_FALSE(FileManager::write(path, "x", WriteMode::InPlace));
+        EXPECT_FALSE(FileManager::moveItem(path, pen.volumePath(u"stolen"_s)));
+        EXPECT_FALSE(pen.exists(u"stolen"_s));
+        EXPECT_TRUE(isSecretUntouched());
     }
-};
-
-TEST_P(Escapes, NameNothing)
-{
-    const QString &path = GetParam().path;
-    EXPECT_FALSE(FileManager::fileExists(path));
-    EXPECT_FALSE(FileManager::realPath(path));
-    const FileManager::Contents contents = FileManager::contents(path);
-    EXPECT_FALSE(contents.data);
-    EXPECT_FALSE(contents.error.isEmpty());
-    EXPECT_FALSE(FileManager::contentsOfDirectory(path, HiddenFiles::Include));
-    EXPECT_FALSE(FileManager::write(path, "x", WriteMode::InPlace));
-    EXPECT_FALSE(FileManager::moveItem(path, pen.volumePath(u"stolen"_s)));
-    EXPECT_FALSE(pen.exists(u"stolen"_s));
-    EXPECT_TRUE(isSecretUntouched());
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Paths, Escapes,
-    testing::Values(EscapeCase{"up", u"/Volumes/QUILLO/../QUILLO.txt"_s},
-                    EscapeCase{"upInside", u"/Volumes/QUILLO/book/../configure/settings.ini"_s},
-                    EscapeCase{"upAtEnd", u"/Volumes/QUILLO/book/.."_s},
-                    EscapeCase{"upFirst", u"/Volumes/../QUILLO/configure/settings.ini"_s},
-                    EscapeCase{"nul", QString(u"/Volumes/QUILLO/configure/settings.ini"_s + QChar(0)
-                                              + u'x')},
-                    EscapeCase{"linkAway", u"/Volumes/QUILLO/absolute/secret.txt"_s},
-                    EscapeCase{"relativeLinkAway", u"/Volumes/QUILLO/relative/secret.txt"_s},
-                    EscapeCase{"linkToALinkAway", u"/Volumes/QUILLO/chained/secret.txt"_s},
-                    EscapeCase{"linkAsFolder", u"/Volumes/QUILLO/absolute"_s},
-                    EscapeCase{"linkAsFolderWithSlash", u"/Volumes/QUILLO/absolute/"_s},
-                    EscapeCase{"linkAsFile", u"/Volumes/QUILLO/last.txt"_s},
-                    EscapeCase{"linkToNothing", u"/Volumes/QUILLO/new.txt"_s},
-                    EscapeCase{"unknownVolume", u"/Volumes/OTHER/secret.txt"_s},
-                    EscapeCase{"otherCase", u"/Volumes/quillo/configure/settings.ini"_s},
-                    EscapeCase{"noVolume", u"/Volumes/"_s}, EscapeCase{"empty", QString()}),
-    [](const auto &row) { return row.param.label; });
 
 TEST_F(FileManagerTest, RemovesALinkButNotWhatItPointsTo)
 {
@@ -207,6 +154,8 @@ TEST_F(FileManagerTest, ReplacesALinkWhenWritingThroughANeighbour)
 
 TEST_F(FileManagerTest, FollowsLinksThatStayOnTheVolume)
 {
+    EXPECT_EQ(FileManager::realPath(pen.volumePath(u"mp3/a b.mp3"_s)), pen.path(u"mp3/a b.mp3"_s));
+    EXPECT_EQ(FileManager::realPath(outside.path()), outside.path());
     ASSERT_TRUE(QFile::link(u"configure"_s, pen.path(u"relative"_s)));
     ASSERT_TRUE(QFile::link(pen.path(u"configure"_s), pen.path(u"absolute"_s)));
     for (const QString &folder : {u"relative"_s, u"absolute"_s})
@@ -223,13 +172,6 @@ TEST_F(FileManagerTest, WorksOnAVolumeThatIsALink)
     EXPECT_EQ(FileManager::realPath(path), pen.volumes() + u"/LINKED/book/a.txt"_s);
 }
 
-TEST_F(FileManagerTest, KnowsTheRealPath)
-{
-    EXPECT_EQ(FileManager::realPath(pen.volumePath(u"mp3/a b.mp3"_s)), pen.path(u"mp3/a b.mp3"_s));
-    EXPECT_EQ(FileManager::realPath(outside.path()), outside.path());
-    EXPECT_EQ(FileManager::realPath(u"/Volumes/QUILLO"_s), pen.root());
-}
-
 TEST_F(FileManagerTest, NoticesAtOnceThatThePenIsGone)
 {
     const QString settings = pen.volumePath(u"configure/settings.ini"_s);
@@ -242,38 +184,33 @@ TEST_F(FileManagerTest, NoticesAtOnceThatThePenIsGone)
     EXPECT_EQ(pen.read(u"configure/settings.ini"_s), "firmwareVersion=1\nImageVersion=1\n");
 }
 
-struct LimitCase
+TEST_F(FileManagerTest, ReadsNoMoreThanItsLimit)
 {
-    const char *label;
-    qint64 length;
-    qint64 limit;
-    qint64 expected;
-};
-
-class ReadLimits : public FileManagerTest, public testing::WithParamInterface<LimitCase>
-{
-};
-
-TEST_P(ReadLimits, AreKept)
-{
-    QByteArray data(GetParam().length, Qt::Uninitialized);
-    for (qsizetype i = 0; i < data.size(); ++i)
-        data[i] = char(i % 251);
-    pen.write(u"a"_s, data);
-    const auto contents = FileManager::contents(pen.volumePath(u"a"_s), GetParam().limit);
-    ASSERT_TRUE(contents.data);
-    EXPECT_FALSE(contents.data->isNull());
-    EXPECT_TRUE(*contents.data == data.first(GetParam().expected));
-    EXPECT_TRUE(contents.error.isEmpty());
+    struct Row
+    {
+        const char *name;
+        qint64 length;
+        qint64 limit;
+        qint64 expected;
+    };
+    forEachRow<Row>({{"empty", 0, -1, 0},
+                     {"emptyLimited", 0, 10, 0},
+                     {"whole", 70'000, -1, 70'000},
+                     {"exact", 4096, 4096, 4096},
+                     {"longer", 70'000, 4096, 4096},
+                     {"nothing", 100, 0, 0}},
+                    [this](const Row &row) {
+                        QByteArray data = QByteArray("0123456789x").repeated(7000);
+                        data.truncate(row.length);
+                        pen.write(u"a"_s, data);
+                        const auto contents =
+                            FileManager::contents(pen.volumePath(u"a"_s), row.limit);
+                        ASSERT_TRUE(contents.data);
+                        EXPECT_FALSE(contents.data->isNull());
+                        EXPECT_TRUE(*contents.data == data.first(row.expected));
+                        EXPECT_TRUE(contents.error.isEmpty());
+                    });
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Lengths, ReadLimits,
-    testing::Values(LimitCase{"empty", 0, -1, 0}, LimitCase{"emptyLimited", 0, 10, 0},
-                    LimitCase{"whole", 70'000, -1, 70'000}, LimitCase{"shorter", 100, 4096, 100},
-                    LimitCase{"exact", 4096, 4096, 4096}, LimitCase{"longer", 70'000, 4096, 4096},
-                    LimitCase{"nothing", 100, 0, 0}),
-    [](const auto &row) { return row.param.label; });
 
 TEST_F(FileManagerTest, ReadsRegularFilesOnlyAndNeverWaits)
 {
@@ -360,16 +297,6 @@ TEST_F(FileManagerTest, RemovesFilesAndFoldersButNeverTheVolume)
     EXPECT_EQ(pen.names(QString()), QStringList({u"configure"_s, u"mp3"_s}));
 }
 
-TEST_F(FileManagerTest, MovesOverAnExistingFile)
-{
-    pen.write(u"book/a.qnk"_s, "old");
-    EXPECT_TRUE(
-        FileManager::moveItem(outside.filePath(u"secret.txt"_s), pen.volumePath(u"book/a.qnk"_s)));
-    EXPECT_EQ(pen.read(u"book/a.qnk"_s), secret);
-    EXPECT_FALSE(QFileInfo::exists(outside.filePath(u"secret.txt"_s)));
-    EXPECT_EQ(pen.names(u"book"_s), QStringList(u"a.qnk"_s));
-}
-
 TEST_F(FileManagerTest, StopsBeforeMovingAnything)
 {
     std::stop_source stop;
@@ -416,10 +343,6 @@ TEST_F(FileManagerTest, MakesTheDocumentsFolderOfTheHomeItIsAskedIn)
         EXPECT_EQ(FileManager::documentsFolder(), folder);
         EXPECT_TRUE(QFileInfo(*folder).isDir());
     }
-}
-
-TEST_F(FileManagerTest, HasNoDocumentsFolderWhereAFileStandsInItsWay)
-{
     qputenv("HOME", outside.filePath(u"secret.txt"_s).toUtf8());
     EXPECT_FALSE(FileManager::documentsFolder());
 }

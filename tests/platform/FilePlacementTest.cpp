@@ -1,8 +1,6 @@
 #include "platform/FilePlacement.h"
 
-#include "platform/FileManager.h"
-#include "platform/FolderVolumes.h"
-#include "tests/support/PenFolder.h"
+#include "tests/support/PenTest.h"
 
 #include <QDir>
 #include <QFile>
@@ -11,7 +9,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -94,6 +91,30 @@ private:
     }
 };
 
+/// A file to place over an old one, on the same medium.
+class PlacementTest : public PenTest
+{
+protected:
+    void prepare() const
+    {
+        pen.write(u"book/target.qnk"_s, oldBytes);
+        pen.write(u"source.tmp"_s, bytes);
+    }
+
+    /// 0 or the errno value.
+    int move(FaultyCalls &calls)
+    {
+        const FilePlace place(pen.volumePath(u"book/target.qnk"_s), &volumes);
+        return FilePlacement(place, calls.calls)
+            .moveHere(FilePlace(pen.volumePath(u"source.tmp"_s), &volumes), stop.get_token());
+    }
+
+    [[nodiscard]] QByteArray target() const { return pen.read(u"book/target.qnk"_s); }
+
+    const QByteArray bytes = newBytes();
+    std::stop_source stop;
+};
+
 enum class Operation { Write, Copy, Rename };
 enum class Target { Absent, Present };
 
@@ -104,31 +125,37 @@ struct PlacementCase
     Target target;
 };
 
-class Placement : public testing::TestWithParam<PlacementCase>
+class Placement : public PlacementTest, public testing::WithParamInterface<PlacementCase>
 {
 protected:
-    void prepare()
+    void prepare() const
     {
-        pen.write(u"book/target.qnk"_s, oldBytes);
+        PlacementTest::prepare();
         if (GetParam().target == Target::Absent)
             pen.remove(u"book/target.qnk"_s);
-        pen.write(u"source.tmp"_s, bytes);
     }
 
-    /// 0 or the errno value.
     int perform(FaultyCalls &faulty)
     {
-        const FilePlace target(pen.volumePath(u"book/target.qnk"_s), &volumes);
-        FilePlacement placement(target, faulty.calls);
         faulty.acrossSystems = GetParam().operation == Operation::Copy;
-        if (GetParam().operation == Operation::Write)
-            return placement.write(bytes);
-        return placement.moveHere(FilePlace(pen.volumePath(u"source.tmp"_s), &volumes),
-                                  stop.get_token());
+        if (isMove())
+            return move(faulty);
+        const FilePlace place(pen.volumePath(u"book/target.qnk"_s), &volumes);
+        return FilePlacement(place, faulty.calls).write(bytes);
+    }
+
+    int performFailingAt(qsizetype call, FaultyCalls::After after)
+    {
+        prepare();
+        FaultyCalls faulty;
+        faulty.failAt = call;
+        faulty.after = after;
+        const int error = perform(faulty);
+        EXPECT_GT(faulty.made.size(), call);
+        return error;
     }
 
     [[nodiscard]] bool isMove() const { return GetParam().operation != Operation::Write; }
-    [[nodiscard]] QByteArray target() const { return pen.read(u"book/target.qnk"_s); }
     [[nodiscard]] bool isTargetOld() const
     {
         return GetParam().target == Target::Present ? target() == oldBytes : target().isNull();
@@ -146,11 +173,6 @@ protected:
         EXPECT_EQ(perform(faulty), 0);
         return faulty.made;
     }
-
-    const QByteArray bytes = newBytes();
-    PenFolder pen;
-    FolderVolumes volumes{pen.volumes()};
-    std::stop_source stop;
 };
 
 /// A rename writes nothing.
@@ -178,11 +200,7 @@ TEST_P(Placement, LeavesOldOrNewWhenACallFails)
     const QByteArrayList made = callsOfASuccess();
     for (qsizetype i = 0; i < made.size(); ++i) {
         SCOPED_TRACE(made.at(i).toStdString() + " at " + std::to_string(i));
-        prepare();
-        FaultyCalls faulty;
-        faulty.failAt = i;
-        const int error = perform(faulty);
-        EXPECT_EQ(faulty.made.value(i), made.at(i));
+        const int error = performFailingAt(i, FaultyCalls::After::Recovers);
         const bool flushedLate = made.at(i) == "fsync" || made.mid(0, i).contains("renameat");
         if (error == 0) { // only what is not needed may fail
             EXPECT_TRUE(made.at(i) == "unlinkat" || made.at(i) == "close");
@@ -198,19 +216,14 @@ TEST_P(Placement, LeavesOldOrNewWhenACallFails)
 
 TEST_P(Placement, LeavesOldOrNewWhenTheMediumGoes)
 {
-    const QByteArrayList made = callsOfASuccess();
-    for (qsizetype i = 0; i < made.size(); ++i) {
-        SCOPED_TRACE(made.at(i).toStdString() + " at " + std::to_string(i));
-        prepare();
-        FaultyCalls faulty;
-        faulty.failAt = i;
-        faulty.after = FaultyCalls::After::StaysGone;
-        const int error = perform(faulty);
+    const qsizetype calls = callsOfASuccess().size();
+    for (qsizetype i = 0; i < calls; ++i) {
+        SCOPED_TRACE(i);
+        const int error = performFailingAt(i, FaultyCalls::After::StaysGone);
         EXPECT_TRUE(error == 0 ? isTargetNew() : isTargetOld() || isTargetNew());
         if (!isTargetNew() && isMove()) {
             EXPECT_EQ(pen.read(u"source.tmp"_s), bytes);
         }
-        FileManager::setVolumeSource(&volumes);
         FileManager::removeLeftovers(pen.volumePath(u"book"_s));
         EXPECT_TRUE(isNeighbourGone());
     }
@@ -270,56 +283,40 @@ INSTANTIATE_TEST_SUITE_P(Kinds, WritingPlacement,
 namespace {
 
 /// Copies across file systems only.
-class Copying : public testing::Test
+class Copying : public PlacementTest
 {
 protected:
-    void SetUp() override
-    {
-        pen.write(u"book/target.qnk"_s, oldBytes);
-        pen.write(u"source.tmp"_s, bytes);
-    }
+    void SetUp() override { prepare(); }
 
-    int move()
-    {
-        const FilePlace target(pen.volumePath(u"book/target.qnk"_s), &volumes);
-        return FilePlacement(target, faulty.calls)
-            .moveHere(FilePlace(pen.volumePath(u"source.tmp"_s), &volumes), stop.get_token());
-    }
+    int move() { return PlacementTest::move(faulty); }
 
     void expectNothingHappened() const
     {
-        EXPECT_EQ(pen.read(u"book/target.qnk"_s), oldBytes);
+        EXPECT_EQ(target(), oldBytes);
         EXPECT_EQ(pen.names(u"book"_s), QStringList(u"target.qnk"_s));
         EXPECT_TRUE(pen.exists(u"source.tmp"_s));
     }
 
-    const QByteArray bytes = newBytes();
-    PenFolder pen;
-    FolderVolumes volumes{pen.volumes()};
     FaultyCalls faulty;
-    std::stop_source stop;
 };
 
 } // namespace
 
-class StopAtBlock : public Copying, public testing::WithParamInterface<int>
+TEST_F(Copying, StopsAtABlockAndLeavesTheOldFile)
 {
-};
-
-TEST_P(StopAtBlock, LeavesTheOldFileAndReadsNoFurther)
-{
-    int blocks = 0;
-    faulty.calls.read = [&](int file, void *data, size_t size) {
-        if (++blocks == GetParam())
-            stop.request_stop();
-        return ::read(file, data, size);
-    };
-    EXPECT_EQ(move(), ECANCELED);
-    EXPECT_EQ(blocks, GetParam());
-    expectNothingHappened();
+    for (const int last : {1, 2, 4}) {
+        int blocks = 0;
+        stop = std::stop_source();
+        faulty.calls.read = [&](int file, void *data, size_t size) {
+            if (++blocks == last)
+                stop.request_stop();
+            return ::read(file, data, size);
+        };
+        EXPECT_EQ(move(), ECANCELED);
+        EXPECT_EQ(blocks, last);
+        expectNothingHappened();
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Blocks, StopAtBlock, testing::Values(1, 2, 3, 4));
 
 TEST_F(Copying, ChecksTheFreeSpaceBeforeItWrites)
 {
@@ -333,16 +330,6 @@ TEST_F(Copying, ChecksTheFreeSpaceBeforeItWrites)
     EXPECT_EQ(move(), ENOSPC);
     EXPECT_FALSE(faulty.made.contains("write"));
     expectNothingHappened();
-}
-
-TEST_F(Copying, TriesWhereTheFreeSpaceIsNotTold)
-{
-    faulty.calls.fstatvfs = [](int, struct statvfs *system) {
-        *system = {};
-        return 0;
-    };
-    EXPECT_EQ(move(), 0);
-    EXPECT_EQ(pen.read(u"book/target.qnk"_s), bytes);
 }
 
 TEST_F(Copying, RefusesASourceThatChangesMeanwhile)
@@ -366,30 +353,25 @@ TEST_F(Copying, GoesOnAfterAnInterruptedCall)
         return ::read(file, data, size);
     };
     EXPECT_EQ(move(), 0);
-    EXPECT_EQ(pen.read(u"book/target.qnk"_s), bytes);
+    EXPECT_EQ(target(), bytes);
 }
 
-TEST_F(Copying, AcceptsAFolderThatCannotBeFlushed)
+TEST_F(Copying, GoesOnWithoutWhatIsNotNeeded)
 {
+    faulty.calls.fstatvfs = [](int, struct statvfs *system) {
+        *system = {}; // as where the free space is not told
+        return 0;
+    };
     faulty.failKind = "fsync";
-    faulty.error = EINVAL;
+    faulty.error = EINVAL; // as where folders cannot be flushed
     EXPECT_EQ(move(), 0);
-    EXPECT_EQ(pen.read(u"book/target.qnk"_s), bytes);
-}
+    EXPECT_EQ(target(), bytes);
 
-TEST_F(Copying, KeepsTheSourceWhenOnlyItsRemovalFails)
-{
+    prepare();
     faulty.failKind = "unlinkat";
     EXPECT_EQ(move(), 0);
-    EXPECT_EQ(pen.read(u"book/target.qnk"_s), bytes);
+    EXPECT_EQ(target(), bytes);
     EXPECT_TRUE(pen.exists(u"source.tmp"_s));
-}
-
-TEST_F(Copying, MovesAnEmptyFile)
-{
-    pen.write(u"source.tmp"_s, "");
-    EXPECT_EQ(move(), 0);
-    EXPECT_EQ(pen.read(u"book/target.qnk"_s), "");
 }
 
 TEST_F(Copying, DoesNotReplaceAFolder)

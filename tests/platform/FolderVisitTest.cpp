@@ -1,40 +1,29 @@
 #include "platform/FolderVisit.h"
 
-#include "platform/FileManager.h"
-#include "platform/FolderVolumes.h"
-#include "tests/support/PenFolder.h"
+#include "tests/support/PenTest.h"
 
 #include <filesystem>
-#include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-class FolderVisitTest : public testing::Test
+class FolderVisitTest : public PenTest
 {
 protected:
     FolderVisitTest()
-        : m_volumes(pen.volumes())
     {
-        FileManager::setVolumeSource(&m_volumes);
         pen.write(u"book/a.txt"_s, "inside");
         pen.write(u"book/deep/b.txt"_s, "deeper");
         pen.write(u"configure/c.txt"_s, "elsewhere");
         std::filesystem::create_symlink(pen.path(u"configure/c.txt"_s).toStdString(),
                                         pen.path(u"book/link.txt"_s).toStdString());
     }
-    ~FolderVisitTest() override { FileManager::setVolumeSource(nullptr); }
 
     [[nodiscard]] std::optional<QByteArray> contents(const QString &relative) const
     {
         return FileManager::contents(pen.volumePath(relative)).data;
     }
-
-    PenFolder pen;
-
-private:
-    FolderVolumes m_volumes;
 };
 
 } // namespace

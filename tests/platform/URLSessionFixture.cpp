@@ -5,6 +5,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <atomic>
 
 QByteArray pattern(qsizetype size, quint32 seed)
 {
@@ -125,6 +126,13 @@ URLSessionFixture::~URLSessionFixture()
     qunsetenv("TMPDIR");
 }
 
+TransferRecorder::Task URLSessionFixture::begin(const QByteArray &path)
+{
+    auto task = session->downloadTask(server.url(path));
+    task->resume();
+    return task;
+}
+
 Told URLSessionFixture::download(const QUrl &url)
 {
     return run(session->downloadTask(url));
@@ -146,31 +154,22 @@ DataTaskResult URLSessionFixture::fetch(const URLRequest &request)
 {
     struct State
     {
-        std::mutex mutex;
-        std::optional<DataTaskResult> result;
+        DataTaskResult result;
+        std::atomic<int> told = 0;
     };
     const auto state = std::make_shared<State>();
     session->dataTask(request, [state](const DataTaskResult &result) {
-        const std::lock_guard lock(state->mutex);
-        EXPECT_FALSE(state->result) << "told twice";
         state->result = result;
+        EXPECT_EQ(++state->told, 1);
     });
-    const bool told = QTest::qWaitFor(
-        [&] {
-            const std::lock_guard lock(state->mutex);
-            return state->result.has_value();
-        },
-        30'000);
-    EXPECT_TRUE(told) << "the completion never ran";
-    const std::lock_guard lock(state->mutex);
-    return state->result.value_or(DataTaskResult());
+    EXPECT_TRUE(QTest::qWaitFor([&] { return state->told > 0; }, 30'000))
+        << "the completion never ran";
+    return state->told > 0 ? state->result : DataTaskResult();
 }
 
-DataTaskResult URLSessionFixture::fetch(const QByteArray &path)
+DataTaskResult URLSessionFixture::fetch(const QByteArray &path, const QByteArray &method)
 {
-    URLRequest request;
-    request.url = server.url(path);
-    return fetch(request);
+    return fetch({server.url(path), method, {}, {}});
 }
 
 QStringList URLSessionFixture::temporaryFiles() const

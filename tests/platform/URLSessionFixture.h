@@ -2,6 +2,8 @@
 
 #include "platform/URLSession.h"
 #include "tests/support/FaultServer.h"
+#include "tests/support/Printers.h"
+#include "tests/support/Rows.h"
 
 #include <QElapsedTimer>
 #include <QStringList>
@@ -9,8 +11,6 @@
 
 #include <mutex>
 #include <thread>
-
-#include <gtest/gtest.h>
 
 /// Bytes that look different at every place.
 [[nodiscard]] QByteArray pattern(qsizetype size, quint32 seed = 1);
@@ -70,19 +70,32 @@ private:
     std::vector<std::thread::id> m_threads;
 };
 
+inline const QStringList success{QStringLiteral("finished"), QStringLiteral("metrics"),
+                                 QStringLiteral("complete")};
+inline const QStringList failure{QStringLiteral("metrics"), QStringLiteral("complete")};
+constexpr qsizetype mebibyte = 1024 * 1024;
+
 /// A session, a server and a temporary folder of their own.
 class URLSessionFixture : public testing::Test
 {
 protected:
+    using Fault = FaultServer::Fault;
+    using Gate = FaultServer::Gate;
+    using Length = FaultServer::Length;
+    using Ranges = FaultServer::Ranges;
+    using Reply = FaultServer::Reply;
+
     URLSessionFixture();
     ~URLSessionFixture() override;
 
+    /// A download under way.
+    [[nodiscard]] TransferRecorder::Task begin(const QByteArray &path);
     [[nodiscard]] Told download(const QUrl &url);
     [[nodiscard]] Told download(const QByteArray &path) { return download(server.url(path)); }
     [[nodiscard]] Told resume(const QByteArray &resumeData);
     [[nodiscard]] Told run(const TransferRecorder::Task &task);
     [[nodiscard]] DataTaskResult fetch(const URLRequest &request);
-    [[nodiscard]] DataTaskResult fetch(const QByteArray &path);
+    [[nodiscard]] DataTaskResult fetch(const QByteArray &path, const QByteArray &method = "GET");
     /// What lies in the temporary folder.
     [[nodiscard]] QStringList temporaryFiles() const;
 

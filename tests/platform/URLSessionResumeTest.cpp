@@ -7,10 +7,6 @@
 
 namespace {
 
-using Fault = FaultServer::Fault;
-using Ranges = FaultServer::Ranges;
-using Reply = FaultServer::Reply;
-
 constexpr qsizetype size = 300'000;
 constexpr qsizetype firstPart = 100'000;
 const char date[] = "Mon, 06 May 2024 10:00:00 GMT";
@@ -34,13 +30,28 @@ protected:
         return told;
     }
 
+    static Reply partial(const QByteArray &contentRange)
+    {
+        return {.status = 206,
+                .headers = {{"Content-Range", contentRange}},
+                .body = pattern(size - firstPart),
+                .etag = QByteArray()};
+    }
+
+    /// Going on with the first attempt takes the whole file again.
+    void expectAnew(const Told &first)
+    {
+        EXPECT_TRUE(resume(*first.error->resumeData).content == body);
+        EXPECT_FALSE(server.requests().last().hasHeader("Range"));
+        EXPECT_EQ(temporaryFiles(), QStringList());
+    }
+
     [[nodiscard]] QString partialFile() const
     {
         return temporary.filePath(temporaryFiles().value(0));
     }
 
     const QByteArray body = pattern(size);
-    const QByteArray other = pattern(size, 2);
 };
 
 TEST_F(URLSessionResumeTest, GoesOnWhereItStopped)
@@ -110,86 +121,56 @@ TEST_F(URLSessionResumeTest, FollowsARedirectWithItsRange)
     EXPECT_EQ(server.requests("/file").last().header("Range"), "bytes=100000-");
 }
 
-struct StartsOver
+TEST_F(URLSessionResumeTest, StartsOverWhenThereIsAnotherFile)
 {
-    const char *name;
-    Reply reply;
-};
-
-class URLSessionStartsOverTest : public URLSessionResumeTest,
-                                 public testing::WithParamInterface<StartsOver>
-{
-};
-
-TEST_P(URLSessionStartsOverTest, TakesTheWholeFile)
-{
-    const Reply &second = GetParam().reply;
-    const Told first = firstAttempt({second});
-    const Told told = resume(*first.error->resumeData);
-    EXPECT_EQ(told.errorText(), QString());
-    EXPECT_TRUE(told.content == second.body);
-    EXPECT_EQ(told.written(), second.body.size());
-    EXPECT_EQ(told.progress.last().total, second.body.size());
-    EXPECT_EQ(temporaryFiles(), QStringList());
+    struct Row
+    {
+        const char *name;
+        Reply reply;
+    };
+    forEachRow<Row>({{"FileChangedToAShorterOne", {.body = pattern(1000, 2)}},
+                     {"RangeIgnored", {.body = body, .ranges = Ranges::Ignored}},
+                     {"TagChanged", {.body = body, .etag = "\"new\""}}},
+                    [this](const Row &row) {
+                        const Told first = firstAttempt({row.reply});
+                        const Told told = resume(*first.error->resumeData);
+                        EXPECT_EQ(told.errorText(), QString());
+                        EXPECT_TRUE(told.content == row.reply.body);
+                        EXPECT_EQ(told.written(), row.reply.body.size());
+                        EXPECT_EQ(told.progress.last().total, row.reply.body.size());
+                        EXPECT_EQ(temporaryFiles(), QStringList());
+                    });
 }
 
-const StartsOver startsOver[] = {
-    {"FileChanged", {.body = pattern(size, 2)}},
-    {"FileChangedToAShorterOne", {.body = pattern(1000, 2)}},
-    {"RangeIgnored", {.body = pattern(size), .ranges = Ranges::Ignored}},
-    {"TagChanged", {.body = pattern(size), .etag = "\"new\""}},
-};
-
-INSTANTIATE_TEST_SUITE_P(Server, URLSessionStartsOverTest, testing::ValuesIn(startsOver),
-                         [](const auto &row) { return std::string(row.param.name); });
-
-struct Unfit
+TEST_F(URLSessionResumeTest, AnUnfitPartFailsWithoutSplicing)
 {
-    const char *name;
-    Reply reply;
-};
-
-class URLSessionUnfitPartTest : public URLSessionResumeTest,
-                                public testing::WithParamInterface<Unfit>
-{
-};
-
-TEST_P(URLSessionUnfitPartTest, FailsWithoutSplicing)
-{
-    const Told first = firstAttempt({GetParam().reply});
-    const Told told = resume(*first.error->resumeData);
-    EXPECT_EQ(told.calls, QStringList({QStringLiteral("metrics"), QStringLiteral("complete")}));
-    EXPECT_FALSE(told.errorText().isEmpty());
-    EXPECT_FALSE(told.isResumable());
-    EXPECT_EQ(told.written(), 0);
-    EXPECT_EQ(temporaryFiles(), QStringList());
+    struct Row
+    {
+        const char *name;
+        Reply reply;
+    };
+    forEachRow<Row>(
+        {{"OfAChangedFile", {.body = pattern(size, 2), .ranges = Ranges::WithoutIfRange}},
+         {"WithoutContentRange",
+          {.status = 206, .body = pattern(size - firstPart), .etag = QByteArray()}},
+         {"WithNonsenseAsContentRange", partial("bytes 100000-299999")},
+         {"FromTheBeginning", partial("bytes 0-199999/300000")},
+         {"OneByteLate", partial("bytes 100001-300000/300001")},
+         {"OfAnotherTotal", partial("bytes 100000-299999/300001")},
+         {"OfALengthThatIsNotItsOwn", partial("bytes 100000-299998/300000")},
+         {"NotSatisfiable", {.body = pattern(1000), .ranges = Ranges::WithoutIfRange}},
+         {"NotFound", {.status = 404, .body = "gone"}},
+         {"AnotherSuccess", {.status = 203, .body = body}}},
+        [this](const Row &row) {
+            const Told first = firstAttempt({row.reply});
+            const Told told = resume(*first.error->resumeData);
+            EXPECT_EQ(told.calls, failure);
+            EXPECT_FALSE(told.errorText().isEmpty());
+            EXPECT_FALSE(told.isResumable());
+            EXPECT_EQ(told.written(), 0);
+            EXPECT_EQ(temporaryFiles(), QStringList());
+        });
 }
-
-Reply partial(const QByteArray &contentRange)
-{
-    return {.status = 206,
-            .headers = {{"Content-Range", contentRange}},
-            .body = pattern(size - firstPart),
-            .etag = QByteArray()};
-}
-
-const Unfit unfitParts[] = {
-    {"OfAChangedFile", {.body = pattern(size, 2), .ranges = Ranges::WithoutIfRange}},
-    {"WithoutContentRange",
-     {.status = 206, .body = pattern(size - firstPart), .etag = QByteArray()}},
-    {"WithNonsenseAsContentRange", partial("bytes 100000-299999")},
-    {"FromTheBeginning", partial("bytes 0-199999/300000")},
-    {"OneByteLate", partial("bytes 100001-300000/300001")},
-    {"OfAnotherTotal", partial("bytes 100000-299999/300001")},
-    {"OfALengthThatIsNotItsOwn", partial("bytes 100000-299998/300000")},
-    {"NotSatisfiable", {.body = pattern(1000), .ranges = Ranges::WithoutIfRange}},
-    {"NotFound", {.status = 404, .body = "gone"}},
-    {"ServerError", {.status = 503}},
-    {"AnotherSuccess", {.status = 203, .body = pattern(size)}},
-};
-
-INSTANTIATE_TEST_SUITE_P(Server, URLSessionUnfitPartTest, testing::ValuesIn(unfitParts),
-                         [](const auto &row) { return std::string(row.param.name); });
 
 TEST_F(URLSessionResumeTest, APartOfThePartIsNotTheFile)
 {
@@ -210,31 +191,16 @@ TEST_F(URLSessionResumeTest, AnUnknownTotalIsAskedOfThePart)
     EXPECT_EQ(told.progress.last().expected, size);
 }
 
-struct Junk
+TEST_F(URLSessionResumeTest, JunkFailsCleanly)
 {
-    const char *name;
-    QByteArray data;
-};
-
-class URLSessionJunkResumeDataTest : public URLSessionResumeTest,
-                                     public testing::WithParamInterface<Junk>
-{
-};
-
-TEST_P(URLSessionJunkResumeDataTest, FailsCleanly)
-{
-    const Told told = resume(GetParam().data);
-    EXPECT_EQ(told.calls, QStringList({QStringLiteral("metrics"), QStringLiteral("complete")}));
-    EXPECT_FALSE(told.errorText().isEmpty());
-    EXPECT_FALSE(told.isResumable());
+    for (const QByteArray &junk : {QByteArray(), pattern(500), QByteArray(1'000'000, '\0')}) {
+        const Told told = resume(junk);
+        EXPECT_EQ(told.calls, failure);
+        EXPECT_FALSE(told.errorText().isEmpty());
+        EXPECT_FALSE(told.isResumable());
+    }
     EXPECT_EQ(server.requests().size(), 0);
 }
-
-INSTANTIATE_TEST_SUITE_P(Data, URLSessionJunkResumeDataTest,
-                         testing::Values(Junk{"Empty", ""}, Junk{"Text", "junk"},
-                                         Junk{"Noise", pattern(500)},
-                                         Junk{"MuchNothing", QByteArray(1'000'000, '\0')}),
-                         [](const auto &row) { return std::string(row.param.name); });
 
 TEST_F(URLSessionResumeTest, AForgedRecordReachesNoFile)
 {
@@ -253,29 +219,15 @@ TEST_F(URLSessionResumeTest, AForgedRecordReachesNoFile)
     EXPECT_EQ(file.readAll(), "precious");
 }
 
-TEST_F(URLSessionResumeTest, ALostPartialFileStartsOver)
+TEST_F(URLSessionResumeTest, StartsOverWhenThePartIsLost)
 {
-    const Told first = firstAttempt({{.body = body}});
+    Told first = firstAttempt({{.body = body}});
     ASSERT_TRUE(QFile::remove(partialFile()));
-    EXPECT_TRUE(resume(*first.error->resumeData).content == body);
-    EXPECT_FALSE(server.requests().last().hasHeader("Range"));
-}
-
-TEST_F(URLSessionResumeTest, AShortenedPartialFileStartsOver)
-{
-    const Told first = firstAttempt({{.body = body}});
+    expectAnew(first);
+    first = firstAttempt({{.body = body}});
     ASSERT_TRUE(QFile::resize(partialFile(), firstPart - 1));
-    EXPECT_TRUE(resume(*first.error->resumeData).content == body);
-    EXPECT_FALSE(server.requests().last().hasHeader("Range"));
-    EXPECT_EQ(temporaryFiles(), QStringList());
-}
-
-TEST_F(URLSessionResumeTest, TheSameDataTwiceStartsOver)
-{
-    const Told first = firstAttempt({{.body = body}});
-    EXPECT_TRUE(resume(*first.error->resumeData).content == body);
-    EXPECT_TRUE(resume(*first.error->resumeData).content == body);
-    EXPECT_FALSE(server.requests().last().hasHeader("Range"));
+    expectAnew(first);
+    expectAnew(first); // the same data once more
 }
 
 TEST_F(URLSessionResumeTest, TheDataOfAnotherSessionStartsOver)
@@ -283,8 +235,7 @@ TEST_F(URLSessionResumeTest, TheDataOfAnotherSessionStartsOver)
     const Told first = firstAttempt({{.body = body}});
     session = std::make_unique<URLSession>(&recorder);
     EXPECT_EQ(temporaryFiles(), QStringList());
-    EXPECT_TRUE(resume(*first.error->resumeData).content == body);
-    EXPECT_FALSE(server.requests().last().hasHeader("Range"));
+    expectAnew(first);
 }
 
 } // namespace

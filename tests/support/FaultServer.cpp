@@ -87,9 +87,6 @@ FaultServer::Reply FaultServer::Reply::redirect(const QByteArray &location, int 
 
 FaultServer::FaultServer()
     : m_listener(listenOnLoopback(m_port))
-    , m_otherwise([](const Request &) {
-        return Reply{.status = 404, .body = "not here", .etag = QByteArray()};
-    })
     , m_acceptor([this] { acceptConnections(); })
 {
 }
@@ -127,9 +124,10 @@ FaultServer::Reply FaultServer::answer(const Request &request)
     {
         const std::lock_guard lock(m_mutex);
         m_requests.append(request);
-        const Handler forPath = m_handlers.value(request.path(), m_otherwise);
-        handler = m_handlers.value(request.target, forPath);
+        handler = m_handlers.value(request.target, m_handlers.value(request.path()));
     }
+    if (!handler)
+        return {.status = 404, .body = "not here", .etag = QByteArray()};
     const std::lock_guard lock(m_handlerMutex);
     return handler(request);
 }
@@ -170,15 +168,6 @@ void FaultServer::on(const QByteArray &path, const Handler &handler)
     const auto shared = std::make_shared<Handler>(handler);
     const std::lock_guard lock(m_mutex);
     m_handlers.insert(path, [shared](const Request &request) { return (*shared)(request); });
-}
-
-void FaultServer::otherwise(const Handler &handler)
-{
-    const auto shared = std::make_shared<Handler>(handler);
-    const std::lock_guard lock(m_mutex);
-    m_otherwise = [shared](const Request &request) {
-        return (*shared)(request);
-    };
 }
 
 QList<FaultServer::Request> FaultServer::requests() const

@@ -114,7 +114,6 @@ public:
     FaultServer(const FaultServer &) = delete;
     FaultServer &operator=(const FaultServer &) = delete;
 
-    [[nodiscard]] int port() const { return m_port; }
     [[nodiscard]] QUrl url(const QByteArray &path) const;
     /// The same as text, for prefixes: address("/files/").
     [[nodiscard]] QString address(const QByteArray &path) const;
@@ -127,8 +126,6 @@ public:
     /// The last reply stays.
     void serveInTurn(const QByteArray &path, const QList<Reply> &replies);
     void on(const QByteArray &path, const Handler &handler);
-    /// What answers where nothing else does; 404 at first.
-    void otherwise(const Handler &handler);
 
     /// In the order of arrival.
     [[nodiscard]] QList<Request> requests() const;
@@ -149,7 +146,6 @@ private:
     int m_listener = -1;
     mutable std::mutex m_mutex; ///< what follows
     QHash<QByteArray, Handler> m_handlers;
-    Handler m_otherwise;
     QList<Request> m_requests;
     std::mutex m_handlerMutex; ///< one handler at a time
     std::stop_source m_stop;

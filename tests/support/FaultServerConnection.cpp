@@ -40,24 +40,6 @@ bool allowsRange(const FaultServer::Request &request, const FaultServer::Reply &
            || condition == entityTag(reply) || condition == reply.lastModified;
 }
 
-const char *reason(int status)
-{
-    switch (status) {
-    case 200:
-        return "OK";
-    case 206:
-        return "Partial Content";
-    case 404:
-        return "Not Found";
-    case 416:
-        return "Range Not Satisfiable";
-    case 500:
-        return "Internal Server Error";
-    default:
-        return "Something";
-    }
-}
-
 } // namespace
 
 FaultServer::Connection::Connection(int socket, std::stop_token stop, Handler answer)
@@ -164,8 +146,8 @@ QByteArray FaultServer::Connection::head(const Reply &reply, const Part &part) c
     else if (part.status == 416)
         add("Content-Range", "bytes */" + size);
 
-    QByteArray text =
-        "HTTP/1.1 " + QByteArray::number(part.status) + ' ' + reason(part.status) + "\r\n";
+    QByteArray text = "HTTP/1.1 " + QByteArray::number(part.status)
+                      + (part.status == 404 ? " Not Found\r\n" : " Something\r\n");
     for (const auto &[name, value] : std::as_const(headers))
         text += name + ": " + value + "\r\n";
     return text + "\r\n";

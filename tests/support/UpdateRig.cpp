@@ -81,13 +81,11 @@ void UpdateRig::configureWith(const QByteArray &propertyList)
     Bundle::setConfigurationFile(file.fileName());
 }
 
-QByteArray UpdateRig::title(int mid, const QByteArray &name, const QByteArray &areaCode,
-                            int publisherId)
+QByteArray UpdateRig::title(int mid, const QByteArray &name, const QByteArray &areaCode)
 {
     return R"({"title":")" + name + R"(","author":"Ada","isbn":"978","mid":)"
            + QByteArray::number(mid) + R"(,"bookAreaCode":")" + areaCode
-           + R"(","volume":1,"mediaType":"Buch","publisher":{"publisherId":)"
-           + QByteArray::number(publisherId) + R"(,"name":"Verlag"}})";
+           + R"(","volume":1,"mediaType":"Buch","publisher":{"publisherId":7,"name":"Verlag"}})";
 }
 
 void UpdateRig::serveCatalogue(const QByteArray &versions, const QList<QByteArray> &allTitles,
@@ -98,17 +96,16 @@ void UpdateRig::serveCatalogue(const QByteArray &versions, const QList<QByteArra
     server.serveInTurn("/medias", {{.body = array(allTitles)}, {.body = array(requestedTitles)}});
 }
 
-QByteArray UpdateRig::contentPath(int mid, int version, const QByteArray &areaCode, int publisherId)
+QByteArray UpdateRig::contentPath(int mid, int version)
 {
-    return "/files/" + QByteArray::number(publisherId) + '/' + QByteArray::number(mid) + '/'
-           + QByteArray::number(version) + '/' + QByteArray::number(mid).rightJustified(5, '0')
-           + '_' + areaCode + ".qnk";
+    const QByteArray number = QByteArray::number(mid);
+    return "/files/7/" + number + '/' + QByteArray::number(version) + '/'
+           + number.rightJustified(5, '0') + "_en.qnk";
 }
 
-void UpdateRig::serveContent(int mid, int version, const QByteArray &content,
-                             const QByteArray &areaCode, int publisherId)
+void UpdateRig::serveContent(int mid, int version, const QByteArray &content)
 {
-    server.serve(contentPath(mid, version, areaCode, publisherId), content);
+    server.serve(contentPath(mid, version), content);
 }
 
 void UpdateRig::putTitle(const QString &id, int version, bool withContent, bool withCover)
@@ -136,7 +133,6 @@ bool UpdateRig::waitForEnd(int timeout)
 
 void UpdateRig::loadData()
 {
-    ++loads;
     const PenLibrary library = ElementService::getQuilloFilesInfoFromPen();
     bookList() = library.books;
     gameList() = library.games;

@@ -24,14 +24,12 @@ public:
 
     /// Title data for one title as the media server writes it.
     [[nodiscard]] static QByteArray title(int mid, const QByteArray &name,
-                                          const QByteArray &areaCode = "en", int publisherId = 7);
+                                          const QByteArray &areaCode = "en");
     /// The media server's answers: versions, the data of the pen's titles, of the requested ones.
     void serveCatalogue(const QByteArray &versions, const QList<QByteArray> &allTitles,
                         const QList<QByteArray> &requestedTitles = {});
-    void serveContent(int mid, int version, const QByteArray &content,
-                      const QByteArray &areaCode = "en", int publisherId = 7);
-    [[nodiscard]] static QByteArray
-    contentPath(int mid, int version, const QByteArray &areaCode = "en", int publisherId = 7);
+    void serveContent(int mid, int version, const QByteArray &content);
+    [[nodiscard]] static QByteArray contentPath(int mid, int version);
 
     /// A title's metadata file and, unless absent, its content and its cover.
     void putTitle(const QString &id, int version, bool withContent = true, bool withCover = true);
@@ -41,14 +39,12 @@ public:
     [[nodiscard]] bool waitForEnd(int timeout = 20'000);
 
     void loadData() override;
-    void showBooksView() override { ++booksViewsShown; }
+    void showBooksView() override {}
 
     PenFolder pen;
     FaultServer server;
     FolderVolumes volumes;
     std::unique_ptr<UpdateService> service;
-    int loads = 0;
-    int booksViewsShown = 0;
 
 private:
     QTemporaryDir m_configuration;

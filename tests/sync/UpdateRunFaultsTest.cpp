@@ -1,94 +1,54 @@
 // Update runs against broken input: each gives its line, ends, and leaves nothing broken on the
 // pen.
-#include "download/DownloadQueue.h"
-#include "download/DownloadWindowController.h"
-#include "library/LibraryLists.h"
-#include "tests/support/Output.h"
-#include "tests/support/UpdateRig.h"
-#include "ui/Localization.h"
+#include "tests/support/Rows.h"
+#include "tests/sync/UpdateRunFixture.h"
 
 #include <QElapsedTimer>
-#include <QTest>
-
-#include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
+using Reply = FaultServer::Reply;
 
 namespace {
 
-const QByteArray oldMetadata = "Name: Old\nPublisher: P\nAuthor: A\nBook Area Code: en\nISBN: 1\n"
-                               "Type: Buch\nBook Version: 2\n";
+using UpdateRunFaults = UpdateRun;
 
-struct AnswerRow
+TEST_F(UpdateRunFaults, BrokenAnswersEndTheRunAndLeaveTheTitleAlone)
 {
-    const char *name;
-    FaultServer::Reply versions;
-    FaultServer::Reply medias;
-    bool noAnswer; ///< the window says that the server did not answer
-};
-
-class BrokenAnswers : public testing::TestWithParam<AnswerRow>
-{
-protected:
-    UpdateRig rig;
-};
-
-TEST_P(BrokenAnswers, EndTheRunAndLeaveTheTitleAlone)
-{
+    struct Row
+    {
+        const char *name;
+        Reply versions;
+        Reply medias;
+        bool noAnswer = false; ///< the window says that the server did not answer
+    };
+    const Reply good{.body = R"({"00042":3})"};
+    const Reply media{.body = "[" + UpdateRig::title(42, "Drache") + "]"};
     rig.putTitle(u"00042_en"_s, 2);
-    rig.pen.write(u"configure/tbd.txt"_s, "MID=42\n");
-    rig.server.serve("/versions", GetParam().versions);
-    rig.server.serve("/medias", GetParam().medias);
-    ASSERT_TRUE(rig.run());
-    EXPECT_EQ(rig.pen.read(u"book/00042_en.txt"_s), oldMetadata);
-    EXPECT_EQ(rig.pen.read(u"book/00042_en.qnk"_s), "old content");
-    EXPECT_TRUE(updateElements().isEmpty());
-    const DownloadPresentation &window = rig.service->downloadWindowController().presentation();
-    EXPECT_EQ(window.headline, localized(GetParam().noAnswer ? u"label_no_response_from_server"_s
-                                                             : u"label_download_complete"_s));
-    EXPECT_TRUE(window.okEnabled);
-    EXPECT_FALSE(window.cancelEnabled);
-    // The list was processed, whatever came of it.
-    EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "");
+    forEachRow<Row>(
+        {{"VersionsNoJson", {.body = "<html>"}, media},
+         {"VersionsArray", {.body = "[1]"}, media},
+         {"MediasTruncated", good, {.body = media.body.chopped(5)}},
+         {"MediasObject", good, {.body = "{}"}},
+         {"MediasNoUtf8", good, {.body = "[\"\xff\"]"}, true},
+         {"MediasEmpty", good, {.body = ""}},
+         {"MediasError", good, {.status = 500, .body = media.body}, true},
+         {"MediasCut", good, {.body = media.body, .fault = Fault::Close, .faultAt = 20}, true},
+         {"MediasTooMuch", good, {.body = QByteArray(1 << 20, ' '), .repeat = 65}, true},
+         {"AreaCodeGoesUp", good, {.body = "[" + UpdateRig::title(42, "D", "../../x") + "]"}}},
+        [this](const Row &row) {
+            rig.pen.write(u"configure/tbd.txt"_s, "MID=42\n");
+            rig.server.serve("/versions", row.versions);
+            rig.server.serve("/medias", row.medias);
+            ASSERT_TRUE(rig.run());
+            expectOldTitle();
+            EXPECT_TRUE(updateElements().isEmpty());
+            expectHeadline(row.noAnswer ? u"label_no_response_from_server"_s
+                                        : u"label_download_complete"_s);
+            EXPECT_TRUE(window().okEnabled && !window().cancelEnabled);
+            // The list was processed, whatever came of it.
+            EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "");
+        });
 }
-
-const FaultServer::Reply good = {.body = R"({"00042":3})"};
-const FaultServer::Reply media = {.body = "[" + UpdateRig::title(42, "Drache") + "]"};
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, BrokenAnswers,
-    testing::Values(
-        AnswerRow{"VersionsNoJson", {.body = "<html>"}, media, false},
-        AnswerRow{"VersionsArray", {.body = "[1]"}, media, false},
-        AnswerRow{"MediasTruncated", good, {.body = media.body.chopped(5)}, false},
-        AnswerRow{"MediasObject", good, {.body = "{}"}, false},
-        AnswerRow{
-            "MediasWithAStranger", good, {.body = "[" + UpdateRig::title(42, "D") + ",7]"}, false},
-        AnswerRow{"MediasNoUtf8", good, {.body = "[\"\xff\"]"}, true},
-        AnswerRow{"MediasEmpty", good, {.body = ""}, false},
-        AnswerRow{"MediasError", good, {.status = 500, .body = media.body}, true},
-        AnswerRow{"MediasCut",
-                  good,
-                  {.body = media.body, .fault = FaultServer::Fault::Close, .faultAt = 20},
-                  true},
-        AnswerRow{"MediasTooMuch", good, {.body = QByteArray(1 << 20, ' '), .repeat = 65}, true},
-        AnswerRow{"AreaCodeLeavesTheFolder",
-                  good,
-                  {.body = "[" + UpdateRig::title(42, "Drache", "../../x") + "]"},
-                  false},
-        AnswerRow{"MidIsText",
-                  good,
-                  {.body = R"([{"title":"x","mid":"42","bookAreaCode":"en"}])"},
-                  false}),
-    rowName<AnswerRow>);
-
-class UpdateRunFaults : public testing::Test
-{
-protected:
-    UpdateRig rig;
-    const QByteArray content = QByteArray("0123456789").repeated(1000);
-};
 
 TEST_F(UpdateRunFaults, NoServerAtAll)
 {
@@ -97,9 +57,8 @@ TEST_F(UpdateRunFaults, NoServerAtAll)
                       "http://127.0.0.1:1/v</string><key>MEDIA_SERVER_MEDIAS_URL</key><string>"
                       "http://127.0.0.1:1/m</string></dict></plist>");
     ASSERT_TRUE(rig.run());
-    EXPECT_EQ(rig.service->downloadWindowController().presentation().headline,
-              localized(u"label_no_response_from_server"_s));
-    EXPECT_EQ(rig.pen.read(u"book/00042_en.txt"_s), oldMetadata);
+    expectHeadline(u"label_no_response_from_server"_s);
+    expectOldTitle();
 }
 
 TEST_F(UpdateRunFaults, NoConfigurationAtAll)
@@ -110,67 +69,50 @@ TEST_F(UpdateRunFaults, NoConfigurationAtAll)
     ASSERT_TRUE(rig.run());
     EXPECT_TRUE(rig.server.requests().isEmpty());
     EXPECT_EQ(rig.pen.read(u"configure/log.txt"_s), "MID=1\n");
-    EXPECT_EQ(rig.pen.read(u"book/00042_en.txt"_s), oldMetadata);
+    expectOldTitle();
 }
 
 TEST_F(UpdateRunFaults, ARowWhoseAddressIsMissingIsGivenUp)
 {
     rig.putTitle(u"00042_en"_s, 2);
-    rig.serveCatalogue(R"({"00042":3})", {UpdateRig::title(42, "Drache")});
+    serveCatalogueOfOne();
     rig.configure({u"STREAMING_SERVER_FILES_URL"_s});
     ASSERT_TRUE(rig.run());
-    ASSERT_EQ(updateElements().size(), 1);
-    EXPECT_EQ(updateElements().first().downloadType, DownloadType::Failed);
-    EXPECT_EQ(rig.pen.read(u"book/00042_en.qnk"_s), "old content");
+    EXPECT_THAT(states(), testing::ElementsAre(DownloadType::Failed));
+    expectOldTitle();
 }
 
-struct ContentRow
+TEST_F(UpdateRunFaults, BrokenContentNeverReplacesTheOld)
 {
-    const char *name;
-    FaultServer::Reply reply;
-};
-
-class BrokenContent : public testing::TestWithParam<ContentRow>
-{
-protected:
-    UpdateRig rig;
-};
-
-TEST_P(BrokenContent, NeverReplacesTheOld)
-{
-    rig.putTitle(u"00042_en"_s, 2);
-    rig.serveCatalogue(R"({"00042":3})", {UpdateRig::title(42, "Drache")});
-    rig.server.serve(UpdateRig::contentPath(42, 3), GetParam().reply);
-    ASSERT_TRUE(rig.run());
-    EXPECT_EQ(rig.pen.read(u"book/00042_en.qnk"_s), "old content");
-    EXPECT_EQ(rig.pen.read(u"book/00042_en.txt"_s), oldMetadata);
-    EXPECT_EQ(updateElements().first().downloadType, DownloadType::Failed);
-    EXPECT_FALSE(rig.pen.names(u"book"_s).join(u' ').contains(u".quillo"_s));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, BrokenContent,
-    testing::Values(
-        ContentRow{"NotFound", {.status = 404, .body = "not here"}},
-        ContentRow{"Cut",
-                   {.body = "0123456789",
+    struct Row
+    {
+        const char *name;
+        Reply reply;
+    };
+    const Reply cut{.body = "0123456789",
                     .ranges = FaultServer::Ranges::Ignored,
-                    .fault = FaultServer::Fault::Close,
-                    .faultAt = 5}},
-        ContentRow{"AnnouncesMore",
-                   {.body = "0123456789",
-                    .announced = 20,
-                    .fault = FaultServer::Fault::Close,
-                    .faultAt = 10}},
-        ContentRow{"RedirectLoop", FaultServer::Reply::redirect(UpdateRig::contentPath(42, 3))},
-        ContentRow{"RedirectToAFile", FaultServer::Reply::redirect("file:///etc/hostname")},
-        ContentRow{"Garbage", {.raw = "\x00\xff garbage\r\n\r\n"}}),
-    rowName<ContentRow>);
+                    .fault = Fault::Close,
+                    .faultAt = 5};
+    rig.putTitle(u"00042_en"_s, 2);
+    forEachRow<Row>({{"NotFound", {.status = 404, .body = "not here"}},
+                     {"Cut", cut},
+                     {"AnnouncesMore", {.body = "0123456789", .announced = 20}},
+                     {"RedirectToAFile", Reply::redirect("file:///etc/hostname")},
+                     {"Garbage", {.raw = "\x00\xff garbage\r\n\r\n"}}},
+                    [this](const Row &row) {
+                        serveCatalogueOfOne();
+                        rig.server.serve(UpdateRig::contentPath(42, 3), row.reply);
+                        ASSERT_TRUE(rig.run());
+                        expectOldTitle();
+                        EXPECT_THAT(states(), testing::ElementsAre(DownloadType::Failed));
+                        EXPECT_EQ(rig.pen.names(u"book"_s).size(), 3);
+                    });
+}
 
 TEST_F(UpdateRunFaults, ACoverThatIsNoPictureIsNotWritten)
 {
     rig.putTitle(u"00042_en"_s, 3, true, false);
-    rig.serveCatalogue(R"({"00042":3})", {UpdateRig::title(42, "Drache")});
+    serveCatalogueOfOne();
     rig.server.serve("/files/7/42/42_en.png", "<html>Sorry</html>");
     CapturedOutput output;
     ASSERT_TRUE(rig.run());
@@ -181,28 +123,23 @@ TEST_F(UpdateRunFaults, ACoverThatIsNoPictureIsNotWritten)
 
 TEST_F(UpdateRunFaults, AVersionThatTriesToLeaveTheFolderIsGivenUp)
 {
-    rig.putTitle(u"00042_en"_s, 3);
-    rig.serveCatalogue(R"({"00042":3})", {UpdateRig::title(42, "Drache")});
+    rig.putTitle(u"00042_en"_s, 2);
+    rig.serveCatalogue("{}", {});
     rig.server.serveInTurn("/imageversion", {{.body = "2"}, {.body = "/../../book/00042_en.qnk"}});
     rig.server.serve("/software/imageisoV2.iso", content);
     rig.service->updateAll();
-    ASSERT_TRUE(QTest::qWaitFor(
-        [] {
-            return updateElements().size() == 1
-                   && updateElements().first().downloadType == DownloadType::Failed;
-        },
-        20'000));
-    EXPECT_THAT(rig.pen.names(u"configure"_s), testing::IsSupersetOf({u"settings.ini"_s}));
-    EXPECT_EQ(rig.pen.read(u"book/00042_en.qnk"_s), "old content");
+    ASSERT_TRUE(QTest::qWaitFor([] { return states() == QList{DownloadType::Failed}; }, 20'000));
+    EXPECT_FALSE(rig.pen.names(u"configure"_s).join(u' ').contains(u"iso"_s));
+    expectOldTitle();
 }
 
 TEST_F(UpdateRunFaults, ATitleThatNamesAPathIsKnownByItsFile)
 {
     rig.pen.write(u"book/00042_en.txt"_s, "Id: ../../evil_en\nName: X\nType: Buch\n");
-    rig.serveCatalogue(R"({"00042":3})", {UpdateRig::title(42, "Drache")});
+    serveCatalogueOfOne();
     rig.serveContent(42, 3, content);
     ASSERT_TRUE(rig.run());
-    EXPECT_EQ(rig.pen.read(u"book/00042_en.qnk"_s), content);
+    expectNewTitle();
     EXPECT_EQ(updateElements().first().elementId, u"00042_en"_s);
 }
 
@@ -211,43 +148,24 @@ TEST_F(UpdateRunFaults, WhatAnInterruptedPlacementLeftIsSwept)
     rig.putTitle(u"00042_en"_s, 3);
     rig.pen.write(u"book/.quillo-part-00042_en.qnk"_s, "half");
     rig.pen.write(u"book/.hidden"_s, "somebody else's");
-    rig.serveCatalogue(R"({"00042":3})", {UpdateRig::title(42, "Drache")});
+    serveCatalogueOfOne();
     ASSERT_TRUE(rig.run());
     EXPECT_FALSE(rig.pen.exists(u"book/.quillo-part-00042_en.qnk"_s));
     EXPECT_TRUE(rig.pen.exists(u"book/.hidden"_s));
 }
 
-TEST_F(UpdateRunFaults, AFileThatCannotBePlacedStopsTheQueueAndTheWindowSaysWhy)
-{
-    rig.putTitle(u"00042_en"_s, 2, false);
-    // A folder of that name cannot be replaced by a file.
-    rig.pen.write(u"book/00042_en.qnk/inside/deep"_s, "x");
-    rig.pen.remove(u"book/00042_en.qnk/inside/deep"_s);
-    rig.serveCatalogue(R"({"00042":3})", {UpdateRig::title(42, "Drache")});
-    rig.server.on(UpdateRig::contentPath(42, 3), [this](const FaultServer::Request &request) {
-        if (request.method == "GET")
-            rig.pen.pullOut(); // unnoticed, as by a medium that dies while mounted
-        return FaultServer::Reply{.body = content};
-    });
-    ASSERT_TRUE(rig.run());
-    const DownloadPresentation &window = rig.service->downloadWindowController().presentation();
-    EXPECT_TRUE(window.headline.startsWith(localized(u"label_copy_failed"_s).section(u'%', 0, 0)));
-    EXPECT_EQ(updateElements().first().downloadType, DownloadType::Copying);
-    EXPECT_TRUE(window.cancelEnabled);
-}
-
-/// Milliseconds of a run over that many outdated titles, up to the first download.
+/// Milliseconds of a run over that many titles.
 qint64 planningTime(int titles)
 {
     UpdateRig rig;
-    QByteArray versions = "{";
+    QByteArrayList versions;
     QList<QByteArray> medias;
     for (int mid = 10'000; mid < 10'000 + titles; ++mid) {
-        rig.putTitle(QString::number(mid) + u"_en"_s, 2, true, true);
-        versions += (mid > 10'000 ? ",\"" : "\"") + QByteArray::number(mid) + "\":2";
+        rig.putTitle(QString::number(mid) + u"_en"_s, 2);
+        versions += '"' + QByteArray::number(mid) + "\":2";
         medias += UpdateRig::title(mid, "Title");
     }
-    rig.serveCatalogue(versions + '}', medias);
+    rig.serveCatalogue('{' + versions.join(',') + '}', medias);
     QElapsedTimer timer;
     timer.start();
     EXPECT_TRUE(rig.run(60'000));

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "download/DownloadQueue.h"
+#include "download/DownloadWindowController.h"
+#include "tests/support/Output.h"
+#include "tests/support/UpdateRig.h"
+#include "ui/Localization.h"
+
+#include <QTest>
+
+#include <gmock/gmock.h>
+
+/// Whole update runs over titles with the mids 42 and 43.
+class UpdateRun : public testing::Test
+{
+protected:
+    using Fault = FaultServer::Fault;
+    using Gate = FaultServer::Gate;
+
+    [[nodiscard]] static QList<DownloadType> states()
+    {
+        QList<DownloadType> result;
+        for (const UpdateElement &row : std::as_const(updateElements()))
+            result += row.downloadType;
+        return result;
+    }
+    [[nodiscard]] const DownloadPresentation &window()
+    {
+        return rig.service->downloadWindowController().presentation();
+    }
+    [[nodiscard]] QByteArray onPen(const QString &suffix,
+                                   const QString &id = QStringLiteral("00042_en"))
+    {
+        return rig.pen.read(QStringLiteral("book/") + id + suffix);
+    }
+
+    void serveCatalogueOfOne()
+    {
+        rig.serveCatalogue(R"({"00042":3})", {UpdateRig::title(42, "Drache")});
+    }
+    void serveCatalogueOfTwo()
+    {
+        rig.serveCatalogue(R"({"00042":3,"00043":3})",
+                           {UpdateRig::title(42, "Drache"), UpdateRig::title(43, "Pirat")});
+    }
+    void serveOneOutdatedTitle()
+    {
+        rig.putTitle(QStringLiteral("00042_en"), 2);
+        serveCatalogueOfOne();
+        rig.serveContent(42, 3, content);
+    }
+
+    void expectOldTitle()
+    {
+        EXPECT_EQ(onPen(QStringLiteral(".qnk")), "old content");
+        EXPECT_EQ(onPen(QStringLiteral(".txt")),
+                  "Name: Old\nPublisher: P\nAuthor: A\nBook Area Code: en\nISBN: 1\nType: Buch\n"
+                  "Book Version: 2\n");
+    }
+    void expectNewTitle()
+    {
+        EXPECT_EQ(onPen(QStringLiteral(".qnk")), content);
+        EXPECT_EQ(onPen(QStringLiteral(".txt")),
+                  "Name: Drache\nPublisher: Verlag\nAuthor: Ada\nBook Area Code: en\nISBN: 978\n"
+                  "Type: Buch\nBook Version: 3\n");
+    }
+    void expectHeadline(const QString &key)
+    {
+        EXPECT_EQ(window().headline, localized(key)) << key.toStdString();
+    }
+
+    UpdateRig rig;
+    const QByteArray content = QByteArray("0123456789").repeated(30'000);
+    const std::shared_ptr<Gate> gate = std::make_shared<Gate>();
+};
