@@ -37,7 +37,9 @@ public:
     /// How the names of neighbours begin.
     static const QByteArray neighbourPrefix;
 
+    /// `target` must outlive the placement.
     explicit FilePlacement(const FilePlace &target, const FileCalls &calls = FileCalls::system());
+    explicit FilePlacement(FilePlace &&, const FileCalls & = FileCalls::system()) = delete;
 
     [[nodiscard]] int write(const QByteArray &data);
 
