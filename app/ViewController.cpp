@@ -65,6 +65,7 @@ void ViewController::viewDidAppear()
     window()->setWindowTitle(localized(u"window_title"_s));
     writeLog(u"viewDidAppear nach title"_s);
     showBooksView();
+    navigationViewController->setFocus();
     writeLog(u"viewDidAppear nach showBooksView"_s);
     updateService->updateAll();
     writeLog(u"viewDidAppear nach updateAll"_s);

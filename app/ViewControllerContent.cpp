@@ -39,10 +39,12 @@ void ViewController::addContentFactories()
 QWidget *ViewController::makeTitlesView()
 {
     // A page that takes the place of itself, as after a deletion, stays where it was.
-    const int position = myQuilloTitlesController ? myQuilloTitlesController->scrollPosition() : 0;
+    MyQuilloTitlesController::Standing standing;
+    if (myQuilloTitlesController)
+        standing = myQuilloTitlesController->standing();
     myQuilloTitlesController = new MyQuilloTitlesController(*this, mainContentView);
     myQuilloTitlesController->showLibrary();
-    myQuilloTitlesController->setScrollPosition(position);
+    myQuilloTitlesController->setStanding(standing);
     return myQuilloTitlesController;
 }
 

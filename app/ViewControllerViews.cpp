@@ -1,6 +1,7 @@
 #include "app/ViewController.h"
 
 #include "app/ApplicationLog.h"
+#include "app/NavCollectionView.h"
 #include "app/NavigationViewController.h"
 #include "download/DownloadWindow.h"
 #include "download/DownloadWindowController.h"
@@ -49,6 +50,8 @@ void ViewController::loadOutlets()
     m_messageLine = outlets.messageLine;
     deleteViewController = new DeleteViewController(deleteViewContainer);
     navigationViewController = new NavigationViewController(*this, navigationViewContainer);
+    setTabOrder(deleteViewController->deleteButton, usbConnectionImageBtn);
+    setTabOrder(usbConnectionImageBtn, navigationViewController->navCollectionView);
     m_messageTimer.setSingleShot(true);
     connect(&m_messageTimer, &QTimer::timeout, m_messageLine, &QWidget::hide);
     connect(usbConnectionImageBtn, &QToolButton::clicked, this, &ViewController::ejectQuillo);

@@ -49,11 +49,14 @@ void ColoredTableView::currentChanged(const QModelIndex &current, const QModelIn
     updateRow(previous.row());
 }
 
+void ColoredTableView::scrollTo(const QModelIndex &index, ScrollHint hint)
+{
+    QTableView::scrollTo(index, hint);
+    Q_EMIT rowWanted(index.row());
+}
+
 void ColoredTableView::focusInEvent(QFocusEvent *event)
 {
-    // The keyboard needs a place to start from; nothing is selected by it.
-    if (!currentIndex().isValid() && model() && model()->rowCount() > 0)
-        selectionModel()->setCurrentIndex(model()->index(0, 0), QItemSelectionModel::NoUpdate);
     QTableView::focusInEvent(event);
     updateRow(currentIndex().row());
 }

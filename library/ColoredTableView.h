@@ -40,7 +40,13 @@ public:
     void slideUp(const QList<int> &removedRows);
     [[nodiscard]] QWidget *slide() const { return m_slide; }
 
+    void scrollTo(const QModelIndex &index, ScrollHint hint = EnsureVisible) override;
+
     QColor alternatingRowColor{170, 181, 200};
+
+Q_SIGNALS:
+    /// The row shall be seen; for what scrolls a list that is as tall as its rows.
+    void rowWanted(int row);
 
 protected:
     void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;

@@ -51,12 +51,10 @@ void ElementTableModel::setElements(const ElementList &elements)
 
 void ElementTableModel::removeElements(const QStringList &ids)
 {
-    const QSet<QString> gone(ids.begin(), ids.end());
-    for (auto row = static_cast<int>(m_elements.size()) - 1; row >= 0; --row) {
-        if (!gone.contains(m_elements.at(row)->id))
-            continue;
-        beginRemoveRows({}, row, row);
-        m_elements.removeAt(row);
+    const QList<int> rows = rowsOf(ids);
+    for (auto row = rows.crbegin(); row != rows.crend(); ++row) {
+        beginRemoveRows({}, *row, *row);
+        m_elements.removeAt(*row);
         endRemoveRows();
     }
 }
@@ -78,6 +76,17 @@ int ElementTableModel::rowOf(const QString &id) const
     const auto found = std::find_if(m_elements.begin(), m_elements.end(),
                                     [&id](const ElementPtr &element) { return element->id == id; });
     return found == m_elements.end() ? -1 : static_cast<int>(found - m_elements.begin());
+}
+
+QList<int> ElementTableModel::rowsOf(const QStringList &ids) const
+{
+    const QSet<QString> wanted(ids.begin(), ids.end());
+    QList<int> rows;
+    for (int row = 0; row < m_elements.size(); ++row) {
+        if (wanted.contains(m_elements.at(row)->id))
+            rows.append(row);
+    }
+    return rows;
 }
 
 void ElementTableModel::updateTexts()

@@ -26,6 +26,8 @@ public:
     [[nodiscard]] QModelIndex titleIndex(int row) const;
     /// The row of a title; -1 for none.
     [[nodiscard]] int rowOf(const QString &id) const;
+    /// The rows of these titles in ascending order.
+    [[nodiscard]] QList<int> rowsOf(const QStringList &ids) const;
 
     /// The column titles in the current language.
     void updateTexts();

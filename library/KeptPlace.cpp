@@ -2,6 +2,19 @@
 
 #include <QScrollBar>
 
+namespace {
+
+/// A selection of many single rows would cost their square.
+template <typename Iterator>
+Iterator lastInSequence(Iterator first, Iterator end)
+{
+    while (first + 1 != end && *(first + 1) == *first + 1)
+        ++first;
+    return first;
+}
+
+} // namespace
+
 KeptPlace::KeptPlace(const QAbstractItemView &view, const ElementTableModel &model)
     : m_value(view.verticalScrollBar()->value())
 {
@@ -47,10 +60,11 @@ void KeptPlace::select(QAbstractItemView &view, const ElementTableModel &model,
                        const QStringList &ids)
 {
     QItemSelection selection;
-    for (const QString &id : ids) {
-        const int row = model.rowOf(id);
-        if (row >= 0)
-            selection.select(model.titleIndex(row), model.titleIndex(row));
+    const QList<int> rows = model.rowsOf(ids);
+    for (auto first = rows.begin(); first != rows.end();) {
+        const auto last = lastInSequence(first, rows.end());
+        selection.append({model.titleIndex(*first), model.titleIndex(*last)});
+        first = last + 1;
     }
     const bool wholeRows = view.selectionBehavior() == QAbstractItemView::SelectRows;
     view.selectionModel()->select(selection, wholeRows ? QItemSelectionModel::ClearAndSelect

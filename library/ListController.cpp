@@ -7,7 +7,6 @@
 
 #include <QHeaderView>
 #include <QPainter>
-#include <QSet>
 
 namespace {
 
@@ -76,13 +75,7 @@ void ListController::removeElements(const QStringList &ids)
 {
     const auto handler = std::exchange(selectionChangeHandler, {});
     tableView->clearSelection();
-    const QSet<QString> gone(ids.begin(), ids.end());
-    QList<int> rows;
-    for (int row = 0; row < m_model.rowCount(); ++row) {
-        if (gone.contains(elements().at(row)->id))
-            rows.append(row);
-    }
-    tableView->slideUp(rows);
+    tableView->slideUp(m_model.rowsOf(ids));
     m_model.removeElements(ids);
     selectionChangeHandler = handler;
 }

@@ -105,9 +105,10 @@ void MyQuilloTitlesController::buildSections()
         section.list->selectionChangeHandler = [this, &section](const QList<int> &rows) {
             selectionChanged(section, rows);
         };
+        connect(section.list->tableView, &ColoredTableView::rowWanted, this,
+                [this, &section](int row) { showRow(section, row); });
         connect(section.list->tableView->selectionModel(), &QItemSelectionModel::currentRowChanged,
-                this,
-                [this, &section](const QModelIndex &current) { showRow(section, current.row()); });
+                this, [this, &section] { rowChanged(section); });
     }
 }
 
@@ -198,6 +199,12 @@ void MyQuilloTitlesController::provideSelection(const Section &section, const QL
     selection->setSelectedElementIds(ids);
 }
 
+void MyQuilloTitlesController::rowChanged(const Section &section)
+{
+    if (!m_quiet)
+        m_keyboardSection = static_cast<size_t>(&section - m_sections.data());
+}
+
 int MyQuilloTitlesController::rowTop(const Section &section, int row) const
 {
     const QTableView &table = *section.list->tableView;
@@ -223,20 +230,49 @@ void MyQuilloTitlesController::layOut()
     stackview->activate();
 }
 
-int MyQuilloTitlesController::scrollPosition() const
+MyQuilloTitlesController::Standing MyQuilloTitlesController::standing() const
 {
-    return m_scrollArea->verticalScrollBar()->value();
+    Standing standing;
+    standing.scrollPosition = m_scrollArea->verticalScrollBar()->value();
+    standing.section = m_keyboardSection;
+    standing.row = m_sections.at(m_keyboardSection).list->tableView->currentIndex().row();
+    return standing;
 }
 
-void MyQuilloTitlesController::setScrollPosition(int position)
+void MyQuilloTitlesController::setStanding(const Standing &standing)
 {
-    m_scrollArea->verticalScrollBar()->setValue(position);
+    m_keyboardSection = standing.section;
+    const Section &section = m_sections.at(m_keyboardSection);
+    QTableView &table = *section.list->tableView;
+    const int row = std::min(standing.row, table.model()->rowCount() - 1);
+    if (row >= 0) {
+        setFocusProxy(section.list);
+        table.selectionModel()->setCurrentIndex(table.model()->index(row, 0),
+                                                QItemSelectionModel::NoUpdate);
+    }
+    m_scrollPosition = standing.scrollPosition;
+    if (isVisible())
+        scrollAsWanted();
+}
+
+void MyQuilloTitlesController::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    scrollAsWanted();
+}
+
+void MyQuilloTitlesController::scrollAsWanted()
+{
+    if (!m_scrollPosition)
+        return;
+    layOut();
+    m_scrollArea->verticalScrollBar()->setValue(*std::exchange(m_scrollPosition, std::nullopt));
 }
 
 MyQuilloTitlesController::Place MyQuilloTitlesController::place() const
 {
     Place place;
-    place.value = scrollPosition();
+    place.value = m_scrollArea->verticalScrollBar()->value();
     for (const Section &section : m_sections) {
         const bool reaches = section.list->geometry().bottom() > place.value;
         if (*section.header == nullptr || section.titles == nullptr || !reaches)
@@ -262,7 +298,7 @@ void MyQuilloTitlesController::restore(const Place &place)
                 value = rowTop(*place.section, row) - place.below;
         }
     }
-    setScrollPosition(value);
+    m_scrollArea->verticalScrollBar()->setValue(value);
 }
 
 void MyQuilloTitlesController::willDelete(const QStringList &ids)

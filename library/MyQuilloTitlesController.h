@@ -35,8 +35,17 @@ public:
               const ElementList &learningMaterials, const ElementList &archives,
               const MusicList &music);
 
-    [[nodiscard]] int scrollPosition() const;
-    void setScrollPosition(int position);
+    /// Where a page stands: how far it is scrolled, and the row from which the keyboard goes on.
+    struct Standing
+    {
+        int scrollPosition = 0;
+        size_t section = 0;
+        int row = -1; ///< none
+    };
+    [[nodiscard]] Standing standing() const;
+    /// Takes the place of a page that stood so; at once or when it is shown. Where it had more
+    /// rows, the last one stands for them.
+    void setStanding(const Standing &standing);
 
     void willDelete(const QStringList &ids) override;
     void didDelete() override;
@@ -57,6 +66,9 @@ public:
     QLabel *learningMaterialHeader = nullptr;
     QLabel *archivesHeader = nullptr;
     QLabel *musicHeader = nullptr;
+
+protected:
+    void showEvent(QShowEvent *event) override;
 
 private:
     /// Where one section stands: its key, list and header.
@@ -81,9 +93,11 @@ private:
     void placeSection(const Section &section);
     void selectionChanged(const Section &section, const QList<int> &rows);
     void provideSelection(const Section &section, const QList<int> &rows);
+    void rowChanged(const Section &section);
     void showRow(const Section &section, int row);
     [[nodiscard]] int rowTop(const Section &section, int row) const;
     void layOut();
+    void scrollAsWanted();
     [[nodiscard]] Place place() const;
     void restore(const Place &place);
     [[nodiscard]] QWidget *runningSlide() const;
@@ -94,6 +108,8 @@ private:
     QWidget *m_page = nullptr;
     EmptyStateView *m_empty = nullptr;
     std::array<Section, 5> m_sections;
+    size_t m_keyboardSection = 0;        ///< where a row was gone to last
+    std::optional<int> m_scrollPosition; ///< taken when the page is shown
     bool m_followsLibrary = true;
     bool m_quiet = false;
 };

@@ -1,6 +1,7 @@
 #include "library/TileController.h"
 
 #include "app/ApplicationLog.h"
+#include "app/Constants.h"
 #include "app/MainControlling.h"
 #include "library/ColoredTableView.h"
 #include "library/EmptyState.h"
@@ -10,15 +11,12 @@
 #include "platform/StandardOutput.h"
 #include "ui/ViewPlacement.h"
 
+#include <QApplication>
 #include <QScopedValueRollback>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
-
-namespace {
-
-constexpr int listInset = 8;
-
-} // namespace
 
 TileController::TileController(MainControlling &viewController, const Category &category,
                                QWidget *parent)
@@ -71,7 +69,7 @@ bool TileController::setUpListView()
             debugPrint(u"ERROR: Could not setup books table view."_s);
             return false;
         }
-        pinEdges(*tableViewController, *this, listInset);
+        pinEdges(*tableViewController, *this, Constants::listInset);
         tableViewController->tableView->setAccessibleName(localized(nameKey(m_category.type)));
         tableViewController->selectionChangeHandler = [this](const QList<int> &rows) {
             QStringList ids;
@@ -97,13 +95,18 @@ void TileController::showForm()
     const bool empty = m_model.elements().isEmpty();
     m_empty->setReason(emptyReason(m_viewController.isQuilloAvailable()));
     m_empty->setVisible(empty);
-    collectionView->setVisible(!empty && m_mode == ViewMode::tiled);
-    if (tableViewController)
-        tableViewController->setVisible(!empty && m_mode == ViewMode::list);
     QWidget *form = collectionView;
+    QWidget *other = tableViewController;
     if (m_mode == ViewMode::list)
-        form = tableViewController;
+        std::swap(form, other);
+    // The focus goes over before the form that had it is hidden, which would lose it.
+    const bool focused = isAncestorOf(QApplication::focusWidget());
+    form->setVisible(!empty);
     setFocusProxy(form);
+    if (focused)
+        form->setFocus();
+    if (other)
+        other->hide();
 }
 
 CollectionViewItem TileController::itemForRow(int row)

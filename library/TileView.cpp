@@ -96,15 +96,6 @@ void TileView::changeEvent(QEvent *event)
         fitGrid();
 }
 
-void TileView::focusInEvent(QFocusEvent *event)
-{
-    // The keyboard needs a place to start from; nothing is selected by it.
-    if (!currentIndex().isValid() && model() && model()->rowCount() > 0)
-        selectionModel()->setCurrentIndex(model()->index(0, modelColumn()),
-                                          QItemSelectionModel::NoUpdate);
-    QListView::focusInEvent(event);
-}
-
 void TileView::updateCover(const QString &path)
 {
     if (!model())

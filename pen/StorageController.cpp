@@ -3,6 +3,7 @@
 #include "pen/ConfigureService.h"
 #include "pen/NavStorageItem.h"
 #include "ui/ColorConstants.h"
+#include "ui/FocusMark.h"
 #include "ui/ImageView.h"
 #include "ui/ViewColors.h"
 
@@ -68,6 +69,8 @@ void StorageController::loadOutlets()
     imageVersionLabel = outlets.imageVersionLabel;
     manualImage = outlets.manualImage;
     manualBacksideImage = outlets.manualBacksideImage;
+    m_scrollView = outlets.scrollView;
+    new FocusMark(*m_scrollView);
 }
 
 void StorageController::setUpColors()
@@ -86,6 +89,7 @@ void StorageController::updateTexts()
     manualImage->setImageName(english ? manualImageEnglish : manualImageDefault);
     manualBacksideImage->setImageName(english ? manualBacksideImageEnglish
                                               : manualBacksideImageDefault);
+    m_scrollView->setAccessibleName(localized(u"storage_headline"_s));
     manualImage->setAccessibleName(localized(u"instruction"_s) + u" 1"_s);
     manualBacksideImage->setAccessibleName(localized(u"instruction"_s) + u" 2"_s);
     showStorage();

@@ -55,5 +55,6 @@ private:
     void setUpColors();
     void gaugeUpdated();
 
+    QWidget *m_scrollView = nullptr;
     bool m_outdated = false; ///< the gauge has changed while the page was not seen
 };

@@ -9,6 +9,7 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QSet>
 
 #include <utility>
 
@@ -98,9 +99,10 @@ void DialogUtil::setPresenter(Presenter instead)
 
 QStringList DialogUtil::titleNames(const QStringList &ids)
 {
+    const QSet<QString> wanted(ids.begin(), ids.end());
     QStringList names;
     for (const ElementPtr &title : allElements()) {
-        if (ids.contains(title->id))
+        if (wanted.contains(title->id))
             names += title->name;
     }
     return names;

@@ -12,6 +12,7 @@
 #include "ui/EmptyStateView.h"
 
 #include <QAccessible>
+#include <QPainter>
 #include <QScrollBar>
 
 using namespace Qt::StringLiterals;
@@ -237,8 +238,40 @@ TEST_F(NavigationTest, FocusInTheContentMovesToTheNextContent)
     EXPECT_EQ(QApplication::focusWidget(), &sidebar());
 }
 
+TEST_F(NavigationTest, KeyboardStartsInTheSidebarAndGoesRoundTheWindow)
+{
+    activate();
+    EXPECT_EQ(QApplication::focusWidget(), &sidebar());
+    controller().myBooksController->collectionView->selectAll();
+    QStringList visited;
+    for (int i = 0; i < 4; ++i) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        visited += QApplication::focusWidget()->accessibleName();
+    }
+    const QStringList keys{u"books"_s, u"delete_button"_s, u"pen_button"_s, u"sidebar"_s};
+    QStringList names;
+    for (const QString &key : keys)
+        names += localized(key);
+    EXPECT_EQ(visited, names);
+}
+
+TEST(NavCollectionItemTest, SelectedRowIsSeenThrough)
+{
+    QImage image(220, 40, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    QStyleOptionViewItem option;
+    option.rect = image.rect();
+    option.state = QStyle::State_Selected;
+    NavCollectionItem::paint(painter, option);
+    painter.end();
+    EXPECT_NEAR(image.pixelColor(1, 1).red(), 255 * (1 - 0.7), 1);
+    EXPECT_NEAR(image.pixelColor(1, 1).green(), 255 - 0.7 * (255 - 152), 1);
+}
+
 TEST_F(NavigationTest, RowsArePaintedInTheirColours)
 {
+    sidebar().clearFocus();
     const QImage image = sidebar().viewport()->grab().toImage();
     const QColor accent(0, 152, 176);
     const QPoint edge(2, 10);

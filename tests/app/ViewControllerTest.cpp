@@ -5,10 +5,12 @@
 #include "download/DownloadQueue.h"
 #include "download/DownloadWindow.h"
 #include "download/DownloadWindowController.h"
+#include "pen/NavStorageItem.h"
 #include "sync/UpdateService.h"
 
 #include <QDir>
 #include <QLabel>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QSemaphore>
 #include <QTableView>
@@ -104,7 +106,13 @@ TEST_F(StartWithoutPen, IsTracedAndLeavesThePenButtonDisabled)
 {
     EXPECT_EQ(startLog(), startLines.arg(u"false"_s, loadLines));
     EXPECT_EQ(appearLog(), appearLines);
+    EXPECT_EQ(logLines({u"viewDidAppear nach s"_s, u"updateAll"_s}),
+              (QStringList{u"viewDidAppear nach super.viewDidAppear"_s,
+                           u"viewDidAppear nach showBooksView"_s, u"updateAll Beginn"_s,
+                           u"updateAll return"_s}));
     EXPECT_FALSE(penButton().isEnabled());
+    EXPECT_EQ(window->size(), QSize(1440, 790));
+    EXPECT_EQ(controller().contentView->grab().toImage().pixelColor(700, 400), QColor(Qt::white));
     EXPECT_FALSE(controller().isQuilloAvailable());
     EXPECT_FALSE(controller().quilloName);
     EXPECT_TRUE(bookList().isEmpty());
@@ -158,6 +166,30 @@ TEST_F(StartWithPen, MusicOfAPenThatHasGoneDoesNotComeBack)
     Dispatch::waitForGlobalWork();
     QCoreApplication::sendPostedEvents();
     EXPECT_TRUE(musicList().isEmpty());
+}
+
+TEST_F(StartWithoutPen, KeyStartsAnUpdateRun)
+{
+    activate();
+    QTest::keyClick(window.get(), Qt::Key_F5);
+    EXPECT_EQ(logLines({u"updateAll Beginn"_s}).size(), 2);
+}
+
+TEST_F(StartWithoutPen, GaugeIsRefreshedAsThePenComesAndGoes)
+{
+    const auto refreshes = [] {
+        return logLines({u"loadData nach g"_s, u"updateValues Ende"_s, u"loadData nach u"_s});
+    };
+    EXPECT_EQ(refreshes().mid(1, 3),
+              (QStringList{u"loadData nach getElementsFromPen"_s, u"updateValues Ende"_s,
+                           u"loadData nach updateValues"_s}));
+    plugIn();
+    auto *gauge = controller().storageMiniView->findChild<QProgressBar *>();
+    const QString free = NavStorageItem::current->detailedStorageLabel->text();
+    EXPECT_TRUE(gauge->value() > 0 || free.contains(u' '));
+    pullOut();
+    EXPECT_EQ(gauge->value(), 0);
+    EXPECT_NE(NavStorageItem::current->detailedStorageLabel->text(), free);
 }
 
 TEST_F(StartWithoutPen, EveryShowingAppearsAnew)

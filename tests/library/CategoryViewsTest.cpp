@@ -64,6 +64,8 @@ TEST_P(CountTest, BothFormsShowAllTitlesOrSayThatThereAreNone)
     EXPECT_FALSE(tiles().isVisible());
     EXPECT_EQ(table().model()->rowCount(), GetParam());
     EXPECT_EQ(table().isVisible(), GetParam() > 0);
+    const QRect inset = books->rect().adjusted(8, 8, -8, -8);
+    EXPECT_EQ(books->tableViewController->geometry() == inset, GetParam() > 0);
     EXPECT_EQ(empty->isVisible(), GetParam() == 0);
 }
 
@@ -400,6 +402,46 @@ TEST_F(CategoryViewsTest, DeletedRowsGoAndTheOthersSlideUp)
     books->didDelete();
     EXPECT_EQ(books->tableViewController->elements(), bookList());
     EXPECT_TRUE(QTest::qWaitFor([this] { return table().slide() == nullptr; }));
+}
+
+TEST_P(ReloadTest, FirstClickTakesTheTitleUnderThePointer)
+{
+    show(1000, GetParam());
+    books->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(books.get()));
+    QAbstractItemView &view = shown();
+    if (QWidget *focused = QApplication::focusWidget())
+        focused->clearFocus();
+    view.verticalScrollBar()->setValue(5000);
+    const QModelIndex under = view.indexAt(view.viewport()->rect().center());
+    QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, view.viewport()->rect().center());
+    EXPECT_EQ(selectedElementIds(), QStringList{u"b"_s + QString::number(under.row())});
+    EXPECT_EQ(view.verticalScrollBar()->value(), 5000);
+}
+
+TEST_F(CategoryViewsTest, FocusGoesOverToTheOtherForm)
+{
+    show(3);
+    books->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(books.get()));
+    tiles().setFocus();
+    books->applyViewMode(ViewMode::list);
+    EXPECT_EQ(QApplication::focusWidget(), &table());
+    books->applyViewMode(ViewMode::tiled);
+    EXPECT_EQ(QApplication::focusWidget(), &tiles());
+}
+
+TEST_F(CategoryViewsTest, TenThousandChosenTitlesAreCarriedOverAtOnce)
+{
+    show(10'000);
+    QElapsedTimer timer;
+    timer.start();
+    tiles().selectAll();
+    books->applyViewMode(ViewMode::list);
+    bookList() = makeTitles(10'000, u"b"_s);
+    books->libraryChanged();
+    EXPECT_EQ(books->tableViewController->selectedIds().size(), 10'000);
+    EXPECT_LT(timer.elapsed(), 2'000) << "grows with the square of the titles";
 }
 
 TEST_F(CategoryViewsTest, TilesHaveAccessibleNames)

@@ -146,16 +146,16 @@ TEST_F(TitlesOverviewTest, FoundTitlesStayButCannotBeChosenOnceTheyAreGone)
 TEST_F(TitlesOverviewTest, ReloadKeepsPlaceAndSelection)
 {
     show(100, 100, 0, 0, 10);
-    page->setScrollPosition(130 * 52);
+    page->setStanding({.scrollPosition = 130 * 52});
     click(*page->myGamesController, 40);
-    const int position = page->scrollPosition();
+    const int position = page->standing().scrollPosition;
     gameList() = makeTitles(100, u"g"_s);
     page->libraryChanged();
-    EXPECT_EQ(page->scrollPosition(), position);
+    EXPECT_EQ(page->standing().scrollPosition, position);
     EXPECT_EQ(page->myGamesController->selectedIds(), QStringList{u"g40"_s});
     bookList().remove(0, 10);
     page->libraryChanged();
-    EXPECT_EQ(page->scrollPosition(), position - 10 * 52);
+    EXPECT_EQ(page->standing().scrollPosition, position - 10 * 52);
 }
 
 TEST_F(TitlesOverviewTest, PageIsBuiltAnewOnceTheRowsHaveSlid)
@@ -187,7 +187,37 @@ TEST_F(TitlesOverviewTest, KeyboardBringsItsRowIntoView)
     QTest::keyClick(&table, Qt::Key_Tab);
     EXPECT_EQ(QApplication::focusWidget(), page->myGamesController->tableView);
     QTest::keyClick(&table, Qt::Key_Home, Qt::ControlModifier);
-    EXPECT_LT(page->scrollPosition(), 100);
+    EXPECT_LT(page->standing().scrollPosition, 100);
+}
+
+TEST_F(TitlesOverviewTest, FirstClickTakesTheRowUnderThePointer)
+{
+    show(100, 3, 0, 0, 0);
+    page->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(page.get()));
+    page->clearFocus();
+    page->setStanding({.scrollPosition = 60 * 52 + 7});
+    click(*page->myQuilloBooksController, 65);
+    EXPECT_EQ(page->myQuilloBooksController->selectedIds(), QStringList{u"b65"_s});
+    EXPECT_EQ(page->standing().scrollPosition, 60 * 52 + 7);
+}
+
+TEST_F(TitlesOverviewTest, NewPageStandsWhereTheOldOneStood)
+{
+    show(100, 100, 0, 0, 0);
+    page->setStanding({.scrollPosition = 130 * 52, .section = 1, .row = 32});
+    const auto old = page->standing();
+    MyQuilloTitlesController next(main);
+    next.showLibrary();
+    next.setStanding(old);
+    next.resize(page->size());
+    next.QWidget::show();
+    EXPECT_EQ(next.standing().scrollPosition, 130 * 52);
+    next.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&next));
+    next.setFocus();
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
+    EXPECT_EQ(next.myGamesController->selectedIds(), QStringList{u"g33"_s});
 }
 
 TEST_F(TitlesOverviewTest, PageThatHasBeenLeftIsNotBuiltAnew)

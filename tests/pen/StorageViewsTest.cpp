@@ -108,6 +108,12 @@ TEST_F(StorageViews, PageShowsFiguresAndVersionsOfThePen)
     EXPECT_EQ(page.firmwareVersionLabel->text(), u"Firmware-Version: 12"_s);
     EXPECT_EQ(page.imageVersionLabel->text(), u"Systemsoftware-Version: 3"_s);
     EXPECT_EQ(page.applicationVersionLabel->text(), u"Version: 1.6"_s);
+    const auto colour = [](const QLabel &label) {
+        return label.palette().color(QPalette::WindowText);
+    };
+    EXPECT_EQ(colour(*page.storageTitleLabel), ColorConstants::mainColor());
+    EXPECT_EQ(colour(*page.instructionsTitleLabel), ColorConstants::mainColor());
+    EXPECT_EQ(colour(*page.storagePercentLabel), QColor(170, 170, 170));
 }
 
 TEST_F(StorageViews, PageWithoutPenShowsCaptionsOnly)

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QWidget>
+
+/// Shows that the keyboard is in a view that does not show it itself. The view owns it.
+class FocusMark : public QWidget
+{
+public:
+    explicit FocusMark(QWidget &view);
+
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+};
