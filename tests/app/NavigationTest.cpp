@@ -7,13 +7,16 @@
 #include "app/NavRowModel.h"
 #include "library/CategoryControllers.h"
 #include "library/ListController.h"
+#include "library/MyQuilloTitlesController.h"
 #include "library/TileView.h"
 #include "pen/StorageController.h"
 #include "ui/EmptyStateView.h"
 
 #include <QAccessible>
 #include <QPainter>
+#include <QScrollArea>
 #include <QScrollBar>
+#include <QTableView>
 
 using namespace Qt::StringLiterals;
 
@@ -253,6 +256,44 @@ TEST_F(NavigationTest, KeyboardStartsInTheSidebarAndGoesRoundTheWindow)
     for (const QString &key : keys)
         names += localized(key);
     EXPECT_EQ(visited, names);
+}
+
+TEST_F(NavigationTest, FocusGoesOverToTheOtherViewMode)
+{
+    activate();
+    controller().myBooksController->collectionView->setFocus();
+    QTest::keyClick(window.get(), Qt::Key_T, Qt::ControlModifier);
+    EXPECT_EQ(QApplication::focusWidget(), controller().myBooksController->listTable());
+    QTest::keyClick(window.get(), Qt::Key_T, Qt::ControlModifier);
+    EXPECT_EQ(QApplication::focusWidget(), controller().myBooksController->collectionView);
+}
+
+TEST_F(NavigationTest, FirstClickTakesTheTitleUnderThePointer)
+{
+    activate();
+    for (int i = 100; i < 300; ++i)
+        writeTitle(pen, QString::number(i), "Titel " + QByteArray::number(i), "Buch");
+    controller().getBaseElementsFromPen();
+    const auto expectClicked = [](QAbstractItemView &view, QScrollBar &bar) {
+        bar.setValue(bar.maximum() / 2 + 7);
+        const int position = bar.value();
+        const QRect seen = view.viewport()->visibleRegion().boundingRect();
+        const int row = view.indexAt(seen.center()).row();
+        QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, seen.center());
+        EXPECT_EQ(selectedElementIds(), QStringList{bookList().at(row)->id});
+        EXPECT_EQ(bar.value(), position);
+    };
+    QAbstractItemView &tiles = *controller().myBooksController->collectionView;
+    expectClicked(tiles, *tiles.verticalScrollBar());
+    sidebar().setFocus();
+    controller().toggleViewMode();
+    navigation().showBooksView();
+    QAbstractItemView &list = *controller().myBooksController->listTable();
+    expectClicked(list, *list.verticalScrollBar());
+    sidebar().setFocus();
+    navigation().showView(Type::MyTitles);
+    auto *page = shown()->findChild<QScrollArea *>();
+    expectClicked(*controller().myQuilloTitlesController->listTable(), *page->verticalScrollBar());
 }
 
 TEST(NavCollectionItemTest, SelectedRowIsSeenThrough)

@@ -404,33 +404,6 @@ TEST_F(CategoryViewsTest, DeletedRowsGoAndTheOthersSlideUp)
     EXPECT_TRUE(QTest::qWaitFor([this] { return table().slide() == nullptr; }));
 }
 
-TEST_P(ReloadTest, FirstClickTakesTheTitleUnderThePointer)
-{
-    show(1000, GetParam());
-    books->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(books.get()));
-    QAbstractItemView &view = shown();
-    if (QWidget *focused = QApplication::focusWidget())
-        focused->clearFocus();
-    view.verticalScrollBar()->setValue(5000);
-    const QModelIndex under = view.indexAt(view.viewport()->rect().center());
-    QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, view.viewport()->rect().center());
-    EXPECT_EQ(selectedElementIds(), QStringList{u"b"_s + QString::number(under.row())});
-    EXPECT_EQ(view.verticalScrollBar()->value(), 5000);
-}
-
-TEST_F(CategoryViewsTest, FocusGoesOverToTheOtherForm)
-{
-    show(3);
-    books->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(books.get()));
-    tiles().setFocus();
-    books->applyViewMode(ViewMode::list);
-    EXPECT_EQ(QApplication::focusWidget(), &table());
-    books->applyViewMode(ViewMode::tiled);
-    EXPECT_EQ(QApplication::focusWidget(), &tiles());
-}
-
 TEST_F(CategoryViewsTest, TenThousandChosenTitlesAreCarriedOverAtOnce)
 {
     show(10'000);

@@ -190,18 +190,6 @@ TEST_F(TitlesOverviewTest, KeyboardBringsItsRowIntoView)
     EXPECT_LT(page->standing().scrollPosition, 100);
 }
 
-TEST_F(TitlesOverviewTest, FirstClickTakesTheRowUnderThePointer)
-{
-    show(100, 3, 0, 0, 0);
-    page->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(page.get()));
-    page->clearFocus();
-    page->setStanding({.scrollPosition = 60 * 52 + 7});
-    click(*page->myQuilloBooksController, 65);
-    EXPECT_EQ(page->myQuilloBooksController->selectedIds(), QStringList{u"b65"_s});
-    EXPECT_EQ(page->standing().scrollPosition, 60 * 52 + 7);
-}
-
 TEST_F(TitlesOverviewTest, NewPageStandsWhereTheOldOneStood)
 {
     show(100, 100, 0, 0, 0);
