@@ -85,6 +85,7 @@ void Transfer::send(const URLRequest &request)
         return;
     }
     m_reply = sendTo(m_network, request, m_timeout);
+    m_operation = m_reply->operation();
     m_reply->setReadBufferSize(readBufferSize);
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &Transfer::readHeader);
     connect(m_reply, &QNetworkReply::readyRead, this, &Transfer::readBody);
@@ -110,6 +111,10 @@ void Transfer::readHeader()
         m_reply->isFinished() && m_reply->error() == QNetworkReply::NoError;
     if (status == 0 || (isRedirect(status) && !nothingToFollow))
         return;
+    if (m_reply->operation() != m_operation) {
+        end(End::Refused, QStringLiteral("A redirect dropped what was sent"));
+        return;
+    }
     m_response = responseOf(*m_reply);
     answered(*m_response);
 }

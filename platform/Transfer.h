@@ -2,9 +2,9 @@
 
 #include "platform/URLTypes.h"
 
+#include <QNetworkAccessManager>
 #include <QObject>
 
-class QNetworkAccessManager;
 class QNetworkReply;
 
 /// One request and its one reply, on a session's thread: sends, reads, and says how it ended.
@@ -59,6 +59,7 @@ private:
     QNetworkAccessManager &m_network;
     const int m_timeout;
     QNetworkReply *m_reply = nullptr;
+    QNetworkAccessManager::Operation m_operation = QNetworkAccessManager::UnknownOperation;
     std::optional<URLResponse> m_response;
     bool m_ended = false;
 };

@@ -38,6 +38,21 @@ struct DataTaskResult
     QByteArray data;                     ///< the body, also of an answer that is no success
     std::optional<URLResponse> response; ///< absent when no answer came
     QString error;                       ///< transport failure in words; empty when there was none
+
+    /// The whole of an answer that is a success has come.
+    [[nodiscard]] bool isSuccess() const
+    {
+        return error.isEmpty() && response && response->isSuccess();
+    }
+    /// Why it is no success, in words; empty when it is one.
+    [[nodiscard]] QString failure() const
+    {
+        if (isSuccess() || !error.isEmpty() || !response)
+            return error;
+        return QStringLiteral("HTTP %1 for %2")
+            .arg(response->statusCode)
+            .arg(response->url.toString(QUrl::FullyEncoded));
+    }
 };
 
 /// One transfer into a temporary file. Made by the session, started by resume().

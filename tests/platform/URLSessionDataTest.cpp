@@ -33,6 +33,18 @@ TEST_F(URLSessionDataTest, PostsBodyAndHeaders)
     EXPECT_EQ(sent.header("X-Pen"), "7");
 }
 
+TEST_F(URLSessionDataTest, APostIsFollowedOnlyWhereItStaysOne)
+{
+    server.serve("/log", "ok");
+    for (const int status : {301, 302, 303, 307, 308}) {
+        SCOPED_TRACE(status);
+        server.serve("/moved", FaultServer::Reply::redirect("/log", status));
+        const DataTaskResult result = fetch({server.url("/moved"), "POST", {}, "[1]"});
+        EXPECT_EQ(result.isSuccess(), status >= 307);
+        EXPECT_EQ(server.requests().last().body, status >= 307 ? "[1]" : "");
+    }
+}
+
 TEST_F(URLSessionDataTest, HeadHandsOnTheAnnouncedLength)
 {
     // Longer than a body may be: that bound is not about the length of something else.
