@@ -310,7 +310,7 @@ void DownloadFileService::getContentLength(
     m_defaultSession.dataTask(request, [guard = m_guard, completion = std::move(completion)](
                                            const DataTaskResult &result) {
         std::optional<qint64> length;
-        if (result.error.isEmpty() && result.response && result.response->isSuccess())
+        if (result.isSuccess())
             length = decimalInteger(QString::fromLatin1(result.response->header("Content-Length")));
         if (length && (*length < 0 || *length > largestLength))
             length.reset();

@@ -118,6 +118,7 @@ void DownloadWindowController::startElementDownloads()
     if (m_stopped)
         return;
     m_isWorking = true;
+    m_runHasEnded = false;
     passFinishedRows();
     if (m_indexToDownload < 0) {
         reloadQueueTable();
@@ -183,13 +184,13 @@ void DownloadWindowController::changeToDownloadComplete()
 {
     m_copyPercentageTimer.stop();
     if (m_stopped) {
-        Q_EMIT runEnded();
+        tellRunEnded();
     } else if (m_noAnswer && readyRows() == m_readyBefore) {
         endRun(Phase::NoAnswer); // nothing to be proud of
     } else {
         enter(Phase::Complete);
         Q_EMIT completed();
-        Q_EMIT runEnded();
+        tellRunEnded();
     }
 }
 
@@ -208,6 +209,8 @@ void DownloadWindowController::copyStarted(int index)
             enter(Phase::WrongRow);
         return;
     }
+    if (m_stopped)
+        return;
     rows[index].downloadType = DownloadType::Copying;
     reloadQueueTable();
     startCopyTimer(index);
@@ -248,12 +251,18 @@ void DownloadWindowController::copyFailed(int, const QString &error)
     endRun(Phase::CopyFailed);
 }
 
+void DownloadWindowController::tellRunEnded()
+{
+    m_runHasEnded = true;
+    Q_EMIT runEnded();
+}
+
 /// The queue goes no further; the window stays until the person closes it.
 void DownloadWindowController::endRun(Phase phase)
 {
     m_copyPercentageTimer.stop();
     enter(phase);
-    Q_EMIT runEnded();
+    tellRunEnded();
 }
 
 /// The system software service is made anew, so that a version it still asks for starts nothing.
@@ -284,7 +293,9 @@ void DownloadWindowController::prepareForRun()
     m_copyPercentage = 0;
     m_downloadPercentage = 0;
     m_copyPercentageTimer.stop();
+    m_runHasEnded = false;
     enter(Phase::Idle);
+    reloadQueueTable();
 }
 
 void DownloadWindowController::penRemoved()
@@ -293,6 +304,12 @@ void DownloadWindowController::penRemoved()
     m_isWorking = false;
     stopTransfers();
     endRun(Phase::PenRemoved);
+}
+
+void DownloadWindowController::explainFailedCopy()
+{
+    if (m_phase == Phase::CopyFailed)
+        enter(Phase::PenRemoved);
 }
 
 void DownloadWindowController::showWindow()
@@ -327,7 +344,8 @@ void DownloadWindowController::okBtnKlicked()
         m_viewController->loadData();
         m_viewController->showBooksView();
     }
-    updateElements().clear();
+    if (m_runHasEnded)
+        updateElements().clear();
     reloadQueueTable();
     FileService::removeHiddenItems();
     Q_EMIT closeRequested();

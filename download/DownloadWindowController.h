@@ -52,6 +52,8 @@ public:
     void prepareForRun();
     /// The pen went away during a run: transfers are cancelled and the window says so.
     void penRemoved();
+    /// The pen has gone after a run that ended because a file could not be placed: the same.
+    void explainFailedCopy();
 
     /// Asks for the window to be shown, centred and above the main window.
     void showWindow();
@@ -102,6 +104,7 @@ private:
     void changeToDownloadComplete();
     void showNoInternetConnection();
     void endRun(Phase phase);
+    void tellRunEnded();
     void stopTransfers();
 
     void startCopyTimer(int index);
@@ -114,6 +117,7 @@ private:
 
     bool m_isWorking = false;
     bool m_stopped = false;
+    bool m_runHasEnded = true;
     bool m_noAnswer = false;     ///< the media server did not answer in this run
     qsizetype m_readyBefore = 0; ///< rows of earlier runs that are still shown
     bool m_copiedBefore = false; ///< an earlier row of this run has had its copy timer

@@ -304,6 +304,8 @@ TEST_F(DownloadWindowTest, APulledPenEndsTheRunUntilTheNext)
     EXPECT_EQ(events, QStringList(u"ended"_s));
     EXPECT_FALSE(window.isWorking());
     QueueWindow::postDownloadPercentage(50);
+    window.copyStarted(0);
+    EXPECT_NE(states().first(), DownloadType::Copying);
     EXPECT_EQ(shown().headline, u"label_pen_removed"_s);
     EXPECT_TRUE(shown().okEnabled && !shown().cancelEnabled);
 
@@ -322,6 +324,22 @@ TEST_F(DownloadWindowTest, OkReloadsEmptiesTheQueueAndTidiesUp)
     EXPECT_EQ(events, QStringList({u"loadData 1"_s, u"showBooksView"_s, u"close"_s}));
     EXPECT_TRUE(updateElements().isEmpty());
     EXPECT_FALSE(pen.exists(u".Spotlight"_s));
+}
+
+TEST_F(DownloadWindowTest, OkDuringARunLeavesTheQueueToIt)
+{
+    addTitle(u"42"_s);
+    window.prepareForRun();
+    QueueWindow::postNoResponseFromServer();
+    EXPECT_TRUE(shown().okEnabled);
+    window.okBtnKlicked();
+    EXPECT_EQ(events.last(), u"close"_s);
+    EXPECT_EQ(updateElements().size(), 1);
+    serveTitle("42", {.body = "x"});
+    QueueWindow::postStartElementDownloads();
+    ASSERT_TRUE(waitForEnd());
+    window.okBtnKlicked();
+    EXPECT_TRUE(updateElements().isEmpty());
 }
 
 TEST_F(DownloadWindowTest, ResetTakesEveryPercentageBack)
