@@ -66,12 +66,13 @@ std::optional<QStringList> FileService::getFileLines(const QUrl &fileURL)
     return lines;
 }
 
-void FileService::writeFile(const QString &text, const QUrl &fileURL)
+bool FileService::writeFile(const QString &text, const QUrl &fileURL)
 {
     const FileResult result =
         FileManager::write(path(fileURL), text.toUtf8(), FileManager::WriteMode::InPlace);
     if (!result)
         printError(result.error);
+    return bool(result);
 }
 
 QStringList FileService::listFiles(const QUrl &directoryURL, const QString &containing)

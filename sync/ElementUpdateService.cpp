@@ -2,6 +2,7 @@
 
 #include "download/DownloadFileService.h"
 #include "download/QueueWindow.h"
+#include "library/ElementService.h"
 #include "pen/FileService.h"
 #include "pen/TextValues.h"
 #include "pen/URLFactory.h"
@@ -66,16 +67,22 @@ std::optional<QByteArray> jsonData(const QString &text, const QString &kind, con
     return std::nullopt;
 }
 
-void storeRequestedTitle(const BaseElement &record, bool removePrevious)
+/// False when the pen has not taken the title's metadata. A title without a version, of which the
+/// server gave none, takes nothing off the pen, and metadata beside content is left to planning,
+/// which writes it with the content.
+bool storeRequestedTitle(const BaseElement &record, bool removePrevious)
 {
-    if (removePrevious && !FileService::deleteFiles(record.mid))
+    const bool replaceable = record.bookVersion > 0;
+    if (removePrevious && replaceable && !FileService::deleteFiles(record.mid))
         debugPrint(u"Error while deleting book "_s + record.mid);
-    const std::optional<QUrl> folder = URLFactory::getBookURL();
-    if (!folder)
-        return;
     const QString name = makeElementId(record.mid, record.bookAreaCode);
-    FileService::writeFile(record.textFileContent(),
-                           URLFactory::fileURL(*folder, URLFactory::fileName(name, FileType::txt)));
+    if (ElementService::qnkFileExists(name))
+        return true;
+    const std::optional<QUrl> folder = URLFactory::getBookURL();
+    return folder
+           && FileService::writeFile(
+               record.textFileContent(),
+               URLFactory::fileURL(*folder, URLFactory::fileName(name, FileType::txt)));
 }
 
 void emptyTbdFile()
@@ -95,14 +102,16 @@ void processAnswers(const CatalogueRun &run)
     Catalogue catalogue;
     catalogue.records = BaseElement::elementsFromServer(*all, *versions);
     const ElementList requested = BaseElement::elementsFromServer(*tbd, *versions);
+    bool allStored = true;
     for (const ElementPtr &record : requested) {
         if (run.stop.stop_requested())
             return;
-        storeRequestedTitle(*record, run.removePrevious);
+        allStored = storeRequestedTitle(*record, run.removePrevious) && allStored;
     }
     if (run.stop.stop_requested())
         return;
-    emptyTbdFile();
+    if (allStored)
+        emptyTbdFile();
     catalogue.result = debugDescription(run.tbdMids);
     run.completionHandler(catalogue);
 }
@@ -187,11 +196,10 @@ void ElementUpdateService::fetchText(const QUrl &url, std::stop_token stop,
     request.url = url;
     sharedSession().dataTask(request, [stop = std::move(stop), completion = std::move(completion)](
                                           const DataTaskResult &result) {
-        if (!result.error.isEmpty())
-            print(result.error);
-        const bool answered =
-            result.error.isEmpty() && result.response && result.response->isSuccess();
-        const std::optional<QString> text = answered ? decodeUtf8(result.data) : std::nullopt;
+        if (!result.isSuccess())
+            print(result.failure());
+        const std::optional<QString> text =
+            result.isSuccess() ? decodeUtf8(result.data) : std::nullopt;
         if (!text && !stop.stop_requested())
             Dispatch::main(QCoreApplication::instance(),
                            [] { QueueWindow::postNoResponseFromServer(); });

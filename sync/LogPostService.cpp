@@ -52,8 +52,7 @@ void LogPostService::postMids(const QStringList &mids, std::stop_token stop)
     request.headers = {{"Content-Type", "application/json"}};
     request.body = QJsonDocument(QJsonArray::fromStringList(mids)).toJson(QJsonDocument::Indented);
     sharedSession().dataTask(request, [stop = std::move(stop)](const DataTaskResult &result) {
-        const bool accepted =
-            result.error.isEmpty() && result.response && result.response->statusCode == 200;
+        const bool accepted = result.isSuccess() && result.response->statusCode == 200;
         if (accepted && !stop.stop_requested())
             clearLog();
     });

@@ -54,6 +54,12 @@ QString noMatchLine(const QString &mid)
     return u"Did not find a matching remote element for "_s + mid + u'.';
 }
 
+/// A record of which the server gave no version would take the title's own from it.
+bool mayRefresh(const BaseElement &local, const BaseElement &remote)
+{
+    return remote.bookVersion > 0 || local.bookVersion <= 0;
+}
+
 } // namespace
 
 UpdatePlanner::UpdatePlanner(PlanningTask task)
@@ -94,7 +100,8 @@ void UpdatePlanner::checkLocalMedias(std::function<void(int rows)> completion)
         if (!remote) {
             debugPrint(noMatchLine(local->mid));
         } else if (local->bookVersion >= remote->bookVersion) {
-            ElementUpdateService::writeMetadata(*remote);
+            if (mayRefresh(*local, *remote))
+                ElementUpdateService::writeMetadata(*remote);
         } else {
             group.enter();
             m_task.sizeOf(remote->url, [group, queued, local, remote, queueRow = m_task.queueRow](
@@ -158,10 +165,8 @@ void UpdatePlanner::downloadCovers(const std::shared_ptr<QList<Cover>> &covers,
     request.url = *url;
     sharedSession().dataTask(request, [self = shared_from_this(), covers, cover,
                                        done = std::move(done)](const DataTaskResult &result) {
-        if (!result.error.isEmpty())
-            print(result.error);
-        else if (!result.response || !result.response->isSuccess())
-            print(u"No cover at "_s + cover.address);
+        if (!result.isSuccess())
+            print(u"No cover: "_s + result.failure());
         else if (!result.data.isEmpty())
             self->storeCover(cover, result.data);
         self->downloadCovers(covers, done);

@@ -69,6 +69,7 @@ UpdateService::UpdateService(LibraryReloading &viewController, QObject *parent)
 UpdateService::~UpdateService()
 {
     m_stop.request_stop();
+    m_penGone.request_stop();
 }
 
 DownloadWindowController &UpdateService::downloadWindowController()
@@ -89,7 +90,7 @@ void UpdateService::updateAll()
         return;
     }
     prepareRun();
-    LogPostService::postLogFIleMidsToServer(m_stop.get_token());
+    LogPostService::postLogFIleMidsToServer(m_penGone.get_token());
     writeLog(u"updateAll nach postLogFIleMidsToServer"_s);
     startSoftwareCheck();
     writeLog(u"updateAll nach versionService.perform"_s);
@@ -104,6 +105,7 @@ void UpdateService::updateAll()
 void UpdateService::prepareRun()
 {
     m_state = State::Planning;
+    m_stop.request_stop();
     m_stop = std::stop_source();
     auto finished = std::exchange(m_downloadFileService, std::make_unique<DownloadFileService>());
     m_downloadFileService->setDownloadWindowController(m_downloadWindowController.get());
@@ -137,6 +139,7 @@ void UpdateService::softwareChecked(bool needed)
 {
     m_needsSoftwareUpdate = needed;
     m_softwareIsChecked = true;
+    m_downloadWindowController->reloadQueueTable();
     if (m_softwareWait.isActive())
         m_softwareWait.start(0);
     const bool mayGoOn = !m_stop.stop_requested() && !m_downloadWindowController->isStopped();
@@ -258,28 +261,25 @@ void UpdateService::triggerElementDownloads()
         return;
     }
     m_downloadWindowController->resetProgress();
-    DispatchGroup group;
-    sizeRows(0, group);
-    group.notify(this, [stop = m_stop.get_token()] {
-        if (!stop.stop_requested())
-            QueueWindow::postStartElementDownloads();
-    });
+    sizeRows(0);
 }
 
-/// A long queue is sized in slices, so that the window stays alive meanwhile.
-void UpdateService::sizeRows(qsizetype first, DispatchGroup group)
+/// A long queue is sized in slices: the window stays alive meanwhile, and no request waits in line
+/// for so long that it counts as unanswered.
+void UpdateService::sizeRows(qsizetype first)
 {
     const qsizetype end = std::min(first + rowsPerSlice, updateElements().size());
+    DispatchGroup slice;
     for (qsizetype i = first; i < end; ++i)
-        sizeRow(i, group);
+        sizeRow(i, slice);
     m_downloadWindowController->reloadQueueTable();
-    if (end >= updateElements().size())
-        return;
-    group.enter();
-    Dispatch::main(this, [this, end, group, stop = m_stop.get_token()]() mutable {
-        if (!stop.stop_requested())
-            sizeRows(end, group);
-        group.leave();
+    slice.notify(this, [this, end, stop = m_stop.get_token()] {
+        if (stop.stop_requested())
+            return;
+        if (end < updateElements().size())
+            sizeRows(end);
+        else
+            QueueWindow::postStartElementDownloads();
     });
 }
 
@@ -313,13 +313,14 @@ void UpdateService::sizeRow(qsizetype index, DispatchGroup group)
 
 void UpdateService::rowsEnded()
 {
-    // Cancelled in a window left open from an earlier run: this one ends with it.
-    if (m_state == State::Planning && m_downloadWindowController->isStopped())
-        m_stop.request_stop();
-    else if (m_state != State::Downloading)
+    // Also cancelled while it is planned, in a window left open from an earlier run.
+    const bool stopped = m_downloadWindowController->isStopped();
+    if (m_state != State::Downloading && !(stopped && isRunning()))
         return;
     m_state = State::Idle;
-    if (m_downloadWindowController->isStopped() || !startLateRows())
+    if (stopped)
+        m_stop.request_stop();
+    if (stopped || !startLateRows())
         finishRun();
 }
 
@@ -339,8 +340,12 @@ bool UpdateService::startLateRows()
 void UpdateService::penRemoved()
 {
     m_stop.request_stop(); // also for what an ended run has not heard of yet
-    if (!isRunning())
+    m_penGone.request_stop();
+    m_penGone = std::stop_source();
+    if (!isRunning()) {
+        m_downloadWindowController->explainFailedCopy();
         return;
+    }
     m_runRequested = false;
     m_state = State::Idle;
     m_downloadWindowController->penRemoved();

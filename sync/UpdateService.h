@@ -57,7 +57,7 @@ private:
     void startDownloads(const QString &result);
     void showDownloadWindow();
     void triggerElementDownloads();
-    void sizeRows(qsizetype first, DispatchGroup group);
+    void sizeRows(qsizetype first);
     void sizeRow(qsizetype index, DispatchGroup group);
     void queueRow(const UpdateElement &row);
     void rowsEnded();
@@ -79,4 +79,5 @@ private:
     QList<UpdateElement> m_plannedRows; ///< until the software's rows stand before them
     QTimer m_softwareWait;              ///< how long planned rows wait for them
     std::stop_source m_stop;            ///< of the run under way
+    std::stop_source m_penGone;         ///< of the pen that is there, for what outlives a run
 };

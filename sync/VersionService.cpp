@@ -230,11 +230,11 @@ void VersionService::fetchVersion(const QString &addressKey, VersionHandler comp
     URLRequest request;
     request.url = *url;
     sharedSession().dataTask(request, [guard, completion](const DataTaskResult &result) {
-        if (!result.error.isEmpty())
-            print(result.error);
         std::optional<QString> version;
-        if (result.error.isEmpty() && result.response && result.response->isSuccess())
+        if (result.isSuccess())
             version = decodeUtf8(result.data);
+        else
+            print(result.failure());
         Dispatch::main(guard, [completion, version] { completion(version); });
     });
 }

@@ -225,6 +225,12 @@ TEST_F(ElementScan, CoverIsThePictureBesideTheText)
     EXPECT_EQ(cover->size, QSize(30, 40));
     EXPECT_EQ(cover->bytes, png.size());
     EXPECT_NEAR(double(cover->modified) / 1e9, double(QDateTime::currentSecsSinceEpoch()), 60);
+    addText(u"00042_en.txt"_s, "Name: a\nType: Buch\n");
+    addText(u"1_en.txt"_s, "Name: named by its text\nId: 00042_en\nType: Buch\n");
+    const ElementList books = ElementService::getQuilloFilesInfoFromPen().books;
+    EXPECT_EQ(ids(books), QStringList(2, u"00042_en"_s));
+    for (const ElementPtr &book : books)
+        EXPECT_EQ(book->image, cover);
 }
 
 TEST_F(ElementScan, UnreadableCoversHaveAStandIn)

@@ -1,15 +1,22 @@
 #include "sync/ElementUpdateService.h"
 
 #include "download/DownloadFileService.h"
+#include "platform/FileManager.h"
+#include "platform/SharedSession.h"
 #include "sync/LogPostService.h"
 #include "sync/VersionService.h"
 #include "tests/support/Output.h"
 #include "tests/support/Rows.h"
 #include "tests/support/UpdateRig.h"
 
+#include <QFileInfo>
 #include <QTest>
+#include <QThread>
+
+#include <future>
 
 #include <gmock/gmock.h>
+#include <sys/fsuid.h>
 
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
@@ -23,16 +30,35 @@ struct ListRow
     QStringList values;
 };
 
+/// Requests a stop when another thread looks for the pen, as the one that writes does.
+class StoppingVolumes : public FolderVolumes
+{
+public:
+    using FolderVolumes::FolderVolumes;
+
+    [[nodiscard]] QList<Volume> volumes() const override
+    {
+        if (QThread::currentThread() != thread())
+            stop.request_stop();
+        return FolderVolumes::volumes();
+    }
+
+    mutable std::stop_source stop;
+};
+
 class ElementUpdate : public testing::Test
 {
 protected:
     /// What was told by the question for all titles.
-    std::optional<Catalogue> ask()
+    static std::optional<Catalogue> ask()
     {
-        std::optional<Catalogue> told;
+        const auto told = std::make_shared<std::promise<Catalogue>>();
+        std::future<Catalogue> answer = told->get_future();
         ElementUpdateService::fetchAllElementsFromMediaServer(
-            true, {}, [&told](const Catalogue &catalogue) { told = catalogue; });
-        return told;
+            true, {}, [told](const Catalogue &catalogue) { told->set_value(catalogue); });
+        if (answer.wait_for(std::chrono::seconds(10)) != std::future_status::ready)
+            return std::nullopt;
+        return answer.get();
     }
 
     std::optional<bool> checkSoftware()
@@ -77,6 +103,12 @@ TEST_F(ElementUpdate, TheUsageLogGivesTheValueOfEachLine)
                             rig.pen.write(u"configure/log.txt"_s, row.text);
                             EXPECT_EQ(LogPostService::getLogMids(), row.values);
                         });
+    rig.pen.write(u"configure/log.txt"_s, "MID=12\n");
+    rig.pen.write(u"configure/settings.ini"_s, "");
+    EXPECT_TRUE(LogPostService::getLogMids().isEmpty()) << "a volume that is no pen";
+    rig.pen.pullOut();
+    EXPECT_EQ(printedBy([] { EXPECT_TRUE(LogPostService::getLogMids().isEmpty()); }),
+              QStringList(u"\"Could not get log file URL.\""_s));
 }
 
 TEST_F(ElementUpdate, LocalMidsComeFromEveryFileOnceInTextOrder)
@@ -117,6 +149,60 @@ TEST_F(ElementUpdate, WithoutAnyMidOrAddressNobodyIsAsked)
               u"\"Failed in "
               u"fetchAllElementsFromMediaServer(removePrevious:completionHandler:)\""_s);
     EXPECT_TRUE(rig.server.requests().isEmpty());
+}
+
+TEST_F(ElementUpdate, TheResultNamesTheRequestedMids)
+{
+    rig.putTitle(u"01234_en"_s, 1);
+    CapturedOutput output;
+    forEachRow<ListRow>(
+        {{"Two", "MID=0007\nMID=12\n", {u"[\"0007\", \"12\"]"_s}}, {"None", "", {u"[]"_s}}},
+        [this](const ListRow &row) {
+            rig.pen.write(u"configure/tbd.txt"_s, row.text);
+            EXPECT_EQ(QStringList(ask().value_or(Catalogue()).result), row.values);
+        });
+    EXPECT_THAT(output.lines(),
+                testing::Contains(u"\"there are 2 tbd mids and the array is empty = false \""_s));
+}
+
+TEST_F(ElementUpdate, StoppedWhileItWritesItWritesNoMore)
+{
+    struct Row
+    {
+        const char *name;
+        QList<QByteArray> requested;
+    };
+    const QByteArray seven = UpdateRig::title(7, "Sieben");
+    forEachRow<Row>(
+        {{"LastTitle", {seven}}, {"AnotherFollows", {seven, UpdateRig::title(8, "Acht")}}},
+        [this](const Row &row) {
+            rig.pen.write(u"configure/tbd.txt"_s, "MID=7\n");
+            rig.serveCatalogue(R"({"00007":1,"00008":1})", {}, row.requested);
+            StoppingVolumes volumes(rig.pen.volumes());
+            FileManager::setVolumeSource(&volumes);
+            ElementUpdateService::fetchAllElementsFromMediaServer(
+                true, volumes.stop.get_token(), [](const Catalogue &) { ADD_FAILURE(); });
+            EXPECT_TRUE(QTest::qWaitFor([&] { return volumes.stop.stop_requested(); }));
+            endSharedSession(); // waits for what is being written
+            FileManager::setVolumeSource(&rig.volumes);
+            EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "MID=7\n");
+            EXPECT_FALSE(rig.pen.exists(u"book/00008_en.txt"_s));
+        });
+}
+
+TEST_F(ElementUpdate, AnOldFileThatCannotBeDeletedIsTold)
+{
+    rig.putTitle(u"01234_en"_s, 1);
+    rig.serveCatalogue(R"({"01234":1})", {}, {UpdateRig::title(1234, "Drache")});
+    constexpr auto ownerWrites = QFile::Permissions(0x7755);
+    constexpr auto nobodyWrites = QFile::Permissions(0x5555);
+    QFile::setPermissions(QFileInfo(rig.pen.volumes()).path(), ownerWrites);
+    QFile::setPermissions(rig.pen.path(u"book"_s), nobodyWrites);
+    sharedSession().async([] { setfsuid(65534); }); // root could delete anything
+    CapturedOutput output;
+    EXPECT_TRUE(ask());
+    EXPECT_THAT(output.lines(), testing::Contains(u"\"Error while deleting book 1234\""_s));
+    QFile::setPermissions(rig.pen.path(u"book"_s), ownerWrites);
 }
 
 TEST_F(ElementUpdate, VersionsMissingInTheSettingsAreBelowAll)

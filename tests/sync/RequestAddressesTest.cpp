@@ -29,11 +29,14 @@ TEST(RequestAddresses, AreTheConfiguredPrefixesWithTheirSegments)
               rig.server.address("/medias?mids=%221%22,%222%22"));
 }
 
-TEST(RequestAddresses, AValueThatIsNoAddressIsTold)
+TEST(RequestAddresses, AreEncodedOrTellThatTheValueIsNone)
 {
     UpdateRig rig;
     rig.configureWith("<plist version=\"1.0\"><dict><key>LOG_POST_URL</key>"
-                      "<string>not an address</string></dict></plist>");
+                      "<string>not an address</string><key>MEDIA_SERVER_VERSIONS_URL</key>"
+                      "<string>http://host/v \xc3\xbc</string></dict></plist>");
+    EXPECT_EQ(versionsURL().value_or(QUrl()).toString(QUrl::FullyEncoded),
+              u"http://host/v%20%C3%BC"_s);
     EXPECT_EQ(printedBy([] { EXPECT_EQ(configuredURL(URLFactory::logPostKey), std::nullopt); }),
               QStringList(u"\"The value of LOG_POST_URL is no address: not an address\""_s));
 }

@@ -56,7 +56,9 @@ TEST_F(UpdateRunFaults, NoServerAtAll)
     rig.configureWith("<plist version=\"1.0\"><dict><key>MEDIA_SERVER_VERSIONS_URL</key><string>"
                       "http://127.0.0.1:1/v</string><key>MEDIA_SERVER_MEDIAS_URL</key><string>"
                       "http://127.0.0.1:1/m</string></dict></plist>");
+    CapturedOutput output;
     ASSERT_TRUE(rig.run());
+    EXPECT_EQ(output.lines().count(u"Connection refused"_s), 3);
     expectHeadline(u"label_no_response_from_server"_s);
     expectOldTitle();
 }
@@ -66,7 +68,13 @@ TEST_F(UpdateRunFaults, NoConfigurationAtAll)
     rig.putTitle(u"00042_en"_s, 2);
     rig.pen.write(u"configure/log.txt"_s, "MID=1\n");
     rig.configureWith("no property list");
+    CapturedOutput output;
     ASSERT_TRUE(rig.run());
+    EXPECT_THAT(output.lines(),
+                testing::Contains(u"\"Won't show download window, TBD file was empty? true, "
+                                  u"software updated is needed? false and there are elements we "
+                                  u"should update? false\""_s));
+    EXPECT_TRUE(windowShown.isEmpty());
     EXPECT_TRUE(rig.server.requests().isEmpty());
     EXPECT_EQ(rig.pen.read(u"configure/log.txt"_s), "MID=1\n");
     expectOldTitle();
@@ -77,7 +85,13 @@ TEST_F(UpdateRunFaults, ARowWhoseAddressIsMissingIsGivenUp)
     rig.putTitle(u"00042_en"_s, 2);
     serveCatalogueOfOne();
     rig.configure({u"STREAMING_SERVER_FILES_URL"_s});
+    CapturedOutput output;
     ASSERT_TRUE(rig.run());
+    EXPECT_THAT(output.lines(),
+                testing::IsSupersetOf(
+                    {u"\"No address is configured under STREAMING_SERVER_FILES_URL\""_s,
+                     u"\"Could not create download URL for fetching QNK contents. Download wont "
+                     u"happen.\""_s}));
     EXPECT_THAT(states(), testing::ElementsAre(DownloadType::Failed));
     expectOldTitle();
 }
@@ -121,14 +135,21 @@ TEST_F(UpdateRunFaults, ACoverThatIsNoPictureIsNotWritten)
                                                   + rig.server.address("/files/7/42/42_en.png")));
 }
 
-TEST_F(UpdateRunFaults, AVersionThatTriesToLeaveTheFolderIsGivenUp)
+TEST_F(UpdateRunFaults, SoftwareThatLeavesTheFolderOrIsMissingIsGivenUp)
 {
     rig.putTitle(u"00042_en"_s, 2);
     rig.serveCatalogue("{}", {});
     rig.server.serveInTurn("/imageversion", {{.body = "2"}, {.body = "/../../book/00042_en.qnk"}});
     rig.server.serve("/software/imageisoV2.iso", content);
+    rig.server.serve("/firmwareversion", "2");
+    rig.server.serveInTurn("/software/firmwareV2.bin", {{.body = content}, {.status = 404}});
+    CapturedOutput output;
     rig.service->updateAll();
-    ASSERT_TRUE(QTest::qWaitFor([] { return states() == QList{DownloadType::Failed}; }, 20'000));
+    ASSERT_TRUE(QTest::qWaitFor(
+        [] { return states() == QList<DownloadType>(2, DownloadType::Failed); }, 20'000));
+    EXPECT_THAT(output.lines(),
+                testing::IsSupersetOf({u"Failed to download image ISO."_s,
+                                       u"Error while downloading firmware file."_s}));
     EXPECT_FALSE(rig.pen.names(u"configure"_s).join(u' ').contains(u"iso"_s));
     expectOldTitle();
 }

@@ -6,6 +6,7 @@
 #include "tests/support/UpdateRig.h"
 #include "ui/Localization.h"
 
+#include <QSignalSpy>
 #include <QTest>
 
 #include <gmock/gmock.h>
@@ -70,6 +71,8 @@ protected:
     }
 
     UpdateRig rig;
+    const QSignalSpy windowShown{&rig.service->downloadWindowController(),
+                                 &DownloadWindowController::showRequested};
     const QByteArray content = QByteArray("0123456789").repeated(30'000);
     const std::shared_ptr<Gate> gate = std::make_shared<Gate>();
 };

@@ -1,6 +1,7 @@
 #include "tests/sync/UpdateRunFixture.h"
 
 #include "library/LibraryLists.h"
+#include "platform/Bundle.h"
 
 using namespace Qt::StringLiterals;
 using testing::Contains;
@@ -18,6 +19,10 @@ TEST_F(UpdateRun, BringsAnOutdatedTitleUpToDate)
     expectHeadline(u"label_download_complete"_s);
     EXPECT_EQ(window().step, u"100 %"_s);
     EXPECT_TRUE(window().okEnabled);
+    EXPECT_EQ(updateElements().first().contentLength, content.size());
+    EXPECT_EQ(updateElements().first().image.value_or(CoverImage()).path,
+              rig.pen.volumePath(u"book/00042_en.png"_s));
+    EXPECT_EQ(totalBytesToDownload(), content.size());
     EXPECT_THAT(rig.pen.names(u"book"_s),
                 ElementsAre(u"00042_en.png"_s, u"00042_en.qnk"_s, u"00042_en.txt"_s));
 }
@@ -26,10 +31,10 @@ TEST_F(UpdateRun, AsksWithTheExactAddresses)
 {
     rig.putTitle(u"00042_en"_s, 2);
     rig.putTitle(u"01234_en"_s, 1);
-    rig.pen.write(u"configure/tbd.txt"_s, "x MID=0007 y\nMID=\n");
+    rig.pen.write(u"configure/tbd.txt"_s, "x MID=0007 y\nMID=\nMID=1234");
     rig.pen.write(u"configure/log.txt"_s, "MID=12\nMID=12\nMID=345\n");
     rig.serveCatalogue(R"({"00042":3,"01234":1})", {UpdateRig::title(42, "Drache")},
-                       {UpdateRig::title(7, "Neu", "de")});
+                       {UpdateRig::title(7, "Neu", "de"), UpdateRig::title(1234, "Neu")});
     rig.serveContent(42, 3, content);
     ASSERT_TRUE(rig.run());
 
@@ -40,9 +45,9 @@ TEST_F(UpdateRun, AsksWithTheExactAddresses)
             request.target.startsWith("/medias") || request.target.startsWith("/versions");
         (isCatalogue ? catalogue : others) += request.method + ' ' + request.target;
     }
-    EXPECT_THAT(catalogue,
-                ElementsAre("GET /versions", "GET /medias?mids=%221234%22,%2242%22,%220007%22",
-                            "GET /medias?mids=%220007%22"));
+    EXPECT_THAT(catalogue, ElementsAre("GET /versions",
+                                       "GET /medias?mids=%221234%22,%2242%22,%220007%22,%221234%22",
+                                       "GET /medias?mids=%220007%22,%221234%22"));
     EXPECT_THAT(others,
                 IsSupersetOf({QByteArray("POST /log"), "HEAD " + UpdateRig::contentPath(42, 3)}));
     EXPECT_EQ(others.last(), "GET " + UpdateRig::contentPath(42, 3));
@@ -50,6 +55,9 @@ TEST_F(UpdateRun, AsksWithTheExactAddresses)
     EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "");
     EXPECT_TRUE(rig.pen.exists(u"configure/tbd.txt"_s));
     EXPECT_TRUE(onPen(u".txt"_s, u"00007_de"_s).startsWith("Name: Neu\n"));
+    // What was asked for anew has lost its old files.
+    EXPECT_TRUE(onPen(u".txt"_s, u"01234_en"_s).startsWith("Name: Neu\n"));
+    EXPECT_FALSE(rig.pen.exists(u"book/01234_en.qnk"_s) || rig.pen.exists(u"book/01234_en.png"_s));
 }
 
 TEST_F(UpdateRun, TracesItsStepsInTheLog)
@@ -80,13 +88,25 @@ TEST_F(UpdateRun, SaysWhatItDecidesOnTheDebugLog)
     rig.putTitle(u"00042_en"_s, 2);
     rig.putTitle(u"00043_en"_s, 5);
     rig.putTitle(u"00099_en"_s, 1);
-    rig.serveCatalogue(R"({"00042":3,"00043":5})",
-                       {UpdateRig::title(42, "Drache"), UpdateRig::title(43, "Pirat")});
+    rig.pen.write(u"book/00044_en.qnk"_s, "without metadata");
+    rig.pen.write(u"book/00098_en.qnk"_s, "unknown");
+    QFile unknown(rig.pen.path(u"book/00098_en.qnk"_s));
+    ASSERT_TRUE(unknown.open(QFile::ReadWrite)
+                && unknown.setFileTime(QDateTime::currentDateTime().addDays(1),
+                                       QFile::FileModificationTime));
+    rig.serveCatalogue(R"({"00042":3,"00043":5,"00044":1})",
+                       {UpdateRig::title(42, "Drache"), UpdateRig::title(43, "Pirat"),
+                        UpdateRig::title(44, "Ritter")});
     rig.serveContent(42, 3, content);
     CapturedOutput output;
     ASSERT_TRUE(rig.run());
+    EXPECT_EQ(windowShown.size(), 1);
+    EXPECT_FALSE(rig.pen.exists(u"book/00044_en.txt"_s)) << "stands behind an unknown title";
     EXPECT_THAT(output.lines(),
-                IsSupersetOf({u"\"Did not find a matching remote element for 99.\""_s,
+                IsSupersetOf({u"\"Did not find a matching remote element for 98.\""_s,
+                              u"\"Did not find a matching remote element for 99.\""_s,
+                              u"\"Will show download window due to outstanding updates or "
+                              u"downloads.\""_s,
                               u"\"Queued update element for local media 42 (REMOTE 3 > LOCAL 2), "
                               u"content length is 0\""_s,
                               u"\"No MIDs found in TBD file\""_s, u"\"now i got all responses\""_s,
@@ -140,6 +160,8 @@ TEST_F(UpdateRun, LoadsNewSystemSoftwareAndRemovesStaleImages)
     EXPECT_THAT(output.lines(),
                 IsSupersetOf({u"\"firmware-file remoteversion 13 > localversion 12 ?\""_s,
                               u"\"iso-file remoteversion 7 > localversion 5 ?\""_s,
+                              u"\"Will skip element download for type iso\""_s,
+                              u"\"Will skip element download for type bin\""_s,
                               u"\"VersionService reports that an update is needed.\""_s}));
     EXPECT_THAT(rig.pen.names(u"configure"_s),
                 ElementsAre(u"firmwareV13.bin"_s, u"imageisoV6.iso"_s, u"imageisoV7.iso"_s,
@@ -161,7 +183,12 @@ TEST_F(UpdateRun, SystemSoftwareStandsBeforeTheTitles)
     gate->open();
     ASSERT_TRUE(rig.waitForEnd());
     EXPECT_THAT(states(), ElementsAre(DownloadType::Ready, DownloadType::Ready));
-    EXPECT_EQ(updateElements().first().updateFileType, UpdateFileType::bin);
+    const UpdateElement &software = updateElements().first();
+    EXPECT_EQ(software.updateFileType, UpdateFileType::bin);
+    EXPECT_EQ(software.title, u"Systemsoftware"_s);
+    EXPECT_EQ(software.image.value_or(CoverImage()).path, Bundle::imagePath(u"Firmware_icon"_s));
+    EXPECT_EQ(software.contentLength, 8);
+    EXPECT_EQ(totalBytesToDownload(), content.size() + 8);
     expectNewTitle();
 }
 
@@ -183,10 +210,13 @@ TEST_F(UpdateRun, TheLogIsEmptiedOnlyByA200)
 {
     serveOneOutdatedTitle();
     rig.pen.write(u"configure/log.txt"_s, "a=b=c\nMID= 12 \n");
-    rig.server.serve("/log", {.status = 500});
-    ASSERT_TRUE(rig.run());
-    EXPECT_TRUE(rig.pen.read(u"configure/log.txt"_s).startsWith("a=b=c"));
-
+    const FaultServer::Reply cut{.body = "accepted", .fault = Fault::Close, .faultAt = 4};
+    for (const FaultServer::Reply &refusal :
+         {{.status = 500}, {.status = 201}, {.status = 204}, cut}) {
+        rig.server.serve("/log", refusal);
+        ASSERT_TRUE(rig.run());
+        EXPECT_TRUE(rig.pen.read(u"configure/log.txt"_s).startsWith("a=b=c")) << refusal.status;
+    }
     rig.server.serve("/log", "");
     rig.service->updateAll();
     EXPECT_TRUE(QTest::qWaitFor([this] { return rig.pen.read(u"configure/log.txt"_s).isEmpty(); }));
@@ -194,6 +224,22 @@ TEST_F(UpdateRun, TheLogIsEmptiedOnlyByA200)
     QByteArray body = rig.server.requests("/log").last().body;
     EXPECT_TRUE(body.contains('\n'));
     EXPECT_EQ(body.simplified().replace(' ', ""), R"(["b","12"])");
+}
+
+TEST_F(UpdateRun, ContentOfATitleThatIsKnownNoMoreKeepsItsMetadata)
+{
+    serveOneOutdatedTitle();
+    rig.server.serveInTurn(UpdateRig::contentPath(42, 3),
+                           {{.body = content}, {.body = content, .hold = gate}});
+    CapturedOutput output;
+    rig.service->updateAll();
+    ASSERT_TRUE(gate->waitUntilReached());
+    pendingElements().clear();
+    gate->open();
+    ASSERT_TRUE(rig.waitForEnd());
+    EXPECT_TRUE(onPen(u".txt"_s).startsWith("Name: Old\n"));
+    EXPECT_THAT(output.lines(), Contains(u"\"Failed to update TXT file after new QNK download for "
+                                         u"media with MID 42\""_s));
 }
 
 TEST_F(UpdateRun, ADroppedTransferIsResumedAndKeepsTheMetadataInStep)
@@ -280,6 +326,7 @@ TEST_F(UpdateRun, PulledWhileTheServersAreAskedNothingIsWritten)
     rig.server.serveInTurn("/medias", {{.body = "[]"}, {.body = "[]", .hold = gate}});
     rig.service->updateAll();
     ASSERT_TRUE(gate->waitUntilReached());
+    CapturedOutput output;
     rig.service->penRemoved();
     EXPECT_FALSE(rig.service->isRunning());
     // A pen that is there again belongs to the next run, not to the one that was cut off.
@@ -288,6 +335,7 @@ TEST_F(UpdateRun, PulledWhileTheServersAreAskedNothingIsWritten)
                        {UpdateRig::title(7, "Neu")});
     rig.serveContent(7, 1, "seven");
     ASSERT_TRUE(rig.run());
+    EXPECT_EQ(output.lines().count(u"\"now i got all responses\""_s), 1);
     expectNewTitle();
     EXPECT_TRUE(rig.pen.exists(u"book/00007_en.txt"_s));
 }

@@ -1,0 +1,107 @@
+#include "tests/sync/UpdateRunFixture.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// What a run must not take from the pen, however it goes.
+class UpdateRunKeeps : public UpdateRun
+{
+protected:
+    void expectLog(const QByteArray &text)
+    {
+        EXPECT_EQ(rig.pen.read(u"configure/log.txt"_s), text);
+    }
+};
+
+TEST_F(UpdateRunKeeps, TitlesAsTheyAreWhenTheVersionsAreUnknown)
+{
+    rig.putTitle(u"00042_en"_s, 2);
+    rig.putTitle(u"01234_en"_s, 2);
+    rig.pen.write(u"configure/tbd.txt"_s, "MID=1234\n");
+    for (const FaultServer::Reply &versions :
+         {FaultServer::Reply{.status = 503, .body = "{}"}, FaultServer::Reply{}}) {
+        SCOPED_TRACE(versions.status);
+        const QByteArray requested = UpdateRig::title(1234, "Pirat");
+        rig.serveCatalogue({}, {UpdateRig::title(42, "Drache"), requested}, {requested});
+        rig.server.serve("/versions", versions);
+        CapturedOutput output;
+        ASSERT_TRUE(rig.run());
+        EXPECT_EQ(output.lines().count(u"HTTP 503 for "_s + rig.server.address("/versions")),
+                  versions.status == 503);
+        expectOldTitle();
+        EXPECT_EQ(onPen(u".qnk"_s, u"01234_en"_s), "old content");
+        EXPECT_EQ(onPen(u".txt"_s, u"01234_en"_s), onPen(u".txt"_s));
+        EXPECT_TRUE(updateElements().isEmpty());
+    }
+}
+
+TEST_F(UpdateRunKeeps, MetadataOfARequestedTitleUntilItsContentHasCome)
+{
+    serveOneOutdatedTitle();
+    rig.serveCatalogue(R"({"00042":3})", {UpdateRig::title(42, "Drache")},
+                       {UpdateRig::title(42, "Drache")});
+    rig.server.serve(UpdateRig::contentPath(42, 3), {.status = 503});
+    rig.pen.write(u"configure/tbd.txt"_s, "MID=42\n");
+    ASSERT_TRUE(rig.run());
+    expectOldTitle();
+    serveOneOutdatedTitle();
+    ASSERT_TRUE(rig.run());
+    expectNewTitle();
+}
+
+TEST_F(UpdateRunKeeps, RequestsThatThePenCouldNotTake)
+{
+    rig.pen.remove(u"book"_s);
+    rig.pen.write(u"configure/tbd.txt"_s, "MID=42\n");
+    rig.serveCatalogue(R"({"00042":3})", {UpdateRig::title(42, "Drache")},
+                       {UpdateRig::title(42, "Drache")});
+    ASSERT_TRUE(rig.run());
+    EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "MID=42\n");
+}
+
+TEST_F(UpdateRunKeeps, TheLogOfAPenThatCameAfterTheAnsweredOne)
+{
+    rig.pen.write(u"configure/log.txt"_s, "MID=1\n");
+    rig.server.serveInTurn("/log", {{.hold = gate}, {.status = 500}});
+    ASSERT_TRUE(rig.run());
+    ASSERT_TRUE(rig.run());
+    rig.pen.pullOut();
+    rig.service->penRemoved();
+    rig.pen.write(u"configure/log.txt"_s, "MID=99\n");
+    rig.pen.plugIn();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !rig.volumes.volumes().isEmpty(); }));
+    gate->open();
+    ASSERT_TRUE(rig.run());
+    expectLog("MID=99\n");
+}
+
+TEST_F(UpdateRunKeeps, NothingOfALogThatHasBeenSentWhenTheRunIsCancelled)
+{
+    rig.pen.write(u"configure/log.txt"_s, "MID=1\n");
+    rig.server.serve("/log", {.hold = gate});
+    rig.service->updateAll();
+    ASSERT_TRUE(gate->waitUntilReached());
+    rig.service->downloadWindowController().cancelBtnKlicked();
+    EXPECT_FALSE(rig.service->isRunning());
+    gate->open();
+    EXPECT_TRUE(QTest::qWaitFor([this] { return rig.pen.read(u"configure/log.txt"_s).isEmpty(); }));
+}
+
+TEST_F(UpdateRunKeeps, TheLastWordForThePulledPenAfterAFailedCopy)
+{
+    serveOneOutdatedTitle();
+    rig.server.serve(UpdateRig::contentPath(42, 3),
+                     {.body = content, .fault = Fault::Stall, .faultAt = 500, .gate = gate});
+    rig.service->updateAll();
+    ASSERT_TRUE(gate->waitUntilReached());
+    rig.pen.remove(u"book"_s);
+    gate->open();
+    ASSERT_TRUE(rig.waitForEnd());
+    EXPECT_FALSE(window().okEnabled);
+    rig.service->penRemoved();
+    expectHeadline(u"label_pen_removed"_s);
+    EXPECT_TRUE(window().okEnabled);
+}
+
+} // namespace
