@@ -5,11 +5,12 @@
 
 #include <QDir>
 #include <QFile>
-#include <QThreadPool>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <thread>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -56,15 +57,19 @@ bool writeTitle(const DemoCatalogue &catalogue, const DemoTitle &title, const QS
 /// Covers take most of the time, so the titles are shared out over the processors.
 bool writeTitles(const DemoCatalogue &catalogue, const QString &book)
 {
+    const QList<DemoTitle> &titles = catalogue.titles();
+    std::atomic<qsizetype> next = 0;
     std::atomic<bool> written = true;
-    QThreadPool pool;
-    for (const DemoTitle &title : catalogue.titles()) {
-        pool.start([&catalogue, &title, &book, &written] {
-            if (!writeTitle(catalogue, title, book))
+    const auto work = [&] {
+        for (qsizetype i = next++; i < titles.size(); i = next++) {
+            if (!writeTitle(catalogue, titles.at(i), book))
                 written = false;
-        });
-    }
-    pool.waitForDone();
+        }
+    };
+    std::vector<std::jthread> workers;
+    for (unsigned i = 0; i < std::max(1U, std::thread::hardware_concurrency()); ++i)
+        workers.emplace_back(work);
+    workers.clear(); // waits for them
     return written;
 }
 

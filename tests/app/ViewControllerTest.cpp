@@ -178,7 +178,7 @@ TEST_F(StartWithoutPen, KeyStartsAnUpdateRun)
 TEST_F(StartWithoutPen, GaugeIsRefreshedAsThePenComesAndGoes)
 {
     const auto refreshes = [] {
-        return logLines({u"loadData nach g"_s, u"updateValues Ende"_s, u"loadData nach u"_s});
+        return logLines({u"loadData nach getE"_s, u"updateValues Ende"_s, u"loadData nach u"_s});
     };
     EXPECT_EQ(refreshes().mid(1, 3),
               (QStringList{u"loadData nach getElementsFromPen"_s, u"updateValues Ende"_s,
