@@ -65,6 +65,7 @@ bool mayRefresh(const BaseElement &local, const BaseElement &remote)
 UpdatePlanner::UpdatePlanner(PlanningTask task)
     : m_task(std::move(task))
 {
+    m_remoteByMid.reserve(m_task.remoteMedias.size());
     for (const ElementPtr &record : std::as_const(m_task.remoteMedias))
         m_remoteByMid[record->mid] += record;
 }
