@@ -6,6 +6,8 @@
 
 #include <QPainter>
 
+#include <algorithm>
+
 void ColoredTableRowView::drawSelection(QPainter &painter, const QRect &row) const
 {
     painter.setPen(Qt::NoPen);
@@ -53,6 +55,18 @@ void ColoredTableView::scrollTo(const QModelIndex &index, ScrollHint hint)
 {
     QTableView::scrollTo(index, hint);
     Q_EMIT rowWanted(index.row());
+}
+
+/// A page is what is seen of the rows, not all of them.
+QModelIndex ColoredTableView::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
+{
+    if ((action != MovePageUp && action != MovePageDown) || !currentIndex().isValid())
+        return QTableView::moveCursor(action, modifiers);
+    const int height = std::max(1, rowHeight(currentIndex().row()));
+    const int seen = viewport()->visibleRegion().boundingRect().height() / height;
+    const int step = std::max(1, seen - 1) * (action == MovePageUp ? -1 : 1);
+    const int row = std::clamp(currentIndex().row() + step, 0, model()->rowCount() - 1);
+    return model()->index(row, currentIndex().column());
 }
 
 void ColoredTableView::focusInEvent(QFocusEvent *event)

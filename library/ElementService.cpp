@@ -10,6 +10,8 @@
 #include "platform/FolderVisit.h"
 #include "platform/StandardOutput.h"
 
+#include <QHash>
+
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -101,12 +103,42 @@ void appendByKind(PenLibrary &library, const BaseElement &element)
     }
 }
 
-PenLibrary libraryWithCovers(const ElementList &records)
+/// The file of a title in the folder; absent for a name that is none.
+std::optional<QString> titleFile(const QUrl &folder, const QString &id, FileType type)
+{
+    if (!isSafeFileName(id))
+        return std::nullopt;
+    return path(folder) + URLFactory::fileName(id, type);
+}
+
+/// The same in the pen's book folder; absent without pen.
+std::optional<QString> titleFile(const QString &id, FileType type)
+{
+    const std::optional<QUrl> folder = URLFactory::getBookURL();
+    return folder ? titleFile(*folder, id, type) : std::nullopt;
+}
+
+std::optional<CoverImage> coverImage(const std::optional<QString> &file)
+{
+    if (!file)
+        return dummyCover();
+    const FileManager::Contents head = FileManager::contents(*file, coverHead);
+    if (!head.data)
+        return dummyCover();
+    std::optional<QSize> size = pictureSize(*head.data);
+    if (!size && head.fileSize > coverHead)
+        size = pictureSize(FileManager::contents(*file, longCoverHead).data.value_or(QByteArray()));
+    if (!size)
+        return std::nullopt;
+    return CoverImage{*file, *size, head.fileSize, head.modified};
+}
+
+PenLibrary libraryWithCovers(const ElementList &records, const QUrl &bookFolder)
 {
     PenLibrary library;
     for (const ElementPtr &element : records) {
         writeLog(u"getQuilloFilesInfoFromPen in for baseElementArray: "_s + element->id);
-        element->image = ElementService::loadCoverImage(element->id);
+        element->image = coverImage(titleFile(bookFolder, element->id, FileType::png));
         if (!element->image)
             continue;
         writeLog(u"getQuilloFilesInfoFromPen if image != nil"_s);
@@ -132,16 +164,38 @@ PenLibrary scan()
     const QList<MetadataText> texts = readMetadataFiles(*bookFolder, names);
     if (texts.isEmpty())
         return {};
-    return libraryWithCovers(sortedRecords(texts));
+    return libraryWithCovers(sortedRecords(texts), *bookFolder);
 }
 
-/// The file of a title in the book folder; absent without pen or for a name that is none.
-std::optional<QString> titleFile(const QString &id, FileType type)
+/// The first of those that share an identifier stands for it.
+QHash<QString, ElementPtr> titlesById()
+{
+    QHash<QString, ElementPtr> titles;
+    for (const ElementPtr &title : allElements()) {
+        if (!titles.contains(title->id))
+            titles.insert(title->id, title);
+    }
+    return titles;
+}
+
+QString deletionLine(const BaseElement &title)
+{
+    return u"Will delete "_s + title.name + u" of type "_s
+           + (title.type ? rawValue(*title.type) : u"nil"_s);
+}
+
+/// False when a file may still be on the pen.
+bool removeFiles(const QString &id)
 {
     const std::optional<QUrl> folder = URLFactory::getBookURL();
-    if (!folder || !isSafeFileName(id))
-        return std::nullopt;
-    return path(*folder) + URLFactory::fileName(id, type);
+    bool nothingLeft = true;
+    for (const FileType type : {FileType::txt, FileType::png, FileType::qnk}) {
+        const std::optional<QString> file = folder ? titleFile(*folder, id, type) : std::nullopt;
+        if (!file || (!FileService::deleteFile(*file) && FileManager::fileExists(*file)))
+            nothingLeft = false;
+    }
+    // A file of a pen that has just been pulled only seems to be gone.
+    return nothingLeft && URLFactory::getBookURL();
 }
 
 } // namespace
@@ -192,37 +246,26 @@ QString ElementService::idPrefix(const QString &fileName)
 
 std::optional<CoverImage> ElementService::loadCoverImage(const QString &id)
 {
-    const std::optional<QString> file = titleFile(id, FileType::png);
-    if (!file)
-        return dummyCover();
-    const FileManager::Contents head = FileManager::contents(*file, coverHead);
-    if (!head.data)
-        return dummyCover();
-    std::optional<QSize> size = pictureSize(*head.data);
-    if (!size && head.fileSize > coverHead)
-        size = pictureSize(FileManager::contents(*file, longCoverHead).data.value_or(QByteArray()));
-    if (!size)
-        return std::nullopt;
-    return CoverImage{*file, *size, head.fileSize, head.modified};
+    return coverImage(titleFile(id, FileType::png));
+}
+
+QStringList ElementService::deleteElements(const QStringList &ids)
+{
+    const LogBatch batch;
+    const QHash<QString, ElementPtr> known = titlesById();
+    QStringList left;
+    for (const QString &id : ids) {
+        if (const ElementPtr title = known.value(id))
+            print(deletionLine(*title));
+        if (!removeFiles(id))
+            left += id;
+    }
+    return left;
 }
 
 bool ElementService::deleteElement(const QString &id)
 {
-    const ElementList titles = allElements();
-    const auto title = std::find_if(titles.begin(), titles.end(),
-                                    [&id](const ElementPtr &element) { return element->id == id; });
-    if (title != titles.end()) {
-        const QString type = (*title)->type ? rawValue(*(*title)->type) : u"nil"_s;
-        print(u"Will delete "_s + (*title)->name + u" of type "_s + type);
-    }
-    bool nothingLeft = true;
-    for (const FileType type : {FileType::txt, FileType::png, FileType::qnk}) {
-        const std::optional<QString> file = titleFile(id, type);
-        if (!file || (!FileService::deleteFile(*file) && FileManager::fileExists(*file)))
-            nothingLeft = false;
-    }
-    // A file of a pen that has just been pulled only seems to be gone.
-    return nothingLeft && URLFactory::getBookURL();
+    return deleteElements({id}).isEmpty();
 }
 
 bool ElementService::qnkFileExists(const QString &id)

@@ -32,6 +32,8 @@ public:
     /// something of the title may still be on the pen, or the pen has gone. Main thread, since it
     /// names the title from the library lists.
     static bool deleteElement(const QString &id);
+    /// The same for many; those that may still be there, in their order.
+    static QStringList deleteElements(const QStringList &ids);
 
     /// Whether the title's content file is in the book folder.
     [[nodiscard]] static bool qnkFileExists(const QString &id);

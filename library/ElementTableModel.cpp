@@ -51,12 +51,25 @@ void ElementTableModel::setElements(const ElementList &elements)
 
 void ElementTableModel::removeElements(const QStringList &ids)
 {
-    const QList<int> rows = rowsOf(ids);
-    for (auto row = rows.crbegin(); row != rows.crend(); ++row) {
-        beginRemoveRows({}, *row, *row);
-        m_elements.removeAt(*row);
+    // From the end, so that the rows before keep their numbers.
+    const QList<RowRange> ranges = rangesOf(ids);
+    for (auto range = ranges.crbegin(); range != ranges.crend(); ++range) {
+        beginRemoveRows({}, range->first, range->last);
+        m_elements.remove(range->first, range->last - range->first + 1);
         endRemoveRows();
     }
+}
+
+QList<ElementTableModel::RowRange> ElementTableModel::rangesOf(const QStringList &ids) const
+{
+    QList<RowRange> ranges;
+    for (const int row : rowsOf(ids)) {
+        if (!ranges.isEmpty() && ranges.constLast().last == row - 1)
+            ranges.last().last = row;
+        else
+            ranges.append({row, row});
+    }
+    return ranges;
 }
 
 QStringList ElementTableModel::idsOf(const QModelIndexList &indexes) const

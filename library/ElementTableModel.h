@@ -28,6 +28,13 @@ public:
     [[nodiscard]] int rowOf(const QString &id) const;
     /// The rows of these titles in ascending order.
     [[nodiscard]] QList<int> rowsOf(const QStringList &ids) const;
+    struct RowRange
+    {
+        int first;
+        int last;
+    };
+    /// The same in as few pieces as there can be: row by row, many would cost their square.
+    [[nodiscard]] QList<RowRange> rangesOf(const QStringList &ids) const;
 
     /// The column titles in the current language.
     void updateTexts();

@@ -2,19 +2,6 @@
 
 #include <QScrollBar>
 
-namespace {
-
-/// A selection of many single rows would cost their square.
-template <typename Iterator>
-Iterator lastInSequence(Iterator first, Iterator end)
-{
-    while (first + 1 != end && *(first + 1) == *first + 1)
-        ++first;
-    return first;
-}
-
-} // namespace
-
 KeptPlace::KeptPlace(const QAbstractItemView &view, const ElementTableModel &model)
     : m_value(view.verticalScrollBar()->value())
 {
@@ -60,12 +47,8 @@ void KeptPlace::select(QAbstractItemView &view, const ElementTableModel &model,
                        const QStringList &ids)
 {
     QItemSelection selection;
-    const QList<int> rows = model.rowsOf(ids);
-    for (auto first = rows.begin(); first != rows.end();) {
-        const auto last = lastInSequence(first, rows.end());
-        selection.append({model.titleIndex(*first), model.titleIndex(*last)});
-        first = last + 1;
-    }
+    for (const auto &[first, last] : model.rangesOf(ids))
+        selection.append({model.titleIndex(first), model.titleIndex(last)});
     const bool wholeRows = view.selectionBehavior() == QAbstractItemView::SelectRows;
     view.selectionModel()->select(selection, wholeRows ? QItemSelectionModel::ClearAndSelect
                                                              | QItemSelectionModel::Rows

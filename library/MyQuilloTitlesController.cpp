@@ -275,7 +275,7 @@ MyQuilloTitlesController::Place MyQuilloTitlesController::place() const
     place.value = m_scrollArea->verticalScrollBar()->value();
     for (const Section &section : m_sections) {
         const bool reaches = section.list->geometry().bottom() > place.value;
-        if (*section.header == nullptr || section.titles == nullptr || !reaches)
+        if (section.titles == nullptr || section.titles->elements().isEmpty() || !reaches)
             continue;
         const int above = std::max(0, place.value - rowTop(section, 0));
         const auto count = static_cast<int>(section.titles->elements().size());

@@ -10,6 +10,7 @@
 
 #include "ui_DeleteViewController.h"
 
+#include <QSet>
 #include <QShortcut>
 
 using namespace Qt::StringLiterals;
@@ -29,14 +30,15 @@ QHash<QString, QString> namesById(const QStringList &ids)
     return names;
 }
 
-/// Returns the titles that may still be on the pen.
-QStringList removeFiles(const QStringList &ids)
+/// Those of the titles that may still be on the pen: of which a file could not be removed, or that
+/// the pen still lists.
+QStringList stillThere(const QStringList &ids, const QStringList &withFiles)
 {
-    QStringList left;
-    for (const QString &id : ids) {
-        if (!ElementService::deleteElement(id))
-            left += id;
-    }
+    QSet<QString> there(withFiles.begin(), withFiles.end());
+    for (const ElementPtr &title : allElements())
+        there.insert(title->id);
+    QStringList left = ids;
+    left.removeIf([&there](const QString &id) { return !there.contains(id); });
     return left;
 }
 
@@ -101,8 +103,9 @@ void DeleteViewController::deleteTitles(const QStringList &ids,
     const bool samePen = selectedElementIds() == ids;
     if (DeletionHandling *shown = viewController->shownDeletionHandling())
         shown->willDelete(ids);
-    const QStringList left = samePen ? removeFiles(ids) : ids;
+    const QStringList withFiles = samePen ? ElementService::deleteElements(ids) : ids;
     viewController->getBaseElementsFromPen();
+    const QStringList left = stillThere(ids, withFiles);
     if (DeletionHandling *shown = viewController->shownDeletionHandling())
         shown->didDelete();
     if (NavStorageItem::current)

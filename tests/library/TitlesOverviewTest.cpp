@@ -181,6 +181,10 @@ TEST_F(TitlesOverviewTest, KeyboardBringsItsRowIntoView)
     ASSERT_TRUE(QTest::qWaitForWindowActive(page.get()));
     ColoredTableView &table = *page->myQuilloBooksController->tableView;
     table.setFocus();
+    QTest::keyClick(&table, Qt::Key_PageDown);
+    EXPECT_NEAR(table.currentIndex().row(), page->height() / 52, 3);
+    QTest::keyClick(&table, Qt::Key_PageUp);
+    EXPECT_EQ(table.currentIndex().row(), 0);
     QTest::keyClick(&table, Qt::Key_End, Qt::ControlModifier);
     EXPECT_EQ(table.currentIndex().row(), 99);
     EXPECT_FALSE(table.viewport()->visibleRegion().intersected(table.rowRect(99)).isEmpty());

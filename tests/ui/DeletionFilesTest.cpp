@@ -44,6 +44,17 @@ TEST_F(Deletion, TitlesThatAreInNoListAreRemovedToo)
     EXPECT_EQ(alerts.shown.size(), 1);
 }
 
+TEST_F(Deletion, ATitleThatIsStillListedIsToldByName)
+{
+    Alerts alerts;
+    pen.write(u"book/00008_de.txt"_s, "Id: 00009_de\nName: Doppelt\nType: Buch\n");
+    controller().getBaseElementsFromPen();
+    press({u"00009_de"_s});
+    alerts.answer(true);
+    ASSERT_EQ(alerts.shown.size(), 2);
+    EXPECT_TRUE(alerts.shown.last().informativeText.contains(u"\"Doppelt\""_s));
+}
+
 /// The controller alone, beside a shown view that notes when it is told what.
 class ToldView : public PenAppTest, public DeletionOwner, public DeletionHandling
 {
