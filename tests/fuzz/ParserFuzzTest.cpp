@@ -9,6 +9,7 @@
 #include "sync/ElementUpdateService.h"
 #include "sync/LogPostService.h"
 #include "tests/support/PenTest.h"
+#include "tests/support/Printers.h"
 #include "tests/support/UpdateRig.h"
 
 #include <functional>
@@ -240,7 +241,7 @@ INSTANTIATE_TEST_SUITE_P(
                parseResumeData},
         Parser{"ContentRange", "bytes 10-19/20", parseContentRange},
         Parser{"Picture", pngPicture(), parsePicture}),
-    caseName);
+    rowName<Parser>);
 
 TEST_F(PenFileFuzz, RequestedTitles)
 {
