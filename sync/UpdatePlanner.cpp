@@ -65,15 +65,20 @@ bool mayRefresh(const BaseElement &local, const BaseElement &remote)
 UpdatePlanner::UpdatePlanner(PlanningTask task)
     : m_task(std::move(task))
 {
-    m_remoteByMid.reserve(m_task.remoteMedias.size());
-    for (const ElementPtr &record : std::as_const(m_task.remoteMedias))
-        m_remoteByMid[record->mid] += record;
+    const ElementList &records = m_task.remoteMedias;
+    m_nextOfMid.resize(records.size());
+    m_firstOfMid.reserve(records.size());
+    for (auto i = records.size() - 1; i >= 0; --i) {
+        const QString &mid = records.at(i)->mid;
+        m_nextOfMid[i] = m_firstOfMid.value(mid, none);
+        m_firstOfMid.insert(mid, i);
+    }
 }
 
 ElementPtr UpdatePlanner::remote(const QString &mid) const
 {
-    const auto records = m_remoteByMid.constFind(mid);
-    return records == m_remoteByMid.constEnd() ? nullptr : records->constFirst();
+    const qsizetype first = m_firstOfMid.value(mid, none);
+    return first == none ? nullptr : m_task.remoteMedias.at(first);
 }
 
 void UpdatePlanner::run(std::function<void()> finished)
@@ -134,7 +139,8 @@ QList<UpdatePlanner::Cover> UpdatePlanner::missingCovers() const
     QList<Cover> covers;
     const QStringList mids = ElementUpdateService::getMissingFiles(FileType::png);
     for (const QString &mid : mids) {
-        for (const ElementPtr &record : m_remoteByMid.value(mid)) {
+        for (auto i = m_firstOfMid.value(mid, none); i != none; i = m_nextOfMid.at(i)) {
+            const ElementPtr &record = m_task.remoteMedias.at(i);
             const auto address =
                 coverAddress(QString::number(record->publisherId), record->mid, record->id);
             if (const auto encoded = address ? percentEncodedForQuery(*address) : std::nullopt)

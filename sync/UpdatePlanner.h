@@ -60,5 +60,7 @@ private:
     void storeCover(const Cover &cover, const QByteArray &picture) const;
 
     PlanningTask m_task;
-    QHash<QString, ElementList> m_remoteByMid;
+    static constexpr qsizetype none = -1;
+    QHash<QString, qsizetype> m_firstOfMid; ///< in the remote medias
+    QList<qsizetype> m_nextOfMid;           ///< for each of them the next one with its MID, or none
 };
