@@ -347,7 +347,8 @@ void DownloadFileService::didFinishDownloading(const Task &task, const QString &
         if (m_downloadWindowController)
             m_downloadWindowController->copyStarted(index);
     });
-    FileService::deleteFile(*target.destinationFileUrl);
+    if (!target.stop.stop_requested())
+        FileService::deleteFile(*target.destinationFileUrl);
     const FileResult moved =
         FileManager::moveItem(temporaryFile, target.destinationFileUrl->path(QUrl::FullyDecoded),
                               target.stop.get_token());

@@ -13,6 +13,7 @@
 #include "ui/Localization.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -169,7 +170,7 @@ void DownloadWindowController::announceEnd()
         postNotification(downloadComplete);
         m_isWorking = false;
     } else if (!queueHasOpenRows()) {
-        endRun(Phase::SomeFailed);
+        endRun(gotNothing() ? Phase::NoAnswer : Phase::SomeFailed);
     }
 }
 
@@ -185,7 +186,7 @@ void DownloadWindowController::changeToDownloadComplete()
     m_copyPercentageTimer.stop();
     if (m_stopped) {
         tellRunEnded();
-    } else if (m_noAnswer && readyRows() == m_readyBefore) {
+    } else if (gotNothing()) {
         endRun(Phase::NoAnswer); // nothing to be proud of
     } else {
         enter(Phase::Complete);
@@ -194,8 +195,16 @@ void DownloadWindowController::changeToDownloadComplete()
     }
 }
 
+/// The media server did not answer, and nothing else has come.
+bool DownloadWindowController::gotNothing() const
+{
+    return m_noAnswer && readyRows() == m_readyBefore;
+}
+
 void DownloadWindowController::showNoInternetConnection()
 {
+    if (m_stopped)
+        return;
     m_noAnswer = true;
     enter(Phase::NoAnswer);
 }
@@ -308,7 +317,8 @@ void DownloadWindowController::penRemoved()
 
 void DownloadWindowController::explainFailedCopy()
 {
-    if (m_phase == Phase::CopyFailed)
+    const bool penWasFull = m_copyError == qt_error_string(ENOSPC);
+    if (m_phase == Phase::CopyFailed && !penWasFull)
         enter(Phase::PenRemoved);
 }
 
@@ -344,8 +354,10 @@ void DownloadWindowController::okBtnKlicked()
         m_viewController->loadData();
         m_viewController->showBooksView();
     }
-    if (m_runHasEnded)
+    if (m_stopped)
         updateElements().clear();
+    else if (m_runHasEnded) // what came late is still to be loaded
+        updateElements().removeIf([](const UpdateElement &row) { return !isOpen(row); });
     reloadQueueTable();
     FileService::removeHiddenItems();
     Q_EMIT closeRequested();

@@ -105,6 +105,7 @@ private:
     void showNoInternetConnection();
     void endRun(Phase phase);
     void tellRunEnded();
+    [[nodiscard]] bool gotNothing() const;
     void stopTransfers();
 
     void startCopyTimer(int index);

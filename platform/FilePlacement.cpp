@@ -1,6 +1,7 @@
 #include "platform/FilePlacement.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -41,17 +42,25 @@ const QByteArray FilePlacement::neighbourPrefix = ".quillo-part-";
 FilePlacement::FilePlacement(const FilePlace &target, const FileCalls &calls)
     : m_target(target)
     , m_calls(calls)
-    , m_neighbour(neighbourPrefix + target.name())
+    , m_neighbour(uniqueNeighbour())
 {
+}
+
+/// Of this placement alone: another one of the same target may still be at work.
+QByteArray FilePlacement::uniqueNeighbour()
+{
+    static std::atomic_uint64_t count = 0;
+    return neighbourPrefix + QByteArray::number(::getpid()) + '-' + QByteArray::number(++count);
 }
 
 int FilePlacement::write(const QByteArray &data)
 {
     if (m_target.error() != 0)
         return m_target.error();
-    return place([&](int neighbour) {
+    const auto fill = [&](int neighbour) {
         return writeAll(neighbour, data.constData(), static_cast<size_t>(data.size()));
-    });
+    };
+    return place(fill, {});
 }
 
 int FilePlacement::moveHere(const FilePlace &source, const std::stop_token &stop)
@@ -76,9 +85,11 @@ int FilePlacement::moveHere(const FilePlace &source, const std::stop_token &stop
     return error;
 }
 
-int FilePlacement::place(const Fill &fill)
+int FilePlacement::place(const Fill &fill, const std::stop_token &stop)
 {
     int error = fillAndFlush(fill);
+    if (error == 0 && stop.stop_requested()) // flushing may have taken minutes
+        error = ECANCELED;
     if (error == 0)
         error = renameHere(m_target.folder(), m_neighbour);
     if (error != 0)
@@ -88,7 +99,7 @@ int FilePlacement::place(const Fill &fill)
 
 int FilePlacement::fillAndFlush(const Fill &fill)
 {
-    removeNeighbour();
+    removeNeighbour(); // left by an earlier process of the same number
     const int neighbour =
         m_calls.openat(m_target.folder(), m_neighbour.constData(),
                        O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644);
@@ -104,10 +115,9 @@ int FilePlacement::fillAndFlush(const Fill &fill)
 
 int FilePlacement::copyHere(int source, off_t size, const std::stop_token &stop)
 {
-    removeNeighbour(); // what an interrupted copy left takes space
     if (const int error = checkSpace(size); error != 0)
         return error;
-    return place([&](int neighbour) { return copyBlocks(source, neighbour, size, stop); });
+    return place([&](int neighbour) { return copyBlocks(source, neighbour, size, stop); }, stop);
 }
 
 int FilePlacement::copyBlocks(int source, int neighbour, off_t size,

@@ -51,7 +51,8 @@ public:
 private:
     using Fill = std::function<int(int neighbour)>;
 
-    [[nodiscard]] int place(const Fill &fill);
+    [[nodiscard]] static QByteArray uniqueNeighbour();
+    [[nodiscard]] int place(const Fill &fill, const std::stop_token &stop);
     [[nodiscard]] int fillAndFlush(const Fill &fill);
     [[nodiscard]] int copyHere(int source, off_t size, const std::stop_token &stop);
     [[nodiscard]] int copyBlocks(int source, int neighbour, off_t size,

@@ -85,10 +85,10 @@ bool storeRequestedTitle(const BaseElement &record, bool removePrevious)
                URLFactory::fileURL(*folder, URLFactory::fileName(name, FileType::txt)));
 }
 
-void emptyTbdFile()
+void writeTbdFile(const QString &lines)
 {
     if (const std::optional<QUrl> tbd = URLFactory::getTbdFileURL())
-        FileService::writeFile(QString(), *tbd);
+        FileService::writeFile(lines, *tbd);
 }
 
 void processAnswers(const CatalogueRun &run)
@@ -102,16 +102,16 @@ void processAnswers(const CatalogueRun &run)
     Catalogue catalogue;
     catalogue.records = BaseElement::elementsFromServer(*all, *versions);
     const ElementList requested = BaseElement::elementsFromServer(*tbd, *versions);
-    bool allStored = true;
+    QString left;
     for (const ElementPtr &record : requested) {
         if (run.stop.stop_requested())
             return;
-        allStored = storeRequestedTitle(*record, run.removePrevious) && allStored;
+        if (!storeRequestedTitle(*record, run.removePrevious))
+            left += u"MID="_s + record->mid + u'\n';
     }
     if (run.stop.stop_requested())
         return;
-    if (allStored)
-        emptyTbdFile();
+    writeTbdFile(left);
     catalogue.result = debugDescription(run.tbdMids);
     run.completionHandler(catalogue);
 }
@@ -201,8 +201,10 @@ void ElementUpdateService::fetchText(const QUrl &url, std::stop_token stop,
         const std::optional<QString> text =
             result.isSuccess() ? decodeUtf8(result.data) : std::nullopt;
         if (!text && !stop.stop_requested())
-            Dispatch::main(QCoreApplication::instance(),
-                           [] { QueueWindow::postNoResponseFromServer(); });
+            Dispatch::main(QCoreApplication::instance(), [stop] {
+                if (!stop.stop_requested())
+                    QueueWindow::postNoResponseFromServer();
+            });
         completion(text.value_or(QString()));
     });
 }

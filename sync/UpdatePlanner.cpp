@@ -54,10 +54,11 @@ QString noMatchLine(const QString &mid)
     return u"Did not find a matching remote element for "_s + mid + u'.';
 }
 
-/// A record of which the server gave no version would take the title's own from it.
-bool mayRefresh(const BaseElement &local, const BaseElement &remote)
+/// A record of which the server gave no version has no content to be asked for, and would take
+/// the title's own version from it.
+bool hasVersion(const BaseElement &record)
 {
-    return remote.bookVersion > 0 || local.bookVersion <= 0;
+    return record.bookVersion > 0;
 }
 
 } // namespace
@@ -106,7 +107,7 @@ void UpdatePlanner::checkLocalMedias(std::function<void(int rows)> completion)
         if (!remote) {
             debugPrint(noMatchLine(local->mid));
         } else if (local->bookVersion >= remote->bookVersion) {
-            if (mayRefresh(*local, *remote))
+            if (hasVersion(*remote))
                 ElementUpdateService::writeMetadata(*remote);
         } else {
             group.enter();
@@ -129,7 +130,7 @@ void UpdatePlanner::queueMissingContent()
     const QStringList mids = ElementUpdateService::getMissingMidsByQnk();
     for (const QString &mid : mids) {
         const ElementPtr record = remote(mid);
-        if (record && !m_task.stop.stop_requested())
+        if (record && hasVersion(*record) && !m_task.stop.stop_requested())
             m_task.queueRow(contentRow(*record));
     }
 }
@@ -207,6 +208,7 @@ void UpdatePlanner::restoreMissingTextFiles()
             debugPrint(noMatchLine(mid));
             return;
         }
-        ElementUpdateService::writeMetadata(*record);
+        if (hasVersion(*record))
+            ElementUpdateService::writeMetadata(*record);
     }
 }

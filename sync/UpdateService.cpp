@@ -42,6 +42,13 @@ QString contentName(const UpdateElement &row)
     return QStringList{row.publisherId, row.mid, row.bookVersion, row.elementId}.join(u'/');
 }
 
+bool isAnySizeKnown(qsizetype first, qsizetype end)
+{
+    const QList<UpdateElement> &rows = updateElements();
+    return std::any_of(rows.begin() + first, rows.begin() + end,
+                       [](const UpdateElement &row) { return row.contentLength > 0; });
+}
+
 /// Sweeps what interrupted placements left on the pen.
 void removeLeftovers()
 {
@@ -273,10 +280,11 @@ void UpdateService::sizeRows(qsizetype first)
     for (qsizetype i = first; i < end; ++i)
         sizeRow(i, slice);
     m_downloadWindowController->reloadQueueTable();
-    slice.notify(this, [this, end, stop = m_stop.get_token()] {
+    slice.notify(this, [this, first, end, stop = m_stop.get_token()] {
         if (stop.stop_requested())
             return;
-        if (end < updateElements().size())
+        // A server that tells no sizes is not asked for all of them, each until it times out.
+        if (end < updateElements().size() && isAnySizeKnown(first, end))
             sizeRows(end);
         else
             QueueWindow::postStartElementDownloads();

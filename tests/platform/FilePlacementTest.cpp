@@ -243,26 +243,14 @@ TEST_P(WritingPlacement, KeepsTheOldFileOnAFullMedium)
     }
 }
 
-TEST_P(Placement, SurvivesShortWritesAndALeftNeighbour)
+TEST_P(Placement, SurvivesShortWrites)
 {
     prepare();
-    pen.write(u"book/.quillo-part-target.qnk"_s, QByteArray(5'000'000, 'x'));
     FaultyCalls faulty;
     faulty.longestWrite = 100'003;
     EXPECT_EQ(perform(faulty), 0);
     EXPECT_TRUE(isTargetNew());
-    EXPECT_TRUE(GetParam().operation == Operation::Rename || isNeighbourGone());
-}
-
-TEST_P(Placement, NeverWritesThroughALinkInTheNeighboursPlace)
-{
-    prepare();
-    pen.write(u"victim"_s, "victim");
-    ASSERT_TRUE(QFile::link(pen.path(u"victim"_s), pen.path(u"book/.quillo-part-target.qnk"_s)));
-    FaultyCalls faulty;
-    EXPECT_EQ(perform(faulty), 0);
-    EXPECT_TRUE(isTargetNew());
-    EXPECT_EQ(pen.read(u"victim"_s), "victim");
+    EXPECT_TRUE(isNeighbourGone());
 }
 
 const PlacementCase placementCases[] = {
@@ -316,6 +304,35 @@ TEST_F(Copying, StopsAtABlockAndLeavesTheOldFile)
         EXPECT_EQ(blocks, last);
         expectNothingHappened();
     }
+}
+
+TEST_F(Copying, StopsAfterTheFlush)
+{
+    faulty.calls.fdatasync = [this](int file) {
+        stop.request_stop();
+        return ::fdatasync(file);
+    };
+    EXPECT_EQ(move(), ECANCELED);
+    expectNothingHappened();
+}
+
+TEST_F(Copying, AnotherPlacementMeanwhileTouchesNothingOfIt)
+{
+    FaultyCalls others;
+    faulty.calls.fdatasync = [&](int file) {
+        others.calls.write = [&](int descriptor, const void *data, size_t size) {
+            // What the first one renames now must be its own.
+            faulty.calls.fdatasync = ::fdatasync;
+            EXPECT_EQ(pen.names(u"book"_s).size(), 3);
+            return ::write(descriptor, data, size / 2);
+        };
+        others.failKind = "fdatasync";
+        EXPECT_EQ(PlacementTest::move(others), EIO);
+        return ::fdatasync(file);
+    };
+    EXPECT_EQ(move(), 0);
+    EXPECT_EQ(target(), bytes);
+    EXPECT_EQ(pen.names(u"book"_s), QStringList(u"target.qnk"_s));
 }
 
 TEST_F(Copying, ChecksTheFreeSpaceBeforeItWrites)

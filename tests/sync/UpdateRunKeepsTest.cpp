@@ -18,12 +18,17 @@ TEST_F(UpdateRunKeeps, TitlesAsTheyAreWhenTheVersionsAreUnknown)
 {
     rig.putTitle(u"00042_en"_s, 2);
     rig.putTitle(u"01234_en"_s, 2);
+    rig.putTitle(u"00043_en"_s, 2, false);
+    rig.pen.write(u"book/00044_en.qnk"_s, "old content");
     rig.pen.write(u"configure/tbd.txt"_s, "MID=1234\n");
     for (const FaultServer::Reply &versions :
          {FaultServer::Reply{.status = 503, .body = "{}"}, FaultServer::Reply{}}) {
         SCOPED_TRACE(versions.status);
         const QByteArray requested = UpdateRig::title(1234, "Pirat");
-        rig.serveCatalogue({}, {UpdateRig::title(42, "Drache"), requested}, {requested});
+        rig.serveCatalogue({},
+                           {UpdateRig::title(42, "Drache"), UpdateRig::title(43, "Fee"),
+                            UpdateRig::title(44, "Gast"), requested},
+                           {requested});
         rig.server.serve("/versions", versions);
         CapturedOutput output;
         ASSERT_TRUE(rig.run());
@@ -32,6 +37,7 @@ TEST_F(UpdateRunKeeps, TitlesAsTheyAreWhenTheVersionsAreUnknown)
         expectOldTitle();
         EXPECT_EQ(onPen(u".qnk"_s, u"01234_en"_s), "old content");
         EXPECT_EQ(onPen(u".txt"_s, u"01234_en"_s), onPen(u".txt"_s));
+        EXPECT_FALSE(rig.pen.exists(u"book/00044_en.txt"_s));
         EXPECT_TRUE(updateElements().isEmpty());
     }
 }
@@ -52,12 +58,30 @@ TEST_F(UpdateRunKeeps, MetadataOfARequestedTitleUntilItsContentHasCome)
 
 TEST_F(UpdateRunKeeps, RequestsThatThePenCouldNotTake)
 {
-    rig.pen.remove(u"book"_s);
-    rig.pen.write(u"configure/tbd.txt"_s, "MID=42\n");
-    rig.serveCatalogue(R"({"00042":3})", {UpdateRig::title(42, "Drache")},
-                       {UpdateRig::title(42, "Drache")});
+    rig.pen.write(u"book/00042_en.txt/stands in the way"_s, "");
+    rig.pen.write(u"configure/tbd.txt"_s, "MID=42 MID=43\nMID=43\n");
+    const QList<QByteArray> titles{UpdateRig::title(42, "Drache"), UpdateRig::title(43, "Fee")};
+    rig.serveCatalogue(R"({"00042":3,"00043":3})", titles, titles);
+    rig.serveContent(43, 3, content);
     ASSERT_TRUE(rig.run());
     EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "MID=42\n");
+    EXPECT_EQ(onPen(u".qnk"_s, u"00043_en"_s), content);
+}
+
+TEST_F(UpdateRunKeeps, ItsTimeFromAServerThatTellsNoSizes)
+{
+    QList<QByteArray> titles;
+    for (int mid = 100; mid < 160; ++mid) {
+        rig.putTitle(u"00%1_en"_s.arg(mid), 3, false);
+        titles += UpdateRig::title(mid, "Titel");
+    }
+    rig.serveCatalogue("{}", titles);
+    ASSERT_TRUE(rig.run());
+    int asked = 0;
+    for (const FaultServer::Request &request : rig.server.requests())
+        asked += request.method == "HEAD" && request.target.endsWith(".qnk") ? 1 : 0;
+    EXPECT_EQ(asked, 50);
+    EXPECT_EQ(states(), QList<DownloadType>(60, DownloadType::Failed));
 }
 
 TEST_F(UpdateRunKeeps, TheLogOfAPenThatCameAfterTheAnsweredOne)
