@@ -3,11 +3,14 @@
 #include "app/NavigationViewController.h"
 #include "app/ViewController.h"
 #include "demo/DemoPen.h"
+#include "library/CategoryControllers.h"
 #include "library/LibraryLists.h"
+#include "library/TileView.h"
 #include "ui/DeleteViewController.h"
 #include "ui/Localization.h"
 
 #include <QApplication>
+#include <QTableView>
 
 #include <chrono>
 #include <utility>
@@ -30,6 +33,12 @@ const QList<std::pair<NavElementType, QString>> &categories()
         {NavElementType::Music, u"music"_s},
         {NavElementType::Storage, u"storage"_s}};
     return all;
+}
+
+void chooseSecond(QAbstractItemView &view)
+{
+    view.selectionModel()->select(view.model()->index(1, 0),
+                                  QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
 }
 
 } // namespace
@@ -63,12 +72,38 @@ void PictureTour::addLanguage(const QString &language)
                             }});
         }
     }
+    addSelection(language);
     addAlert(language);
+    addWithoutPen(language);
+}
+
+/// What is chosen stands out, the others step back.
+void PictureTour::addSelection(const QString &language)
+{
+    m_stops.append({language + u"-selected-tile"_s, [this] {
+                        m_viewController.setViewMode(ViewMode::tiled);
+                        m_viewController.showView(NavElementType::Books);
+                        chooseSecond(*m_viewController.myBooksController->collectionView);
+                    }});
+    m_stops.append({language + u"-selected-row"_s, [this] {
+                        m_viewController.setViewMode(ViewMode::list);
+                        m_viewController.showView(NavElementType::Books);
+                        chooseSecond(*m_viewController.myBooksController->listTable());
+                    }});
+}
+
+void PictureTour::addWithoutPen(const QString &language)
+{
     m_stops.append({language + u"-no-pen"_s, [this] {
                         if (QWidget *alert = QApplication::activeModalWidget())
                             alert->close();
                         m_pen.pullOut();
                     }});
+    for (const auto &[category, name] : categories()) {
+        m_stops.append({language + u"-no-pen-"_s + name, [this, category = category] {
+                            m_viewController.showView(category);
+                        }});
+    }
     m_stops.append({{}, [this] {
                         m_pen.plugIn();
                     }});

@@ -35,7 +35,9 @@ private:
     };
 
     void addLanguage(const QString &language);
+    void addSelection(const QString &language);
     void addAlert(const QString &language);
+    void addWithoutPen(const QString &language);
     void next();
     [[nodiscard]] QWidget *shownWindow() const;
 

@@ -187,7 +187,7 @@ void DownloadWindowController::changeToDownloadComplete()
     if (m_stopped) {
         tellRunEnded();
     } else if (gotNothing()) {
-        endRun(Phase::NoAnswer); // nothing to be proud of
+        endRun(Phase::NoAnswer); // "complete" would hide that nothing could be asked
     } else {
         enter(Phase::Complete);
         Q_EMIT completed();

@@ -98,7 +98,6 @@ private:
     void startElementDownloads();
     void passFinishedRows();
     void startRow(UpdateElement &row);
-    void startContent(const UpdateElement &row);
     void announceEnd();
     void changeProgressBar(const QVariantMap &userInfo);
     void changeToDownloadComplete();

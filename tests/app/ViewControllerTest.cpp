@@ -186,7 +186,6 @@ TEST_F(StartWithoutPen, GaugeIsRefreshedAsThePenComesAndGoes)
     plugIn();
     auto *gauge = controller().storageMiniView->findChild<QProgressBar *>();
     const QString free = NavStorageItem::current->detailedStorageLabel->text();
-    EXPECT_TRUE(gauge->value() > 0 || free.contains(u' '));
     pullOut();
     EXPECT_EQ(gauge->value(), 0);
     EXPECT_NE(NavStorageItem::current->detailedStorageLabel->text(), free);

@@ -163,7 +163,7 @@ protected:
     [[nodiscard]] bool isTargetNew() const { return target() == bytes; }
     [[nodiscard]] bool isNeighbourGone() const
     {
-        return !pen.exists(u"book/.quillo-part-target.qnk"_s);
+        return pen.names(u"book"_s).filter(u".quillo-part-"_s).isEmpty();
     }
 
     QByteArrayList callsOfASuccess()
