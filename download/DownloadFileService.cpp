@@ -1,23 +1,23 @@
 #include "download/DownloadFileService.h"
 
+#include "download/KeptDownloads.h"
 #include "download/QueueWindow.h"
 #include "pen/FileService.h"
 #include "pen/TextValues.h"
 #include "pen/URLFactory.h"
 #include "platform/Address.h"
 #include "platform/Dispatch.h"
-#include "platform/FileManager.h"
+#include "platform/HttpAnswer.h"
+#include "platform/IncomingFile.h"
 #include "platform/StandardOutput.h"
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// Sizes beyond this are no sizes of files on a pen.
-constexpr qint64 largestLength = qint64(1) << 40;
 
 /// An address gets its first start and one retry.
 constexpr int skippedTry = 3;
@@ -32,6 +32,14 @@ void logError(const URLError &error)
     debugPrint(u"An Error accured while Downloading. ERROR: ( "_s + error.description + u" )"_s);
 }
 
+/// What HEAD told of the row's file; -1 when nothing, or when it told it of another address.
+qint64 expectedSize(int index, const QString &urlString)
+{
+    const UpdateElement row = updateElements().value(index);
+    const bool isOfThis = row.updateURLString.isEmpty() || row.updateURLString == urlString;
+    return isOfThis && row.contentLength > 0 ? row.contentLength : -1;
+}
+
 void queueNextStart(const QPointer<QObject> &guard)
 {
     Dispatch::main(guard, [] { QueueWindow::postStartElementDownloads(); });
@@ -39,27 +47,32 @@ void queueNextStart(const QPointer<QObject> &guard)
 
 } // namespace
 
-DownloadFileService::DownloadFileService(QObject *parent)
-    : QObject(parent)
+DownloadFileService::DownloadFileService(KeptDownloads *kept)
+    : m_kept(kept)
     , m_defaultSession(this)
 {
 }
 
 DownloadFileService::~DownloadFileService()
 {
-    placement().stop.request_stop();
+    if (m_downloadTask)
+        m_downloadTask->cancel();
 }
 
-void DownloadFileService::retire(std::unique_ptr<DownloadFileService> service)
+void DownloadFileService::retire(std::unique_ptr<DownloadFileService> service, QObject *owner)
 {
     if (!service)
         return;
     DownloadFileService *retired = service.release();
+    retired->setParent(owner);
     retired->cancelAllDownloads();
     retired->m_callbackGuard.reset();
-    retired->m_defaultSession.async([guard = QPointer<QObject>(retired), retired] {
-        Dispatch::main(guard, [retired] { delete retired; });
-    });
+    retired->whenAtRest(retired, [retired] { delete retired; });
+}
+
+void DownloadFileService::whenAtRest(const QPointer<QObject> &guard, std::function<void()> done)
+{
+    m_defaultSession.async([guard, done = std::move(done)] { Dispatch::main(guard, done); });
 }
 
 void DownloadFileService::setDownloadWindowController(QueueWindow *window)
@@ -71,22 +84,30 @@ void DownloadFileService::download(const QString &urlString, const QUrl &folder,
                                    const QString &fileName, UpdateFileType updateFileType,
                                    Completion completion, PlacedHandler placedHandler)
 {
-    {
-        const QMutexLocker locker(&m_placementMutex);
-        m_placement.destinationFileUrl = URLFactory::fileURL(folder, fileName);
-    }
-    m_fileName = fileName;
-    m_updateFileType = updateFileType;
-    m_placedHandler = std::move(placedHandler);
     const std::optional<QUrl> url = makeURL(urlString);
     if (!url) {
         if (completion)
             completion(false);
         return;
     }
+    const std::shared_ptr<Download> download = downloadRecord(*url);
+    download->target = URLFactory::fileURL(folder, fileName).path(QUrl::FullyDecoded);
+    download->fileName = fileName;
+    download->updateFileType = updateFileType;
+    download->index =
+        m_downloadWindowController ? m_downloadWindowController->indexToDownload() : -1;
+    download->expectedSize = expectedSize(download->index, urlString);
+    download->placedHandler = std::move(placedHandler);
+    m_activeDownloads.insert(*url, download);
     startDownload(*url);
     m_completionHandlers.insert(text(*url), completion);
     completionHandlersChanged();
+}
+
+std::shared_ptr<Download> DownloadFileService::downloadRecord(const QUrl &url) const
+{
+    std::shared_ptr<Download> download = m_activeDownloads.value(url);
+    return download ? download : std::make_shared<Download>();
 }
 
 void DownloadFileService::startDownload(const QUrl &url)
@@ -94,22 +115,24 @@ void DownloadFileService::startDownload(const QUrl &url)
     const std::shared_ptr<Download> download = downloadRecord(url);
     ++download->tries;
     download->url = url;
-    if (download->tries >= skippedTry)
+    const bool isSkipped = download->tries >= skippedTry;
+    if (isSkipped)
+        download->resumeData.reset(); // what it left goes from the pen
+    download->task = makeTask(*download);
+    m_downloadTask = download->task;
+    if (isSkipped)
         skip(*download);
     else
         run(download);
 }
 
-/// The address's record with a task for the coming attempt.
-std::shared_ptr<Download> DownloadFileService::downloadRecord(const QUrl &url)
+DownloadFileService::Task DownloadFileService::makeTask(const Download &download)
 {
-    std::shared_ptr<Download> download = m_activeDownloads.value(url);
-    if (!download)
-        download = std::make_shared<Download>();
-    download->task = download->resumeData ? m_defaultSession.downloadTask(*download->resumeData)
-                                          : m_defaultSession.downloadTask(url);
-    m_downloadTask = download->task;
-    return download;
+    DownloadRequest request{*download.url, download.target, download.expectedSize, download.index};
+    request.rest = download.resumeData;
+    if (!request.rest && m_kept)
+        request.rest = m_kept->take(request);
+    return m_defaultSession.downloadTask(request);
 }
 
 void DownloadFileService::skip(Download &download)
@@ -124,7 +147,7 @@ void DownloadFileService::skip(Download &download)
     m_downloadWindowController->reloadQueueTable();
 }
 
-void DownloadFileService::markFailed(int index, const Download &download)
+void DownloadFileService::markFailed(int index, Download &download)
 {
     QList<UpdateElement> &rows = updateElements();
     if (index < 0 || index >= rows.size())
@@ -132,7 +155,7 @@ void DownloadFileService::markFailed(int index, const Download &download)
     UpdateElement &row = rows[index];
     row.downloadType = DownloadType::Failed;
     totalBytesToDownload() -= row.contentLength;
-    totalBytesDownloaded() -= static_cast<qint64>(download.downloaded);
+    totalBytesDownloaded() -= static_cast<qint64>(std::exchange(download.downloaded, 0));
     m_downloadWindowController->setIndexToDownload(index + 1);
     queueNextStart(m_guard);
 }
@@ -141,20 +164,14 @@ void DownloadFileService::skipRow()
 {
     if (!m_downloadWindowController)
         return;
-    markFailed(m_downloadWindowController->indexToDownload(), Download());
+    Download never;
+    markFailed(m_downloadWindowController->indexToDownload(), never);
     m_downloadWindowController->reloadQueueTable();
 }
 
 void DownloadFileService::run(const std::shared_ptr<Download> &download)
 {
     m_latestDownload = download;
-    {
-        const QMutexLocker locker(&m_placementMutex);
-        m_placement.stop = std::stop_source();
-        m_placement.index.reset();
-        if (m_downloadWindowController)
-            m_placement.index = m_downloadWindowController->indexToDownload();
-    }
     debugPrint(u"Start downloading for the "_s + QString::number(download->tries)
                + u" time from this URL: "_s + text(*download->url));
     download->task->resume();
@@ -162,7 +179,7 @@ void DownloadFileService::run(const std::shared_ptr<Download> &download)
     m_activeDownloads.insert(*download->url, download);
 }
 
-void DownloadFileService::resumeDownload(const QUrl &url, const QByteArray &resumeData)
+void DownloadFileService::resumeDownload(const QUrl &url, const PartialDownload &resumeData)
 {
     if (const std::shared_ptr<Download> download = m_activeDownloads.value(url))
         download->resumeData = resumeData;
@@ -171,20 +188,20 @@ void DownloadFileService::resumeDownload(const QUrl &url, const QByteArray &resu
     startDownload(url);
 }
 
-void DownloadFileService::progress(const Task &task, qint64 bytesWritten)
+/// What a row has loaded counts once: an attempt that begins at zero takes the earlier one's back.
+void DownloadFileService::progress(const Task &task, qint64 bytesWritten, qint64 totalBytesWritten)
 {
+    const std::shared_ptr<Download> download = m_activeDownloads.value(task->originalUrl());
+    if (!download || download->task != task)
+        return;
     totalBytesDownloaded() += bytesWritten;
-    std::shared_ptr<Download> download = m_activeDownloads.value(task->originalUrl());
-    if (!download)
-        download = std::make_shared<Download>();
-    const bool restartedFromZero = !download->resumeData && download->tries > 1;
-    if (restartedFromZero && m_subtract <= 0) {
-        ++m_subtract;
+    const auto before = static_cast<double>(totalBytesWritten - bytesWritten);
+    if (before < download->downloaded) {
         debugPrint(u"WILL SUBSTRACT "_s + QString::number(download->downloaded, 'f', 1)
                    + u" from "_s + QString::number(totalBytesDownloaded()));
         totalBytesDownloaded() -= static_cast<qint64>(download->downloaded);
     }
-    download->downloaded += static_cast<double>(bytesWritten);
+    download->downloaded = static_cast<double>(totalBytesWritten);
     const double planned = std::max(1.0, static_cast<double>(totalBytesToDownload()));
     QueueWindow::postDownloadPercentage(
         std::ceil(static_cast<double>(totalBytesDownloaded()) / planned * 100));
@@ -199,8 +216,10 @@ void DownloadFileService::transferEnded(const Task &task, const std::optional<UR
     }
     logError(*error);
     // A failure that was on its way while its download was cancelled is part of the cancelling.
-    const bool cancelled = error->description == u"Abgebrochen"_s || task != m_downloadTask;
-    if (cancelled || restart(task, *error, answered))
+    const bool cancelled = error->kind == URLError::Kind::Cancelled || task != m_downloadTask;
+    if (!cancelled && error->kind == URLError::Kind::File)
+        storingFailed(task, error->file, {});
+    else if (cancelled || restart(task, *error, answered))
         taskFinished(task, false);
 }
 
@@ -213,40 +232,57 @@ bool DownloadFileService::restart(const Task &task, const URLError &error, bool 
             return false;
         }
         startDownload(*m_latestDownload->url);
-    } else if (!error.resumeData) {
+    } else if (!error.rest) {
         debugPrint(u"There is no resumable Data for this Error, will start Download anew"_s);
         startDownload(task->originalUrl());
     } else {
-        resumeDownload(task->originalUrl(), *error.resumeData);
+        resumeDownload(task->originalUrl(), *error.rest);
     }
     return true;
 }
 
 /// The row is ready once those who asked have been told and have written the metadata.
-void DownloadFileService::placed(const Task &task, int index)
+void DownloadFileService::placed(const Task &task)
 {
     taskFinished(task, true);
-    if (m_placedHandler)
-        m_placedHandler();
-    copyDownloadToDestination(index);
+    const std::shared_ptr<Download> download = m_activeDownloads.value(task->originalUrl());
+    if (!download)
+        return;
+    if (download->placedHandler)
+        download->placedHandler();
+    copyDownloadToDestination(*download);
 }
 
-void DownloadFileService::placingFailed(const Task &task, int index, const QString &error)
+/// What is about this file alone fails its row; anything else would meet the next one, too.
+void DownloadFileService::storingFailed(const Task &task, const FileFailure &failure,
+                                        const std::optional<PartialDownload> &whole)
 {
+    using Reason = FileFailure::Reason;
+    print(u"file error: "_s + failure.text);
     taskFinished(task, false);
-    if (m_downloadWindowController)
-        m_downloadWindowController->copyFailed(index, error);
+    if (whole && m_kept)
+        m_kept->keep(task->request(), *whole);
+    const std::shared_ptr<Download> download = m_activeDownloads.value(task->originalUrl());
+    if (!m_downloadWindowController || !download || failure.reason == Reason::Cancelled)
+        return;
+    if (failure.reason == Reason::Full || failure.reason == Reason::TooLarge) {
+        m_downloadWindowController->fileDidNotFit(failure);
+        markFailed(download->index, *download);
+        m_downloadWindowController->reloadQueueTable();
+    } else {
+        m_downloadWindowController->copyFailed(failure);
+    }
 }
 
-void DownloadFileService::copyDownloadToDestination(int index)
+void DownloadFileService::copyDownloadToDestination(const Download &download)
 {
-    const QStringList pieces = m_fileName.split(u'_', Qt::SkipEmptyParts);
+    const QStringList pieces = download.fileName.split(u'_', Qt::SkipEmptyParts);
     if (pieces.isEmpty()) {
         debugPrint(u"Could not extract MID from current file name. Aborting copying download to "
                    u"destination."_s);
         return;
     }
-    QString metadataName = m_fileName;
+    QString metadataName = download.fileName;
     metadataName.replace(fileExtension(FileType::qnk), fileExtension(FileType::txt));
     for (const ElementPtr &record : std::as_const(pendingElements())) {
         if (record->mid != pieces.first())
@@ -255,9 +291,9 @@ void DownloadFileService::copyDownloadToDestination(int index)
             FileService::writeFile(record->textFileContent(),
                                    URLFactory::fileURL(*folder, metadataName));
     }
-    if (index < updateElements().size() && m_downloadWindowController) {
-        updateElements()[index].downloadType = DownloadType::Ready;
-        m_downloadWindowController->setIndexToDownload(index + 1);
+    if (download.index < updateElements().size() && m_downloadWindowController) {
+        updateElements()[download.index].downloadType = DownloadType::Ready;
+        m_downloadWindowController->setIndexToDownload(download.index + 1);
         queueNextStart(m_guard);
     }
     if (m_downloadWindowController)
@@ -291,8 +327,11 @@ void DownloadFileService::cancelAllDownloads()
         if (completion)
             completion(false);
     }
+    if (m_downloadTask)
+        m_downloadTask->cancel();
     m_downloadTask.reset();
-    placement().stop.request_stop();
+    for (const std::shared_ptr<Download> &download : std::as_const(m_activeDownloads))
+        download->resumeData.reset();
     m_defaultSession.cancelAllTasks();
 }
 
@@ -312,53 +351,42 @@ void DownloadFileService::getContentLength(
         std::optional<qint64> length;
         if (result.isSuccess())
             length = decimalInteger(QString::fromLatin1(result.response->header("Content-Length")));
-        if (length && (*length < 0 || *length > largestLength))
+        if (length && (*length < 0 || *length > largestFile))
             length.reset();
         Dispatch::main(guard, [completion, length] { completion(length); });
     });
 }
 
-DownloadFileService::Placement DownloadFileService::placement() const
+void DownloadFileService::didWriteData(const Task &task, qint64 bytesWritten,
+                                       qint64 totalBytesWritten, qint64)
 {
-    const QMutexLocker locker(&m_placementMutex);
-    return m_placement;
+    Dispatch::main(m_guard, [this, task, bytesWritten, totalBytesWritten] {
+        progress(task, bytesWritten, totalBytesWritten);
+    });
 }
 
-void DownloadFileService::didWriteData(const Task &task, qint64 bytesWritten, qint64, qint64)
+void DownloadFileService::didFinishDownloading(const Task &task,
+                                               const std::shared_ptr<IncomingFile> &file)
 {
-    Dispatch::main(m_guard, [this, task, bytesWritten] { progress(task, bytesWritten); });
-}
-
-void DownloadFileService::didFinishDownloading(const Task &task, const QString &temporaryFile)
-{
-    const Placement target = placement();
-    if (!target.destinationFileUrl) {
-        debugPrint(u"Unexpectedly have no destination file URL to copy downloaded file to. "
-                   u"Aborting."_s);
-        return;
-    }
-    if (!target.index) {
+    const int index = task->request().index;
+    if (index < 0) {
         debugPrint(u"No index to download. Wont copy downloaded file of task "_s
                    + text(task->originalUrl()) + u'.');
         return;
     }
-    const int index = *target.index;
     Dispatch::main(m_guard, [this, index] {
         if (m_downloadWindowController)
             m_downloadWindowController->copyStarted(index);
     });
-    if (!target.stop.stop_requested())
-        FileService::deleteFile(*target.destinationFileUrl);
-    const FileResult moved =
-        FileManager::moveItem(temporaryFile, target.destinationFileUrl->path(QUrl::FullyDecoded),
-                              target.stop.get_token());
-    if (moved) {
-        Dispatch::main(m_guard, [this, task, index] { placed(task, index); });
+    const FileFailure failure = file->place(task->stopToken());
+    if (!failure) {
+        Dispatch::main(m_guard, [this, task] { placed(task); });
         return;
     }
-    print(u"file error: "_s + moved.error);
-    Dispatch::main(m_guard,
-                   [this, task, index, error = moved.error] { placingFailed(task, index, error); });
+    std::optional<PartialDownload> whole;
+    if (file->isOnComputer())
+        whole = PartialDownload{file, {}, file->size()};
+    Dispatch::main(m_guard, [this, task, failure, whole] { storingFailed(task, failure, whole); });
 }
 
 void DownloadFileService::didFinishCollectingMetrics(const Task &)

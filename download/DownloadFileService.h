@@ -4,7 +4,6 @@
 #include "platform/URLSession.h"
 
 #include <QHash>
-#include <QMutex>
 #include <QObject>
 #include <QPointer>
 #include <QUrl>
@@ -12,8 +11,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <stop_token>
 
+class KeptDownloads;
 class QueueWindow;
 
 /// What is known of one server address over all attempts.
@@ -22,13 +21,20 @@ struct Download
     std::optional<QUrl> url;
     std::shared_ptr<URLSessionDownloadTask> task;
     bool isDownloading = false;
-    std::optional<QByteArray> resumeData;
+    std::optional<PartialDownload> resumeData;
     int tries = 0;         ///< starts asked for, counted before the start
-    double downloaded = 0; ///< bytes over all attempts
+    double downloaded = 0; ///< bytes that count in the run's total
+
+    QString target; ///< path of the file on the pen
+    QString fileName;
+    UpdateFileType updateFileType = UpdateFileType::qnk;
+    int index = -1;           ///< of its row; -1 without a window
+    qint64 expectedSize = -1; ///< as told before; -1 when not
+    std::function<void()> placedHandler;
 };
 
 /// Moves files from the servers onto the pen, one at a time, with one retry each, and tells the
-/// queue's window to go on. Main thread only; the session's thread places the finished file and
+/// queue's window to go on. Main thread only; the session's thread stores and places the file and
 /// hands everything else over.
 class DownloadFileService : public QObject, private URLSessionDownloadDelegate
 {
@@ -41,7 +47,8 @@ public:
     /// Called on the main thread when the file stands on the pen, by whichever attempt.
     using PlacedHandler = std::function<void()>;
 
-    explicit DownloadFileService(QObject *parent = nullptr);
+    /// What cannot be placed is handed to `kept`, which may be absent and must outlive the service.
+    explicit DownloadFileService(KeptDownloads *kept = nullptr);
     ~DownloadFileService() override;
 
     /// Set before the first download; must outlive this service's transfers.
@@ -66,55 +73,47 @@ public:
     void skipRow();
 
     /// As cancelAllDownloads(), and deletes the service once its thread has come to rest, so that
-    /// a slow medium holds nobody up.
-    static void retire(std::unique_ptr<DownloadFileService> service);
+    /// a slow medium holds nobody up; with `owner` at the latest.
+    static void retire(std::unique_ptr<DownloadFileService> service, QObject *owner);
+
+    /// Runs `done` on the main thread once nothing of this service is open on the pen any more, to
+    /// be called behind cancelAllDownloads().
+    void whenAtRest(const QPointer<QObject> &guard, std::function<void()> done);
 
 private:
     using Task = std::shared_ptr<URLSessionDownloadTask>;
 
-    /// What the session's thread needs to know of the download under way.
-    struct Placement
-    {
-        std::optional<QUrl> destinationFileUrl;
-        std::optional<int> index; ///< absent without a window
-        std::stop_source stop;
-    };
-
+    [[nodiscard]] std::shared_ptr<Download> downloadRecord(const QUrl &url) const;
     void startDownload(const QUrl &url);
-    [[nodiscard]] std::shared_ptr<Download> downloadRecord(const QUrl &url);
+    [[nodiscard]] Task makeTask(const Download &download);
     void skip(Download &download);
-    void markFailed(int index, const Download &download);
+    void markFailed(int index, Download &download);
     void run(const std::shared_ptr<Download> &download);
-    void resumeDownload(const QUrl &url, const QByteArray &resumeData);
-    void progress(const Task &task, qint64 bytesWritten);
+    void resumeDownload(const QUrl &url, const PartialDownload &resumeData);
+    void progress(const Task &task, qint64 bytesWritten, qint64 totalBytesWritten);
     void transferEnded(const Task &task, const std::optional<URLError> &error, bool answered);
     /// False when there was nothing left to restart.
     bool restart(const Task &task, const URLError &error, bool answered);
-    void placed(const Task &task, int index);
-    void placingFailed(const Task &task, int index, const QString &error);
-    void copyDownloadToDestination(int index);
+    void placed(const Task &task);
+    /// `whole` is there when the file can be placed by another try.
+    void storingFailed(const Task &task, const FileFailure &failure,
+                       const std::optional<PartialDownload> &whole);
+    void copyDownloadToDestination(const Download &download);
     void taskFinished(const Task &task, bool success);
     void completionHandlersChanged() const;
-    [[nodiscard]] Placement placement() const;
 
     void didWriteData(const Task &task, qint64 bytesWritten, qint64 totalBytesWritten,
                       qint64 totalBytesExpectedToWrite) override;
-    void didFinishDownloading(const Task &task, const QString &temporaryFile) override;
+    void didFinishDownloading(const Task &task, const std::shared_ptr<IncomingFile> &file) override;
     void didFinishCollectingMetrics(const Task &task) override;
     void didComplete(const Task &task, const std::optional<URLError> &error) override;
 
     Task m_downloadTask; ///< of the last start; absent once cancelled
-    QString m_fileName;
-    std::optional<UpdateFileType> m_updateFileType;
+    KeptDownloads *m_kept;
     QueueWindow *m_downloadWindowController = nullptr;
     QHash<QUrl, std::shared_ptr<Download>> m_activeDownloads;
     std::shared_ptr<Download> m_latestDownload = std::make_shared<Download>();
-    int m_subtract = 0;
     QHash<QString, Completion> m_completionHandlers; ///< by address
-    PlacedHandler m_placedHandler;
-
-    mutable QMutex m_placementMutex;
-    Placement m_placement;
 
     std::unique_ptr<QObject> m_callbackGuard = std::make_unique<QObject>();
     const QPointer<QObject> m_guard{m_callbackGuard.get()}; ///< gone once retired

@@ -1,7 +1,9 @@
 #include "download/DownloadPresentation.h"
 
+#include "platform/FileFailure.h"
 #include "ui/Localization.h"
 
+#include <QLocale>
 #include <QStringList>
 
 #include <algorithm>
@@ -26,6 +28,18 @@ QString mediaPart(const QueueCounts &counts)
            + localized(u"label_medias"_s);
 }
 
+QString sizeText(qint64 bytes)
+{
+    return QLocale(currentLanguage()).formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
+}
+
+QString reasonKey(FileFailure::Reason reason)
+{
+    if (reason == FileFailure::Reason::ReadOnly)
+        return u"copy_failed_read_only"_s;
+    return reason == FileFailure::Reason::Gone ? u"copy_failed_gone"_s : u"copy_failed_other"_s;
+}
+
 } // namespace
 
 QString downloadHeadline(const QueueCounts &counts)
@@ -42,6 +56,19 @@ QString downloadHeadline(const QueueCounts &counts)
            + localized(plural ? u"label_is_downloading_plural"_s
                               : u"label_is_downloading_singular"_s)
            + localized(u"label_dont_unplug_quillo"_s);
+}
+
+QString storingHeadline(const FileFailure &failure)
+{
+    switch (failure.reason) {
+    case FileFailure::Reason::Full:
+        return localized(u"label_pen_full"_s).arg(sizeText(failure.needed), sizeText(failure.free));
+    case FileFailure::Reason::TooLarge:
+        return localized(u"label_file_too_large"_s).arg(sizeText(failure.needed));
+    default:
+        return localized(u"label_copy_failed"_s)
+            .replace(u"%@"_s, localized(reasonKey(failure.reason)));
+    }
 }
 
 double shownProgress(double downloadPercentage, double copyPercentage)

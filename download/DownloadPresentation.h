@@ -2,6 +2,8 @@
 
 #include <QString>
 
+struct FileFailure;
+
 /// What the download window shows of a run, worked out from numbers alone.
 struct DownloadPresentation
 {
@@ -23,6 +25,9 @@ struct QueueCounts
 
 /// The headline sentence in the current language.
 [[nodiscard]] QString downloadHeadline(const QueueCounts &counts);
+
+/// Why files could not be stored on the pen and what to do, in the current language.
+[[nodiscard]] QString storingHeadline(const FileFailure &failure);
 
 /// 0.6 x download + 0.4 x copy, held between 0 and 99.9: only completion shows 100.
 [[nodiscard]] double shownProgress(double downloadPercentage, double copyPercentage);

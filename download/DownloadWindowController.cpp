@@ -13,7 +13,6 @@
 #include "ui/Localization.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -170,8 +169,15 @@ void DownloadWindowController::announceEnd()
         postNotification(downloadComplete);
         m_isWorking = false;
     } else if (!queueHasOpenRows()) {
-        endRun(gotNothing() ? Phase::NoAnswer : Phase::SomeFailed);
+        endRun(phaseOfFailedEnd());
     }
+}
+
+DownloadWindowController::Phase DownloadWindowController::phaseOfFailedEnd() const
+{
+    if (gotNothing())
+        return Phase::NoAnswer;
+    return m_misfit ? Phase::DidNotFit : Phase::SomeFailed;
 }
 
 void DownloadWindowController::changeProgressBar(const QVariantMap &userInfo)
@@ -252,12 +258,22 @@ void DownloadWindowController::copyTick(int index, int rows)
     m_copyPercentageTimer.stop();
 }
 
-void DownloadWindowController::copyFailed(int, const QString &error)
+void DownloadWindowController::copyFailed(const FileFailure &failure)
 {
     if (std::exchange(m_stopped, true))
         return;
-    m_copyError = error;
+    m_copyFailure = failure;
     endRun(Phase::CopyFailed);
+}
+
+/// Told at the end of the run, with what all of them together need.
+void DownloadWindowController::fileDidNotFit(const FileFailure &failure)
+{
+    const bool addsUp =
+        m_misfit.reason == failure.reason && failure.reason == FileFailure::Reason::Full;
+    const qint64 before = addsUp ? m_misfit.needed : 0;
+    m_misfit = failure;
+    m_misfit.needed += before;
 }
 
 void DownloadWindowController::tellRunEnded()
@@ -286,9 +302,10 @@ void DownloadWindowController::stopTransfers()
 void DownloadWindowController::resetProgress()
 {
     m_indexToDownload = 0;
-    m_copyPercentage = 0;
+    m_readyShare = copyTarget(static_cast<int>(readyRows()) - 1, rowsNotCanceled());
+    m_copyPercentage = m_readyShare;
     m_copyPercentageTimer.stop();
-    setDownloadPercentage(0);
+    setDownloadPercentage(m_readyShare);
 }
 
 void DownloadWindowController::prepareForRun()
@@ -298,6 +315,8 @@ void DownloadWindowController::prepareForRun()
     m_noAnswer = false;
     m_readyBefore = readyRows();
     m_copiedBefore = false;
+    m_misfit = {};
+    m_readyShare = 0;
     m_indexToDownload = 0;
     m_copyPercentage = 0;
     m_downloadPercentage = 0;
@@ -317,8 +336,7 @@ void DownloadWindowController::penRemoved()
 
 void DownloadWindowController::explainFailedCopy()
 {
-    const bool penWasFull = m_copyError == qt_error_string(ENOSPC);
-    if (m_phase == Phase::CopyFailed && !penWasFull)
+    if (m_phase == Phase::CopyFailed && m_copyFailure.reason != FileFailure::Reason::ReadOnly)
         enter(Phase::PenRemoved);
 }
 
@@ -388,7 +406,7 @@ bool DownloadWindowController::canBeDropped(const UpdateElement &row)
 
 void DownloadWindowController::setDownloadPercentage(double percentage)
 {
-    m_downloadPercentage = percentage;
+    m_downloadPercentage = std::max(percentage, m_readyShare);
     enter(Phase::Running);
 }
 
@@ -435,7 +453,9 @@ QString DownloadWindowController::headline() const
     case Phase::WrongRow:
         return localized(u"download_window_error"_s);
     case Phase::CopyFailed:
-        return localized(u"label_copy_failed"_s).replace(u"%@"_s, m_copyError);
+        return storingHeadline(m_copyFailure);
+    case Phase::DidNotFit:
+        return storingHeadline(m_misfit);
     case Phase::SomeFailed:
         return localized(u"label_some_failed"_s);
     case Phase::PenRemoved:

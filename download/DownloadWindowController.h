@@ -2,6 +2,7 @@
 
 #include "download/DownloadPresentation.h"
 #include "download/QueueWindow.h"
+#include "platform/FileFailure.h"
 
 #include <QObject>
 #include <QTimer>
@@ -44,9 +45,10 @@ public:
     void setIndexToDownload(int index) override { m_indexToDownload = index; }
     void reloadQueueTable() override;
     void copyStarted(int index) override;
-    void copyFailed(int index, const QString &error) override;
+    void copyFailed(const FileFailure &failure) override;
+    void fileDidNotFit(const FileFailure &failure) override;
 
-    /// Index and both percentages back to 0, copy timer stopped, display refreshed.
+    /// Index back to 0, both percentages to what is ready, copy timer stopped, display refreshed.
     void resetProgress();
     /// Ready for a new run: as resetProgress(), and not working, not stopped, no notice.
     void prepareForRun();
@@ -89,6 +91,7 @@ private:
         NoAnswer,
         WrongRow,
         CopyFailed,
+        DidNotFit,
         SomeFailed,
         PenRemoved,
         Stopped
@@ -103,6 +106,7 @@ private:
     void changeToDownloadComplete();
     void showNoInternetConnection();
     void endRun(Phase phase);
+    [[nodiscard]] Phase phaseOfFailedEnd() const;
     void tellRunEnded();
     [[nodiscard]] bool gotNothing() const;
     void stopTransfers();
@@ -127,7 +131,9 @@ private:
     double m_copyStep = 0;
     QTimer m_copyPercentageTimer;
     Phase m_phase = Phase::Idle;
-    QString m_copyError;
+    FileFailure m_copyFailure;
+    FileFailure m_misfit;    ///< of all files of this run that did not fit
+    double m_readyShare = 0; ///< of the rows, in percent, when their loading began
     DownloadPresentation m_presentation;
 
     DownloadFileService *m_downloadFileService = nullptr;

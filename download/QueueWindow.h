@@ -2,6 +2,8 @@
 
 #include <QString>
 
+struct FileFailure;
+
 /// What the transfer service needs of the window that shows the queue, and the notifications by
 /// which both talk. Main thread only.
 class QueueWindow
@@ -23,8 +25,10 @@ public:
 
     /// The row's file has arrived and is being placed on the pen.
     virtual void copyStarted(int index) = 0;
-    /// The row's file could not be placed; the queue stays at this row.
-    virtual void copyFailed(int index, const QString &error) = 0;
+    /// The row's file could not be stored on the pen; the queue stays at this row.
+    virtual void copyFailed(const FileFailure &failure) = 0;
+    /// The pen has no room for the row's file or cannot hold one so large; the queue goes on.
+    virtual void fileDidNotFit(const FileFailure &failure) = 0;
 
     static void postDownloadPercentage(double percentage);
     static void postStartElementDownloads();

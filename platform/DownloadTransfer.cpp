@@ -1,106 +1,149 @@
 #include "platform/DownloadTransfer.h"
 
+#include "platform/IncomingFile.h"
 #include "platform/SessionQueue.h"
+
+#include <utility>
 
 namespace {
 
 constexpr qint64 reportBytes = 1024 * 1024;
-constexpr qint64 reportMilliseconds = 100;
+constexpr std::chrono::milliseconds reportInterval(100);
 
 } // namespace
 
-DownloadTransfer::DownloadTransfer(QNetworkAccessManager &network, int timeout,
-                                   const Session &session, std::shared_ptr<DownloadTask> task)
-    : Transfer(network, timeout)
-    , m_session(session)
+DownloadTransfer::DownloadTransfer(Session session, std::shared_ptr<URLSessionDownloadTask> task)
+    : Transfer({task->originalUrl(), "GET", {}, {}})
+    , m_session(std::move(session))
     , m_task(std::move(task))
+    , m_partial(m_task->request().rest.value_or(PartialDownload()))
 {
-    m_state.url = m_task->originalUrl();
+    if (!m_partial.file)
+        m_partial.file = newFile();
 }
 
-void DownloadTransfer::start()
+/// Removing what is on a slow or dead medium is for the session's thread, whoever lets go last.
+std::shared_ptr<IncomingFile> DownloadTransfer::newFile() const
 {
-    m_task->state = DownloadTask::State::Running;
-    m_sinceReport.start();
-    if (m_task->originalUrl().isEmpty())
-        end(End::Refused, QStringLiteral("The resume data is unusable"));
-    else if (!openFile())
-        end(End::Refused, m_file.error());
-    else
-        send(request());
+    auto *file = new IncomingFile(m_task->request().target, m_session.calls);
+    return {file, [queue = m_session.queue](IncomingFile *unused) {
+                queue->post([owned = std::shared_ptr<IncomingFile>(unused)](SessionLoop &) {});
+            }};
 }
 
-bool DownloadTransfer::openFile()
+qint64 DownloadTransfer::bytes() const
 {
-    const auto &earlier = m_task->resumeData();
-    if (earlier && m_session.files.take(earlier->file)
-        && m_file.reopen(earlier->file, earlier->bytes)) {
-        m_state = *earlier;
-        return true;
-    }
-    if (!m_file.create())
+    return m_partial.file->size();
+}
+
+bool DownloadTransfer::isWhole() const
+{
+    return bytes() > 0 && bytes() == m_partial.total;
+}
+
+bool DownloadTransfer::isCancelled() const
+{
+    return m_task->stopToken().stop_requested();
+}
+
+bool DownloadTransfer::begin()
+{
+    if (isCancelled()) {
+        endCancelled();
         return false;
-    m_state.file = m_file.path();
-    return true;
-}
-
-URLRequest DownloadTransfer::request() const
-{
-    URLRequest request;
-    request.url = m_state.url;
-    if (m_state.bytes > 0)
-        request.headers = {{"Range", "bytes=" + QByteArray::number(m_state.bytes) + '-'},
-                           {"If-Range", m_state.validator}};
-    return request;
+    }
+    if (isWhole()) {
+        m_unreported = bytes();
+        ended(End::Complete, {});
+        return false;
+    }
+    if (bytes() > 0)
+        request().headers = {{"Range", "bytes=" + QByteArray::number(bytes()) + '-'},
+                             {"If-Range", m_partial.validator}};
+    const bool isReady = Transfer::begin();
+    useFreshConnection(); // so that no attempt counts twice
+    return isReady;
 }
 
 void DownloadTransfer::answered(const URLResponse &response)
 {
     m_task->setResponse(response);
-    const bool asksForPart = m_state.bytes > 0;
+    m_length = BodyLength::of(response);
+    const bool asksForPart = bytes() > 0;
     if (asksForPart && response.statusCode == 206)
         continueFile(response);
     else if (response.statusCode == 200 || (!asksForPart && response.isSuccess()))
         startFile(response);
     else
-        end(End::Refused, statusText());
+        refuse(statusText());
 }
 
 void DownloadTransfer::continueFile(const URLResponse &response)
 {
-    const QString objection = m_state.objectionTo(response);
-    if (!objection.isEmpty()) {
-        end(End::Refused, objection);
-        return;
-    }
+    const QString objection =
+        objectionToPart(response, m_partial.validator, bytes(), m_partial.total);
+    if (!objection.isEmpty())
+        return refuse(objection);
     const qint64 total = ContentRange::parse(response.header("content-range"))->total;
     if (total >= 0)
-        m_state.total = total;
+        m_partial.total = total;
 }
 
 void DownloadTransfer::startFile(const URLResponse &response)
 {
-    if (response.statusCode == 206) {
-        end(End::Refused, QStringLiteral("A part came where the whole was asked for"));
-        return;
-    }
-    m_state.bytes = 0;
-    m_state.total = announcedLength(response);
-    m_state.validator = validatorOf(response);
-    if (!m_file.restart())
-        end(End::Refused, m_file.error());
+    if (const QString objection = objectionToWhole(response); !objection.isEmpty())
+        return refuse(objection);
+    m_partial.total = m_length.bytes;
+    m_partial.validator = validatorOf(response);
+    const qint64 size = m_length.bytes >= 0 ? m_length.bytes : m_task->request().expectedSize;
+    if (const FileFailure failure = m_partial.file->begin(size))
+        refuseFor(failure);
+}
+
+QString DownloadTransfer::objectionToWhole(const URLResponse &response) const
+{
+    const qint64 expected = m_task->request().expectedSize;
+    if (response.statusCode == 206)
+        return QStringLiteral("A part came where the whole was asked for");
+    if (m_length.told == BodyLength::Told::ByNonsense)
+        return QStringLiteral("The file's length is none");
+    if (response.statusCode == 204 || m_length.bytes == 0)
+        return QStringLiteral("The file is empty");
+    if (expected >= 0 && m_length.bytes >= 0 && m_length.bytes != expected)
+        return QStringLiteral("The file has %1 bytes instead of %2")
+            .arg(m_length.bytes)
+            .arg(expected);
+    return {};
 }
 
 void DownloadTransfer::received(const char *data, qint64 size)
 {
-    if (!m_file.write(data, size)) {
-        end(End::Refused, m_file.error());
-        return;
-    }
-    m_state.bytes += size;
+    if (const FileFailure failure = m_partial.file->append(data, size))
+        return refuseFor(failure);
     m_unreported += size;
-    if (m_unreported >= reportBytes || m_sinceReport.hasExpired(reportMilliseconds))
+    if (m_unreported >= reportBytes || Clock::now() - m_lastReport >= reportInterval)
         reportProgress();
+}
+
+void DownloadTransfer::refuseFor(const FileFailure &failure)
+{
+    m_failure = failure;
+    refuse(failure.text);
+}
+
+/// The body has come as far as its header told; whether that is a file is another question.
+QString DownloadTransfer::objection() const
+{
+    const qint64 expected = m_task->request().expectedSize;
+    if (bytes() < m_partial.total)
+        return {}; // can be gone on with
+    if (bytes() == 0)
+        return QStringLiteral("The file is empty");
+    if (m_length.told == BodyLength::Told::Not && expected < 0)
+        return QStringLiteral("Nothing tells where the file ends");
+    if (expected >= 0 && bytes() != expected)
+        return QStringLiteral("The file has %1 bytes instead of %2").arg(bytes()).arg(expected);
+    return {};
 }
 
 void DownloadTransfer::reportProgress()
@@ -108,56 +151,49 @@ void DownloadTransfer::reportProgress()
     if (m_unreported == 0)
         return;
     const qint64 written = std::exchange(m_unreported, 0);
-    m_sinceReport.restart();
-    callDelegate([&](auto &delegate) {
-        delegate.didWriteData(m_task, written, m_state.bytes, m_state.total);
-    });
+    m_lastReport = Clock::now();
+    callDelegate(
+        [&](auto &delegate) { delegate.didWriteData(m_task, written, bytes(), m_partial.total); });
 }
 
-void DownloadTransfer::finished()
+void DownloadTransfer::ended(End how, const QString &error)
 {
-    if (m_state.total >= 0 && m_state.bytes != m_state.total)
-        end(End::Interrupted,
-            QStringLiteral("%1 of %2 bytes arrived").arg(m_state.bytes).arg(m_state.total));
-    else
-        end(End::Complete);
-}
-
-void DownloadTransfer::tell(End how, const QString &error)
-{
-    m_task->state = DownloadTask::State::Ended;
+    // A part of the part is an interruption that looks like an end.
+    if (how == End::Complete && m_partial.total >= 0 && bytes() != m_partial.total)
+        return ended(End::Interrupted,
+                     QStringLiteral("%1 of %2 bytes arrived").arg(bytes()).arg(m_partial.total));
+    reportProgress();
     std::optional<URLError> failure;
     if (how == End::Complete)
-        tellSuccess();
-    else {
-        reportProgress();
-        failure = URLError{error, how == End::Interrupted ? keepForLater() : std::nullopt};
-        m_file.remove();
-    }
-    callDelegate([&](auto &delegate) { delegate.didFinishCollectingMetrics(m_task); });
+        callDelegate(
+            [this](auto &delegate) { delegate.didFinishDownloading(m_task, m_partial.file); });
+    else
+        failure = errorFor(how, error);
+    const bool isUseless = failure ? !failure->rest : m_partial.file.use_count() == 1;
+    if (isUseless)
+        m_partial.file->discard();
+    callDelegate([this](auto &delegate) { delegate.didFinishCollectingMetrics(m_task); });
     callDelegate([&](auto &delegate) { delegate.didComplete(m_task, failure); });
 }
 
-void DownloadTransfer::tellSuccess()
+URLError DownloadTransfer::errorFor(End how, const QString &error) const
 {
-    reportProgress();
-    m_file.close();
-    callDelegate([&](auto &delegate) { delegate.didFinishDownloading(m_task, m_file.path()); });
-    m_file.remove();
+    if (how == End::Cancelled)
+        return {URLError::Kind::Cancelled, error};
+    if (m_failure)
+        return {URLError::Kind::File, error, m_failure};
+    return {URLError::Kind::Transfer, error, {}, how == End::Interrupted ? rest() : std::nullopt};
 }
 
-std::optional<QByteArray> DownloadTransfer::keepForLater()
+std::optional<PartialDownload> DownloadTransfer::rest() const
 {
-    if (m_state.bytes == 0 || m_state.validator.isEmpty())
-        return std::nullopt;
-    m_session.files.add(m_state.file);
-    m_file.keep();
-    return m_state.serialized();
+    const bool canGoOn = bytes() > 0 && !m_partial.validator.isEmpty();
+    return canGoOn ? std::optional(m_partial) : std::nullopt;
 }
 
 template <typename Call>
 void DownloadTransfer::callDelegate(const Call &call)
 {
-    if (m_session.delegate && !m_session.queue.isClosed())
+    if (m_session.delegate && !m_session.queue->isClosed())
         call(*m_session.delegate);
 }

@@ -1,14 +1,12 @@
 #pragma once
 
-#include "platform/DownloadTask.h"
-#include "platform/PartialFile.h"
+#include "platform/FilePlacement.h"
+#include "platform/HttpAnswer.h"
 #include "platform/Transfer.h"
-
-#include <QElapsedTimer>
 
 class SessionQueue;
 
-/// A transfer into a temporary file.
+/// A transfer to the place of its file.
 class DownloadTransfer : public Transfer
 {
 public:
@@ -16,37 +14,40 @@ public:
     struct Session
     {
         URLSessionDownloadDelegate *delegate;
-        const SessionQueue &queue; ///< once it is closed nobody is told anything
-        PartialFiles &files;
+        std::shared_ptr<SessionQueue> queue; ///< once it is closed nobody is told anything
+        const FileCalls &calls;
     };
 
-    DownloadTransfer(QNetworkAccessManager &network, int timeout, const Session &session,
-                     std::shared_ptr<DownloadTask> task);
+    DownloadTransfer(Session session, std::shared_ptr<URLSessionDownloadTask> task);
 
-    [[nodiscard]] const std::shared_ptr<DownloadTask> &task() const { return m_task; }
-    void start() override;
+    [[nodiscard]] bool begin() override;
+    [[nodiscard]] bool isCancelled() const override;
 
 protected:
     void answered(const URLResponse &response) override;
     void received(const char *data, qint64 size) override;
-    void finished() override;
-    void tell(End how, const QString &error) override;
+    [[nodiscard]] QString objection() const override;
+    void ended(End how, const QString &error) override;
 
 private:
-    [[nodiscard]] bool openFile();
-    [[nodiscard]] URLRequest request() const;
+    [[nodiscard]] std::shared_ptr<IncomingFile> newFile() const;
+    [[nodiscard]] bool isWhole() const;
+    [[nodiscard]] qint64 bytes() const;
     void continueFile(const URLResponse &response);
     void startFile(const URLResponse &response);
+    [[nodiscard]] QString objectionToWhole(const URLResponse &response) const;
+    void refuseFor(const FileFailure &failure);
     void reportProgress();
-    void tellSuccess();
-    [[nodiscard]] std::optional<QByteArray> keepForLater();
+    [[nodiscard]] URLError errorFor(End how, const QString &error) const;
+    [[nodiscard]] std::optional<PartialDownload> rest() const;
     template <typename Call>
     void callDelegate(const Call &call);
 
     const Session m_session;
-    const std::shared_ptr<DownloadTask> m_task;
-    PartialFile m_file;
-    ResumeData m_state;      ///< of what is in the file
+    const std::shared_ptr<URLSessionDownloadTask> m_task;
+    PartialDownload m_partial; ///< what has come so far
+    BodyLength m_length;
+    FileFailure m_failure;
     qint64 m_unreported = 0; ///< bytes since the last progress
-    QElapsedTimer m_sinceReport;
+    Clock::time_point m_lastReport = Clock::now();
 };

@@ -31,16 +31,11 @@ constexpr qint64 maximumLength = 1024 * 1024 * 1024;
 
 std::atomic<VolumeSource *> currentSource = nullptr;
 
-FilePlace placeOf(const QString &path)
-{
-    return FilePlace(path, currentSource);
-}
-
 FileResult resultOf(int error)
 {
     if (error == 0)
         return {};
-    return {error == ECANCELED ? u"Abgebrochen"_s : qt_error_string(error)};
+    return {qt_error_string(error)};
 }
 
 struct CloseFolder
@@ -120,17 +115,10 @@ int writeInPlace(const FilePlace &place, const QByteArray &data)
     Descriptor file = place.open(O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK, 0644);
     if (!file.isOpen())
         return errno;
-    qsizetype written = 0;
-    while (written < data.size()) {
-        const ssize_t count =
-            ::write(file.get(), data.constData() + written, size_t(data.size() - written));
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            return count < 0 ? errno : ENOSPC;
-        written += count;
-    }
-    return ::close(file.release()) == 0 ? 0 : errno;
+    const int error = writeAll(FileCalls::system(), file.get(), data.constData(),
+                               static_cast<size_t>(data.size()));
+    const int closing = ::close(file.release()) == 0 ? 0 : errno;
+    return error != 0 ? error : closing;
 }
 
 int removeTree(int folder, const char *name)
@@ -192,6 +180,11 @@ std::optional<QList<QUrl>> FileManager::mountedVolumeURLs()
     for (const Volume &volume : mounted)
         urls.append(QUrl::fromLocalFile(u"/Volumes/"_s + volume.name + u'/'));
     return urls;
+}
+
+FilePlace FileManager::placeOf(const QString &path)
+{
+    return FilePlace(path, currentSource);
 }
 
 std::optional<QString> FileManager::realPath(const QString &path)
@@ -256,9 +249,8 @@ FolderVisit FileManager::visit(const QString &folder)
 
 FileResult FileManager::write(const QString &path, const QByteArray &data, WriteMode mode)
 {
-    const FilePlace place = placeOf(path);
-    return resultOf(mode == WriteMode::Atomic ? FilePlacement(place).write(data)
-                                              : writeInPlace(place, data));
+    return resultOf(mode == WriteMode::Atomic ? FilePlacement(placeOf(path)).write(data)
+                                              : writeInPlace(placeOf(path), data));
 }
 
 FileResult FileManager::removeItem(const QString &path)
@@ -271,19 +263,14 @@ FileResult FileManager::removeItem(const QString &path)
     return resultOf(removeTree(place.folder(), place.name().constData()));
 }
 
-FileResult FileManager::moveItem(const QString &from, const QString &to, std::stop_token stop)
-{
-    const FilePlace target = placeOf(to);
-    return resultOf(FilePlacement(target).moveHere(placeOf(from), stop));
-}
-
 void FileManager::removeLeftovers(const QString &folder)
 {
     FolderReader reader(placeOf(folder).open(O_RDONLY | O_DIRECTORY));
     if (!reader.isOpen())
         return;
     while (const dirent *entry = reader.next()) {
-        if (QByteArrayView(entry->d_name).startsWith(FilePlacement::neighbourPrefix))
+        const QByteArray name = entry->d_name;
+        if (name.startsWith(FilePlacement::neighbourPrefix) && !FilePlacement::isAtWork(name))
             ::unlinkat(reader.descriptor(), entry->d_name, 0);
     }
 }

@@ -7,8 +7,8 @@
 #include <QUrl>
 
 #include <optional>
-#include <stop_token>
 
+class FilePlace;
 class FolderVisit;
 class VolumeSource;
 
@@ -57,6 +57,9 @@ public:
     /// source.
     [[nodiscard]] static std::optional<QList<QUrl>> mountedVolumeURLs();
 
+    /// Where the path leads, for work on its file.
+    [[nodiscard]] static FilePlace placeOf(const QString &path);
+
     /// The system's own path for `path`, for libraries that open files themselves; absent as above.
     [[nodiscard]] static std::optional<QString> realPath(const QString &path);
 
@@ -79,15 +82,8 @@ public:
     /// Removes a file, or a folder with all it holds. Links are removed, not followed.
     static FileResult removeItem(const QString &path);
 
-    /// Moves a file so that the target name holds the old file, nothing, or the whole new one:
-    /// copied to a hidden neighbour of the target in blocks of 1 MiB, flushed to the medium,
-    /// renamed, and only then removed at the source. On one file system a flush and a rename do.
-    /// A copied source that cannot be removed is left. Ends with an error ("Abgebrochen") and
-    /// without neighbour once `stop` is requested. Not for the main thread.
-    static FileResult moveItem(const QString &from, const QString &to, std::stop_token stop = {});
-
-    /// Removes the hidden neighbours that an interrupted write or move left in this folder; not
-    /// while one is going on there.
+    /// Removes the hidden neighbours that interrupted placements left in this folder, but those
+    /// that this process still works on.
     static void removeLeftovers(const QString &folder);
 
     [[nodiscard]] static std::optional<FileSystemAttributes>

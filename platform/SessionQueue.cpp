@@ -1,7 +1,6 @@
 #include "platform/SessionQueue.h"
 
-#include <QCoreApplication>
-#include <QEvent>
+#include "platform/SessionLoop.h"
 
 #include <utility>
 
@@ -21,20 +20,20 @@ void SessionQueue::close()
     const std::lock_guard lock(m_mutex);
     m_closed = true;
     dropped.swap(m_waiting);
+    wake();
 }
 
-void SessionQueue::setReceiver(QObject *receiver)
+void SessionQueue::setLoop(SessionLoop *loop)
 {
     const std::lock_guard lock(m_mutex);
-    m_receiver = receiver;
-    if (!m_waiting.empty())
-        wake();
+    m_loop = loop;
+    wake();
 }
 
-void SessionQueue::run(SessionWorker &worker)
+void SessionQueue::run(SessionLoop &loop)
 {
     while (const Work work = takeFirst())
-        work(worker);
+        work(loop);
 }
 
 SessionQueue::Work SessionQueue::takeFirst()
@@ -49,6 +48,6 @@ SessionQueue::Work SessionQueue::takeFirst()
 
 void SessionQueue::wake()
 {
-    if (m_receiver)
-        QCoreApplication::postEvent(m_receiver, new QEvent(QEvent::User));
+    if (m_loop)
+        m_loop->wake();
 }

@@ -5,32 +5,31 @@
 #include <functional>
 #include <mutex>
 
-class QObject;
-class SessionWorker;
+class SessionLoop;
 
-/// Hands work to a session's thread, in order. Work given before the worker is there waits for it,
+/// Hands work to a session's thread, in order. Work given before the loop is there waits for it,
 /// work given after the end is dropped: task handles may outlive their session. Any thread.
 class SessionQueue
 {
 public:
-    using Work = std::function<void(SessionWorker &worker)>;
+    using Work = std::function<void(SessionLoop &loop)>;
 
     void post(Work work);
-    /// No work begins and nobody is told anything from now on.
+    /// No work begins and nobody is told anything from now on; the loop ends.
     void close();
     [[nodiscard]] bool isClosed() const { return m_closed; }
 
-    /// The object woken by an event when there is work; nullptr once its thread ends.
-    void setReceiver(QObject *receiver);
+    /// The loop to be woken when there is work or the end has come; nullptr once it has gone.
+    void setLoop(SessionLoop *loop);
     /// Does what is waiting. On the session's thread.
-    void run(SessionWorker &worker);
+    void run(SessionLoop &loop);
 
 private:
     [[nodiscard]] Work takeFirst();
     void wake();
 
-    std::mutex m_mutex; ///< m_waiting and m_receiver
+    std::mutex m_mutex; ///< m_waiting and m_loop
     std::deque<Work> m_waiting;
-    QObject *m_receiver = nullptr;
+    SessionLoop *m_loop = nullptr;
     std::atomic<bool> m_closed = false;
 };

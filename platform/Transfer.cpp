@@ -1,182 +1,224 @@
 #include "platform/Transfer.h"
 
-#include "platform/ResumeData.h"
+#include "platform/HttpAnswer.h"
 
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
-#include <QNetworkRequest>
-
-#include <array>
+#include <algorithm>
+#include <utility>
 
 namespace {
 
-constexpr qint64 readBufferSize = 1024 * 1024; // without a bound it grows as the disk falls behind
-constexpr qint64 blockSize = 64 * 1024;
+constexpr long receiveBuffer = 512 * 1024;
 constexpr int maximumRedirects = 5;
-
-QNetworkRequest networkRequest(const URLRequest &request, int timeout)
-{
-    QNetworkRequest result(request.url);
-    result.setTransferTimeout(timeout);
-    result.setMaximumRedirectsAllowed(maximumRedirects);
-    result.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
-                        QNetworkRequest::NoLessSafeRedirectPolicy);
-    result.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
-    for (const auto attribute :
-         {QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::CookieSaveControlAttribute,
-          QNetworkRequest::AuthenticationReuseAttribute})
-        result.setAttribute(attribute, QNetworkRequest::Manual);
-    result.setRawHeader("User-Agent", "Quillo/1.6");
-    // Left to itself the network layer asks for compressed bodies and then hides their length.
-    result.setRawHeader("Accept-Encoding", "identity");
-    for (const auto &[name, value] : request.headers)
-        result.setRawHeader(name, value);
-    return result;
-}
-
-QNetworkReply *sendTo(QNetworkAccessManager &network, const URLRequest &request, int timeout)
-{
-    const QNetworkRequest wire = networkRequest(request, timeout);
-    if (request.method == "HEAD")
-        return network.head(wire);
-    if (request.method == "GET" && request.body.isEmpty())
-        return network.get(wire);
-    return network.sendCustomRequest(wire, request.method, request.body);
-}
-
-URLResponse responseOf(const QNetworkReply &reply)
-{
-    URLResponse response;
-    response.url = reply.url();
-    response.statusCode = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    for (const auto &[name, value] : reply.rawHeaderPairs())
-        response.headers.insert(name.toLower(), value);
-    return response;
-}
 
 bool isRedirect(int status)
 {
     return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
 
+/// These two keep their method only by custom, and not that of a request with a body.
+bool repeatsTheRequest(int status)
+{
+    return status == 307 || status == 308;
+}
+
+bool isRepeatable(const URLRequest &request)
+{
+    return request.method == "GET" || request.method == "HEAD";
+}
+
 } // namespace
 
-Transfer::Transfer(QNetworkAccessManager &network, int timeout)
-    : m_network(network)
-    , m_timeout(timeout)
+Transfer::Transfer(URLRequest request)
+    : m_request(std::move(request))
 {
 }
 
-Transfer::~Transfer()
+Transfer::~Transfer() = default;
+
+bool Transfer::begin()
 {
-    dropReply();
+    m_lastSign = Clock::now();
+    if (!isWebAddress(m_request.url)) {
+        ended(End::Refused,
+              QStringLiteral("Not a web address: %1").arg(m_request.url.toDisplayString()));
+        return false;
+    }
+    setOptions();
+    setMethod();
+    setHeaders();
+    return true;
 }
 
-void Transfer::cancel()
+void Transfer::setOptions()
 {
-    end(End::Cancelled, QStringLiteral("Abgebrochen"));
+    CURL *easy = handle();
+    curl_easy_setopt(easy, CURLOPT_PRIVATE, this);
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, m_error);
+    curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, headerLine);
+    curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, bodyBytes);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    curl_easy_setopt(easy, CURLOPT_URL, m_request.url.toEncoded().constData());
+    curl_easy_setopt(easy, CURLOPT_PATH_AS_IS, 1L);
+    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, long(CURL_HTTP_VERSION_1_1));
+    curl_easy_setopt(easy, CURLOPT_HTTP_CONTENT_DECODING, 0L);
+    curl_easy_setopt(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, receiveBuffer);
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L); // a name still being looked up holds nobody
+    curl_easy_setopt(easy, CURLOPT_USERAGENT, "Quillo/1.6");
+    // As programs that use the system's TLS library by themselves do.
+    if (const QByteArray file = qgetenv("SSL_CERT_FILE"); !file.isEmpty())
+        curl_easy_setopt(easy, CURLOPT_CAINFO, file.constData());
+    if (const QByteArray folder = qgetenv("SSL_CERT_DIR"); !folder.isEmpty())
+        curl_easy_setopt(easy, CURLOPT_CAPATH, folder.constData());
 }
 
-void Transfer::send(const URLRequest &request)
+void Transfer::setMethod()
 {
-    if (!isWebAddress(request.url)) {
-        end(End::Refused,
-            QStringLiteral("Not a web address: %1").arg(request.url.toDisplayString()));
+    CURL *easy = handle();
+    if (m_request.method == "HEAD") {
+        curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
+    } else if (m_request.method != "GET" || !m_request.body.isEmpty()) {
+        curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, m_request.method.constData());
+        curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t(m_request.body.size()));
+        curl_easy_setopt(easy, CURLOPT_POSTFIELDS, m_request.body.constData());
+    }
+    if (!isRepeatable(m_request))
+        useFreshConnection();
+}
+
+void Transfer::setHeaders()
+{
+    // No "Expect", for which a server would be waited for before the body.
+    QByteArrayList lines = {"Accept-Encoding: identity", "Expect:"};
+    for (const auto &[name, value] : std::as_const(m_request.headers))
+        lines += name + ": " + value;
+    curl_slist *list = nullptr;
+    for (const QByteArray &line : std::as_const(lines))
+        list = curl_slist_append(list, line.constData());
+    m_headers.reset(list);
+    curl_easy_setopt(handle(), CURLOPT_HTTPHEADER, list);
+}
+
+void Transfer::useFreshConnection()
+{
+    curl_easy_setopt(handle(), CURLOPT_FRESH_CONNECT, 1L);
+}
+
+size_t Transfer::headerLine(char *data, size_t, size_t size, void *transfer)
+{
+    auto *self = static_cast<Transfer *>(transfer);
+    if (self->m_response || self->m_redirect)
+        return size; // behind the body
+    const QByteArray line = QByteArray(data, static_cast<qsizetype>(size)).trimmed();
+    if (line.startsWith("HTTP/"))
+        self->readStatusLine(line);
+    else if (line.isEmpty())
+        self->endHeader();
+    else
+        self->readHeaderLine(line);
+    return self->m_refusal.isNull() ? size : 0;
+}
+
+void Transfer::readStatusLine(const QByteArray &line)
+{
+    m_incoming = URLResponse{m_request.url, line.split(' ').value(1).toInt(), {}};
+    m_reason = line.mid(line.indexOf(' ', line.indexOf(' ') + 1));
+}
+
+/// A header that comes again is a list; of two lengths that makes a length that is none.
+void Transfer::readHeaderLine(const QByteArray &line)
+{
+    const qsizetype colon = line.indexOf(':');
+    if (colon <= 0)
+        return;
+    const QByteArray name = line.left(colon).trimmed().toLower();
+    const QByteArray value = line.mid(colon + 1).trimmed();
+    const auto earlier = m_incoming.headers.constFind(name);
+    m_incoming.headers.insert(
+        name, earlier == m_incoming.headers.constEnd() ? value : *earlier + ", " + value);
+}
+
+void Transfer::endHeader()
+{
+    if (m_incoming.statusCode < 200)
+        return; // the answer proper follows
+    const QByteArray location = m_incoming.header("location");
+    if (isRedirect(m_incoming.statusCode) && !location.isEmpty()) {
+        m_redirect = m_request.url.resolved(QUrl::fromEncoded(location));
         return;
     }
-    m_reply = sendTo(m_network, request, m_timeout);
-    m_operation = m_reply->operation();
-    m_reply->setReadBufferSize(readBufferSize);
-    connect(m_reply, &QNetworkReply::metaDataChanged, this, &Transfer::readHeader);
-    connect(m_reply, &QNetworkReply::readyRead, this, &Transfer::readBody);
-    connect(m_reply, &QNetworkReply::finished, this, &Transfer::replyFinished);
-}
-
-void Transfer::end(End how, const QString &error)
-{
-    if (m_ended)
-        return;
-    m_ended = true;
-    dropReply();
-    tell(how, error);
-    Q_EMIT ended();
-}
-
-void Transfer::readHeader()
-{
-    if (m_response || !m_reply)
-        return;
-    const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    const bool nothingToFollow =
-        m_reply->isFinished() && m_reply->error() == QNetworkReply::NoError;
-    if (status == 0 || (isRedirect(status) && !nothingToFollow))
-        return;
-    if (m_reply->operation() != m_operation) {
-        end(End::Refused, QStringLiteral("A redirect dropped what was sent"));
-        return;
-    }
-    m_response = responseOf(*m_reply);
+    m_response = m_incoming;
     answered(*m_response);
 }
 
-void Transfer::readBody()
+size_t Transfer::bodyBytes(char *data, size_t, size_t size, void *transfer)
 {
-    readHeader();
-    std::array<char, blockSize> block;
-    while (m_reply && m_response && m_reply->bytesAvailable() > 0) {
-        const qint64 size = m_reply->read(block.data(), blockSize);
-        if (size <= 0)
-            return;
-        received(block.data(), size);
-    }
+    auto *self = static_cast<Transfer *>(transfer);
+    if (self->m_redirect || !self->m_refusal.isNull())
+        return 0;
+    self->received(data, static_cast<qint64>(size));
+    self->m_lastSign = Clock::now();
+    return self->m_refusal.isNull() ? size : 0;
 }
 
-void Transfer::replyFinished()
+bool Transfer::followRedirect()
 {
-    readBody();
-    if (!m_reply)
-        return;
-    if (isTransportFailure())
-        end(End::Interrupted, failureText());
+    if (!m_redirect)
+        return false;
+    const QUrl target = *std::exchange(m_redirect, std::nullopt);
+    if (const QString objection = objectionToRedirect(target); !objection.isNull()) {
+        refuse(objection);
+        return false;
+    }
+    ++m_redirects;
+    m_request.url = target;
+    curl_easy_setopt(handle(), CURLOPT_URL, target.toEncoded().constData());
+    return true;
+}
+
+QString Transfer::objectionToRedirect(const QUrl &target) const
+{
+    if (m_redirects == maximumRedirects)
+        return QStringLiteral("Too many redirects");
+    if (!isWebAddress(target))
+        return QStringLiteral("A redirect leads to no web address");
+    if (m_request.url.scheme() == QLatin1String("https")
+        && target.scheme() != QLatin1String("https"))
+        return QStringLiteral("A redirect leaves the secure connection");
+    if (!isRepeatable(m_request) && !repeatsTheRequest(m_incoming.statusCode))
+        return QStringLiteral("A redirect dropped what was sent");
+    return {};
+}
+
+void Transfer::finish(CURLcode code)
+{
+    if (m_refusal.isNull() && code == CURLE_OK && m_response)
+        m_refusal = objection();
+    if (!m_refusal.isNull())
+        ended(End::Refused, m_refusal);
+    else if (code != CURLE_OK)
+        ended(End::Interrupted, errorText(code));
+    else if (!m_response)
+        ended(End::Interrupted, QStringLiteral("The server gave no answer"));
     else
-        finished();
+        ended(End::Complete, {});
 }
 
-/// Answers such as 404 count as errors for the network layer, too.
-bool Transfer::isTransportFailure() const
+void Transfer::endSilent()
 {
-    const auto error = m_reply->error();
-    if (!m_response || error == QNetworkReply::NoError)
-        return !m_response;
-    const bool aboutTheAnswer = error >= QNetworkReply::ContentAccessDenied
-                                || error == QNetworkReply::ProxyAuthenticationRequiredError;
-    return m_response->statusCode < 400 || !aboutTheAnswer;
-}
-
-QString Transfer::failureText() const
-{
-    switch (m_reply->error()) {
-    case QNetworkReply::NoError:
-        return QStringLiteral("The server gave no answer");
-    case QNetworkReply::OperationCanceledError: // nobody else aborts a reply we listen to
-        return QStringLiteral("The server was silent for too long");
-    default:
-        return m_reply->errorString();
-    }
+    ended(End::Interrupted, QStringLiteral("The server was silent for too long"));
 }
 
 QString Transfer::statusText() const
 {
-    const auto reason = m_reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString();
-    return QStringLiteral("HTTP %1 %2").arg(m_response->statusCode).arg(reason).trimmed();
+    const QString status = QStringLiteral("HTTP %1").arg(m_incoming.statusCode);
+    return (status + u' ' + QString::fromUtf8(m_reason.trimmed())).trimmed();
 }
 
-void Transfer::dropReply()
+QString Transfer::errorText(CURLcode code) const
 {
-    if (!m_reply)
-        return;
-    // Deleting ends the request, too; abort() in the middle of an error report warns of a second.
-    QNetworkReply *reply = std::exchange(m_reply, nullptr);
-    reply->disconnect(this);
-    reply->deleteLater();
+    return QString::fromUtf8(m_error[0] != 0 ? m_error : curl_easy_strerror(code));
 }

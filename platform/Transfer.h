@@ -2,27 +2,39 @@
 
 #include "platform/URLTypes.h"
 
-#include <QNetworkAccessManager>
-#include <QObject>
+#include <curl/curl.h>
 
-class QNetworkReply;
+#include <chrono>
+#include <memory>
 
-/// One request and its one reply, on a session's thread: sends, reads, and says how it ended.
-class Transfer : public QObject
+/// One request and its one answer, on a session's thread: sends, follows redirects, reads, and says
+/// how it ended. A request is sent once; only one for which a kept connection turns out to be dead
+/// before a byte of the answer may be sent again, and those are GET and HEAD of data.
+class Transfer
 {
-    Q_OBJECT
-
 public:
-    Transfer(QNetworkAccessManager &network, int timeout);
-    ~Transfer() override;
+    using Clock = std::chrono::steady_clock;
 
-    virtual void start() = 0;
-    /// Ends with the failure "Abgebrochen".
-    void cancel();
+    explicit Transfer(URLRequest request);
+    virtual ~Transfer();
+    Transfer(const Transfer &) = delete;
+    Transfer &operator=(const Transfer &) = delete;
 
-Q_SIGNALS:
-    /// Once, after everything has been told.
-    void ended();
+    [[nodiscard]] CURL *handle() const { return m_easy.get(); }
+
+    /// Makes the request ready; false when it has ended without one.
+    [[nodiscard]] virtual bool begin();
+    [[nodiscard]] virtual bool isCancelled() const { return false; }
+    /// When a byte of the body came last; before that, when the transfer began: a header is no sign
+    /// of life, or one without end would hold the transfer for ever.
+    [[nodiscard]] Clock::time_point lastSign() const { return m_lastSign; }
+
+    /// True when the answer leads on to another address, which is ready to be asked.
+    [[nodiscard]] bool followRedirect();
+    /// The connection has done what it could; ends the transfer.
+    void finish(CURLcode code);
+    void endCancelled() { ended(End::Cancelled, QStringLiteral("Abgebrochen")); }
+    void endSilent();
 
 protected:
     enum class End {
@@ -32,34 +44,53 @@ protected:
         Cancelled,
     };
 
-    void send(const URLRequest &request);
-    /// Drops the reply and tells; the first call counts.
-    void end(End how, const QString &error = {});
-
+    [[nodiscard]] URLRequest &request() { return m_request; }
+    [[nodiscard]] const URLRequest &request() const { return m_request; }
     [[nodiscard]] const std::optional<URLResponse> &response() const { return m_response; }
     /// "HTTP 404 Not Found"
     [[nodiscard]] QString statusText() const;
 
-    /// The header of the answer, after redirects, is there. May end the transfer, as the next two.
+    /// Has the answer to this request come over a connection of its own.
+    void useFreshConnection();
+    /// Has the transfer end with this; the rest of the answer is dropped.
+    void refuse(const QString &error) { m_refusal = error; }
+
+    /// The header of the answer, after redirects, is there. May refuse, as the next one.
     virtual void answered(const URLResponse &response) = 0;
     virtual void received(const char *data, qint64 size) = 0;
-    /// The whole answer has been received as far as the network can tell.
-    virtual void finished() = 0;
+    /// The body has ended as it should; an objection refuses it.
+    [[nodiscard]] virtual QString objection() const = 0;
     /// The last call.
-    virtual void tell(End how, const QString &error) = 0;
+    virtual void ended(End how, const QString &error) = 0;
 
 private:
-    void readHeader();
-    void readBody();
-    void replyFinished();
-    [[nodiscard]] bool isTransportFailure() const;
-    [[nodiscard]] QString failureText() const;
-    void dropReply();
+    struct Free
+    {
+        void operator()(CURL *easy) const { curl_easy_cleanup(easy); }
+        void operator()(curl_slist *list) const { curl_slist_free_all(list); }
+    };
 
-    QNetworkAccessManager &m_network;
-    const int m_timeout;
-    QNetworkReply *m_reply = nullptr;
-    QNetworkAccessManager::Operation m_operation = QNetworkAccessManager::UnknownOperation;
+    static size_t headerLine(char *data, size_t one, size_t size, void *transfer);
+    static size_t bodyBytes(char *data, size_t one, size_t size, void *transfer);
+
+    void setOptions();
+    void setMethod();
+    void setHeaders();
+    void readStatusLine(const QByteArray &line);
+    void readHeaderLine(const QByteArray &line);
+    void endHeader();
+    [[nodiscard]] QString objectionToRedirect(const QUrl &target) const;
+    [[nodiscard]] QString errorText(CURLcode code) const;
+
+    URLRequest m_request;
+    const std::unique_ptr<CURL, Free> m_easy{curl_easy_init()};
+    std::unique_ptr<curl_slist, Free> m_headers;
+    char m_error[CURL_ERROR_SIZE] = {};
+    URLResponse m_incoming; ///< its header is still being read
+    QByteArray m_reason;    ///< of the status line
     std::optional<URLResponse> m_response;
-    bool m_ended = false;
+    std::optional<QUrl> m_redirect;
+    int m_redirects = 0;
+    QString m_refusal;
+    Clock::time_point m_lastSign = Clock::now();
 };

@@ -1,8 +1,9 @@
 #include "platform/URLSession.h"
 
-#include "platform/DownloadTask.h"
+#include "platform/DataTransfer.h"
+#include "platform/DownloadTransfer.h"
+#include "platform/SessionLoop.h"
 #include "platform/SessionQueue.h"
-#include "platform/SessionWorker.h"
 
 #include <QThread>
 
@@ -10,44 +11,41 @@
 class URLSession::Thread : public QThread
 {
 public:
-    Thread(URLSessionDownloadDelegate *delegate, std::shared_ptr<SessionQueue> queue)
-        : m_delegate(delegate)
-        , m_queue(std::move(queue))
+    explicit Thread(DownloadTransfer::Session session)
+        : m_session(std::move(session))
     {
     }
 
 protected:
-    void run() override
-    {
-        SessionWorker worker(m_delegate, m_queue);
-        m_queue->setReceiver(&worker);
-        exec();
-        m_queue->setReceiver(nullptr);
-    }
+    void run() override { SessionLoop(m_session).run(); }
 
 private:
-    URLSessionDownloadDelegate *m_delegate;
-    std::shared_ptr<SessionQueue> m_queue;
+    const DownloadTransfer::Session m_session;
 };
 
-namespace {
-
-DownloadTask::Control taskControl(const std::shared_ptr<SessionQueue> &queue)
+URLSessionDownloadTask::URLSessionDownloadTask(DownloadRequest request,
+                                               std::shared_ptr<SessionQueue> session)
+    : m_request(std::move(request))
+    , m_session(std::move(session))
 {
-    using Task = std::shared_ptr<DownloadTask>;
-    return {[queue](const Task &task) {
-                queue->post([task](SessionWorker &worker) { worker.startDownload(task); });
-            },
-            [queue](const Task &task) {
-                queue->post([task](SessionWorker &worker) { worker.cancelDownload(task); });
-            }};
 }
 
-} // namespace
+void URLSessionDownloadTask::resume()
+{
+    if (!m_isStarted.exchange(true))
+        m_session->post(
+            [task = shared_from_this()](SessionLoop &loop) { loop.startDownload(task); });
+}
 
-URLSession::URLSession(URLSessionDownloadDelegate *delegate)
+void URLSessionDownloadTask::cancel()
+{
+    m_stop.request_stop();
+    m_session->post([](SessionLoop &) {}); // has the loop look
+}
+
+URLSession::URLSession(URLSessionDownloadDelegate *delegate, const FileCalls &calls)
     : m_queue(std::make_shared<SessionQueue>())
-    , m_thread(std::make_unique<Thread>(delegate, m_queue))
+    , m_thread(std::make_unique<Thread>(DownloadTransfer::Session{delegate, m_queue, calls}))
 {
     m_thread->setObjectName(QStringLiteral("URLSession"));
     m_thread->start();
@@ -55,41 +53,40 @@ URLSession::URLSession(URLSessionDownloadDelegate *delegate)
 
 URLSession::~URLSession()
 {
-    m_queue->close();
     m_thread->requestInterruption(); // for a callback under way that takes its time
-    m_thread->quit();
+    m_queue->close();
     m_thread->wait();
 }
 
 void URLSession::dataTask(const URLRequest &request,
                           std::function<void(const DataTaskResult &result)> completion)
 {
-    m_queue->post([request, completion = std::move(completion)](SessionWorker &worker) {
-        worker.startData(request, completion);
+    const auto unlessClosed = [queue = m_queue,
+                               completion = std::move(completion)](const DataTaskResult &result) {
+        if (!queue->isClosed())
+            completion(result);
+    };
+    m_queue->post([request, unlessClosed](SessionLoop &loop) {
+        loop.start(std::make_unique<DataTransfer>(request, unlessClosed));
     });
 }
 
-std::shared_ptr<URLSessionDownloadTask> URLSession::downloadTask(const QUrl &url)
+std::shared_ptr<URLSessionDownloadTask> URLSession::downloadTask(DownloadRequest request)
 {
-    return std::make_shared<DownloadTask>(url, taskControl(m_queue));
-}
-
-std::shared_ptr<URLSessionDownloadTask> URLSession::downloadTask(const QByteArray &resumeData)
-{
-    return std::make_shared<DownloadTask>(ResumeData::parse(resumeData), taskControl(m_queue));
+    return std::make_shared<URLSessionDownloadTask>(std::move(request), m_queue);
 }
 
 void URLSession::cancelAllTasks()
 {
-    m_queue->post([](SessionWorker &worker) { worker.cancelAll(); });
+    m_queue->post([](SessionLoop &loop) { loop.cancelAll(); });
 }
 
 void URLSession::async(std::function<void()> work)
 {
-    m_queue->post([work = std::move(work)](SessionWorker &) { work(); });
+    m_queue->post([work = std::move(work)](SessionLoop &) { work(); });
 }
 
-void URLSession::setTimeout(int milliseconds)
+void URLSession::setTimeout(std::chrono::milliseconds timeout)
 {
-    m_queue->post([milliseconds](SessionWorker &worker) { worker.setTimeout(milliseconds); });
+    m_queue->post([timeout](SessionLoop &loop) { loop.setTimeout(timeout); });
 }

@@ -1,14 +1,21 @@
 #pragma once
 
+#include "platform/FileFailure.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QList>
 #include <QString>
 #include <QUrl>
 
+#include <atomic>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <utility>
+
+class IncomingFile;
+class SessionQueue;
 
 // What goes into a session and comes out of it.
 
@@ -55,26 +62,65 @@ struct DataTaskResult
     }
 };
 
-/// One transfer into a temporary file. Made by the session, started by resume().
-class URLSessionDownloadTask
+/// What a broken transfer left: a value; the bytes go with its last copy.
+struct PartialDownload
 {
-public:
-    virtual ~URLSessionDownloadTask() = default;
+    std::shared_ptr<IncomingFile> file;
+    QByteArray validator = {}; ///< the version they belong to
+    qint64 total = -1;         ///< of the whole file; -1 when it was not told
+};
 
-    /// The address the task was made for; of a resumed one, that of the first attempt.
-    [[nodiscard]] virtual QUrl originalUrl() const = 0;
-    /// What the server answered so far; absent before. To be asked in delegate callbacks.
-    [[nodiscard]] virtual std::optional<URLResponse> response() const = 0;
-    /// Starts the transfer; later calls do nothing. Any thread.
-    virtual void resume() = 0;
-    /// Ends the transfer with the failure "Abgebrochen", also one that never began. Any thread.
-    virtual void cancel() = 0;
+struct DownloadRequest
+{
+    QUrl url;
+    QString target;           ///< where the file shall stand, a path as FileManager takes it
+    qint64 expectedSize = -1; ///< what HEAD told; any other is refused. -1 when nothing was told
+    int index = -1;           ///< the caller's own, for which of its rows it is
+    std::optional<PartialDownload> rest = {}; ///< of an earlier attempt, to go on with
 };
 
 struct URLError
 {
-    QString description;                  ///< "Abgebrochen" for a cancelled transfer
-    std::optional<QByteArray> resumeData; ///< for URLSession::downloadTask(resumeData:)
+    enum class Kind {
+        Transfer,
+        Cancelled,
+        File, ///< the bytes could not be stored
+    };
+
+    Kind kind = Kind::Transfer;
+    QString description; ///< "Abgebrochen" for a cancelled transfer
+    FileFailure file = {};
+    std::optional<PartialDownload> rest = {}; ///< for another attempt
+};
+
+/// One transfer to its place. Made by the session, started by resume().
+class URLSessionDownloadTask : public std::enable_shared_from_this<URLSessionDownloadTask>
+{
+public:
+    URLSessionDownloadTask(DownloadRequest request, std::shared_ptr<SessionQueue> session);
+
+    [[nodiscard]] const DownloadRequest &request() const { return m_request; }
+    /// The address the task was made for.
+    [[nodiscard]] const QUrl &originalUrl() const { return m_request.url; }
+
+    /// Starts the transfer; later calls do nothing. Any thread.
+    void resume();
+    /// Ends the transfer, and the placing of its file, with the failure "Abgebrochen"; a task that
+    /// is resumed later ends so at once. Any thread.
+    void cancel();
+    [[nodiscard]] std::stop_token stopToken() const { return m_stop.get_token(); }
+
+    /// What the server answered so far; absent before. In delegate callbacks only.
+    [[nodiscard]] const std::optional<URLResponse> &response() const { return m_response; }
+    /// For the session.
+    void setResponse(const URLResponse &response) { m_response = response; }
+
+private:
+    const DownloadRequest m_request;
+    const std::shared_ptr<SessionQueue> m_session;
+    std::stop_source m_stop;
+    std::atomic<bool> m_isStarted = false;
+    std::optional<URLResponse> m_response;
 };
 
 /// Told of every download task of a session, on the session's thread, one call after another.
@@ -88,9 +134,9 @@ public:
     virtual void didWriteData(const std::shared_ptr<URLSessionDownloadTask> &task,
                               qint64 bytesWritten, qint64 totalBytesWritten,
                               qint64 totalBytesExpectedToWrite) = 0;
-    /// The file is removed when the call returns, unless it was moved away.
+    /// The whole file has come and may be placed; it is gone once nobody holds it.
     virtual void didFinishDownloading(const std::shared_ptr<URLSessionDownloadTask> &task,
-                                      const QString &temporaryFile) = 0;
+                                      const std::shared_ptr<IncomingFile> &file) = 0;
     virtual void
     didFinishCollectingMetrics(const std::shared_ptr<URLSessionDownloadTask> &task) = 0;
     /// The last call for a task; without `error` after didFinishDownloading.

@@ -114,11 +114,11 @@ void UpdateService::prepareRun()
     m_state = State::Planning;
     m_stop.request_stop();
     m_stop = std::stop_source();
-    auto finished = std::exchange(m_downloadFileService, std::make_unique<DownloadFileService>());
+    auto finished = std::exchange(m_downloadFileService, std::make_unique<DownloadFileService>(&m_kept));
     m_downloadFileService->setDownloadWindowController(m_downloadWindowController.get());
     m_downloadWindowController->setDownloadFileService(m_downloadFileService.get());
     m_versionService = std::make_unique<VersionService>(*m_downloadFileService);
-    DownloadFileService::retire(std::move(finished));
+    DownloadFileService::retire(std::move(finished), this);
     updateElements().removeIf(
         [](const UpdateElement &row) { return row.downloadType != DownloadType::Ready; });
     m_queuedContents.clear();

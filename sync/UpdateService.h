@@ -1,6 +1,7 @@
 #pragma once
 
 #include "download/DownloadQueue.h"
+#include "download/KeptDownloads.h"
 
 #include <QObject>
 #include <QSet>
@@ -65,6 +66,7 @@ private:
     bool startLateRows();
     void finishRun();
 
+    KeptDownloads m_kept;
     std::unique_ptr<DownloadFileService> m_downloadFileService;
     std::unique_ptr<VersionService> m_versionService;
     std::unique_ptr<DownloadWindowController> m_downloadWindowController;

@@ -226,7 +226,7 @@ TEST_F(DownloadWindowTest, NoAnswerLeavesOkOnlyWhateverAnEarlierRunLeft)
 TEST_F(DownloadWindowTest, CancelStopsTheRunAndReloads)
 {
     const auto gate = std::make_shared<FaultServer::Gate>();
-    addTitle(u"42"_s);
+    addTitle(u"42"_s, 0);
     addTitle(u"43"_s);
     serveTitle("42",
                {.body = bytes(100'000), .fault = Fault::Stall, .faultAt = 50'000, .gate = gate});
@@ -250,9 +250,10 @@ TEST_F(DownloadWindowTest, CancelStopsTheRunAndReloads)
     EXPECT_EQ(pen.names(u"book"_s), QStringList());
 }
 
-TEST_F(DownloadWindowTest, CancelWhileCopyingLeavesNoNewFile)
+TEST_F(DownloadWindowTest, CancelWhileCopyingLeavesTheOldFile)
 {
-    addTitle(u"42"_s);
+    pen.write(u"book/00042_en.qnk"_s, "old");
+    addTitle(u"42"_s, 0);
     addTitle(u"43"_s);
     serveTitle("42", {.body = "content"});
     held.hold();
@@ -266,7 +267,8 @@ TEST_F(DownloadWindowTest, CancelWhileCopyingLeavesNoNewFile)
         settle();
     });
     EXPECT_TRUE(printed.contains(u"file error: Abgebrochen"_s));
-    EXPECT_EQ(pen.names(u"book"_s), QStringList());
+    EXPECT_EQ(pen.names(u"book"_s), QStringList(u"00042_en.qnk"_s));
+    EXPECT_EQ(pen.read(u"book/00042_en.qnk"_s), "old");
     EXPECT_EQ(shown().headline, u"label_stopped"_s);
     EXPECT_EQ(events.count(u"ended"_s), 1);
     EXPECT_EQ(states(), States({DownloadType::Copying, DownloadType::Waiting}));
@@ -275,7 +277,7 @@ TEST_F(DownloadWindowTest, CancelWhileCopyingLeavesNoNewFile)
 
 TEST_F(DownloadWindowTest, AFailedCopyEndsTheRunWithItsReason)
 {
-    addTitle(u"42"_s);
+    addTitle(u"42"_s, 0);
     addTitle(u"43"_s);
     serveTitle("42", {.body = "content"});
     held.hold();
@@ -289,7 +291,7 @@ TEST_F(DownloadWindowTest, AFailedCopyEndsTheRunWithItsReason)
     EXPECT_TRUE(window.isStopped() && shown().cancelEnabled);
     setCurrentLanguage(u"de"_s);
     window.updateTexts();
-    EXPECT_TRUE(shown().headline.contains(u"No such file or directory"_s));
+    EXPECT_TRUE(shown().headline.contains(localized(u"copy_failed_gone"_s)));
     QueueWindow::postStartElementDownloads();
     EXPECT_EQ(states().last(), DownloadType::Waiting);
     EXPECT_EQ(requestsForTitles(), 1);

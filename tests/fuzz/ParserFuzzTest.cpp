@@ -2,9 +2,9 @@
 #include "library/CoverImage.h"
 #include "pen/ConfigureService.h"
 #include "pen/TextValues.h"
+#include "platform/HttpAnswer.h"
 #include "platform/MountTable.h"
 #include "platform/PropertyListReader.h"
-#include "platform/ResumeData.h"
 #include "platform/StringTableReader.h"
 #include "sync/ElementUpdateService.h"
 #include "sync/LogPostService.h"
@@ -133,12 +133,11 @@ void parseServerRecords(const QByteArray &bytes)
         EXPECT_TRUE(isSafeFileName(element->id)) << element->id.toStdString();
 }
 
-void parseResumeData(const QByteArray &bytes)
+void parseBodyLength(const QByteArray &bytes)
 {
-    if (const std::optional<ResumeData> data = ResumeData::parse(bytes)) {
-        EXPECT_TRUE(isWebAddress(data->url) && data->bytes >= 0 && !data->validator.isEmpty());
-        EXPECT_TRUE(ResumeData::parse(data->serialized()));
-    }
+    const BodyLength length = BodyLength::of({{}, 200, {{"content-length", bytes}}});
+    EXPECT_EQ(length.bytes >= 0, length.told == BodyLength::Told::ByLength);
+    EXPECT_LE(length.bytes, largestFile);
 }
 
 void parseContentRange(const QByteArray &bytes)
@@ -236,9 +235,7 @@ INSTANTIATE_TEST_SUITE_P(
         Parser{"Settings", "firmwareVersion=12\nImageVersion = 7\n", parseSettings},
         Parser{"MountTable", "36 25 8:17 / /media/a\\040b rw,nosuid shared:1 - vfat /dev/sdb1 rw\n",
                parseMounts},
-        Parser{"ResumeData",
-               ResumeData{QUrl(u"http://a/b"_s), "\"v\"", u"/tmp/f"_s, 10, 20}.serialized(),
-               parseResumeData},
+        Parser{"BodyLength", "1099511627776", parseBodyLength},
         Parser{"ContentRange", "bytes 10-19/20", parseContentRange},
         Parser{"Picture", pngPicture(), parsePicture}),
     rowName<Parser>);

@@ -94,10 +94,6 @@ TEST_F(FileManagerTest, AwkwardNamesAreWrittenReadListedMovedAndRemoved)
                       QStringList(name));
             EXPECT_TRUE(FileManager::removeItem(path));
         }
-        pen.write(name, "moved");
-        EXPECT_TRUE(FileManager::moveItem(pen.volumePath(name), path));
-        EXPECT_EQ(read(path), "moved");
-        pen.remove(u"book/"_s + name);
     }
 }
 
@@ -128,8 +124,6 @@ TEST_F(FileManagerTest, EscapesNameNothing)
         EXPECT_FALSE(contents.error.isEmpty());
         EXPECT_FALSE(FileManager::contentsOfDirectory(path, HiddenFiles::Include));
         EXPECT_FALSE(FileManager::write(path, "x", WriteMode::InPlace));
-        EXPECT_FALSE(FileManager::moveItem(path, pen.volumePath(u"stolen"_s)));
-        EXPECT_FALSE(pen.exists(u"stolen"_s));
         EXPECT_TRUE(isSecretUntouched());
     }
 }
@@ -221,7 +215,6 @@ TEST_F(FileManagerTest, ReadsRegularFilesOnlyAndNeverWaits)
         EXPECT_FALSE(contents.error.isEmpty()) << qPrintable(name);
     }
     EXPECT_FALSE(FileManager::write(pen.volumePath(u"pipe"_s), "x", WriteMode::InPlace));
-    EXPECT_FALSE(FileManager::moveItem(pen.volumePath(u"pipe"_s), pen.volumePath(u"p"_s)));
 }
 
 TEST_F(FileManagerTest, RefusesALengthThatCannotBeTrue)
@@ -278,8 +271,6 @@ TEST_F(FileManagerTest, NeverMakesFolders)
 {
     for (const WriteMode mode : {WriteMode::InPlace, WriteMode::Atomic})
         EXPECT_FALSE(FileManager::write(pen.volumePath(u"new/a.txt"_s), "x", mode));
-    EXPECT_FALSE(
-        FileManager::moveItem(outside.filePath(u"secret.txt"_s), pen.volumePath(u"new/a.txt"_s)));
     EXPECT_FALSE(pen.exists(u"new"_s));
     EXPECT_TRUE(isSecretUntouched());
 }
@@ -295,17 +286,6 @@ TEST_F(FileManagerTest, RemovesFilesAndFoldersButNeverTheVolume)
                                 u"/Volumes/QUILLO//"_s})
         EXPECT_FALSE(FileManager::removeItem(root)) << qPrintable(root);
     EXPECT_EQ(pen.names(QString()), QStringList({u"configure"_s, u"mp3"_s}));
-}
-
-TEST_F(FileManagerTest, StopsBeforeMovingAnything)
-{
-    std::stop_source stop;
-    stop.request_stop();
-    const FileResult result = FileManager::moveItem(
-        outside.filePath(u"secret.txt"_s), pen.volumePath(u"book/a.qnk"_s), stop.get_token());
-    EXPECT_EQ(result.error, u"Abgebrochen"_s);
-    EXPECT_TRUE(pen.names(u"book"_s).isEmpty());
-    EXPECT_TRUE(isSecretUntouched());
 }
 
 TEST_F(FileManagerTest, SweepsLeftNeighboursAndNothingElse)

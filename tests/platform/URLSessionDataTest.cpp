@@ -1,5 +1,7 @@
 #include "tests/platform/URLSessionFixture.h"
 
+using namespace std::chrono_literals;
+
 namespace {
 
 using URLSessionDataTest = URLSessionFixture;
@@ -8,14 +10,14 @@ TEST_F(URLSessionDataTest, GetsTheBodyOfTheTargetAsItStands)
 {
     const QByteArray body = pattern(300'000);
     server.serve("/medias", body);
-    const QByteArray target = "/medias?mids=%2212%22,%227%22&x=a%20b";
-    const DataTaskResult result = fetch(target);
+    const QByteArray asked = "/medias?mids=%2212%22,%227%22&x=a%20b";
+    const DataTaskResult result = fetch(asked);
     EXPECT_EQ(result.data, body);
     EXPECT_EQ(result.error, QString());
     ASSERT_TRUE(result.response);
     EXPECT_EQ(result.response->statusCode, 200);
-    EXPECT_EQ(result.response->url, server.url(target));
-    EXPECT_EQ(server.requests().first().target, target);
+    EXPECT_EQ(result.response->url, server.url(asked));
+    EXPECT_EQ(server.requests().first().target, asked);
 }
 
 TEST_F(URLSessionDataTest, PostsBodyAndHeaders)
@@ -41,7 +43,19 @@ TEST_F(URLSessionDataTest, APostIsFollowedOnlyWhereItStaysOne)
         server.serve("/moved", FaultServer::Reply::redirect("/log", status));
         const DataTaskResult result = fetch({server.url("/moved"), "POST", {}, "[1]"});
         EXPECT_EQ(result.isSuccess(), status >= 307);
-        EXPECT_EQ(server.requests().last().body, status >= 307 ? "[1]" : "");
+        EXPECT_EQ(server.requests().last().body, "[1]");
+        EXPECT_EQ(server.requests().last().path(), status >= 307 ? "/log" : "/moved");
+    }
+}
+
+TEST_F(URLSessionDataTest, APostIsSentOnce)
+{
+    server.serve("/log", {.body = "first", .keepsAlive = false});
+    EXPECT_EQ(fetch("/log").data, "first"); // a kept connection that the server has ended since
+    server.serve("/log", Reply::closeBeforeHeader());
+    for (const int count : {1, 2}) {
+        EXPECT_FALSE(fetch({server.url("/log"), "POST", {}, "[1]"}).isSuccess());
+        EXPECT_EQ(server.requests("/log").size(), 1 + count);
     }
 }
 
@@ -110,7 +124,7 @@ TEST_F(URLSessionDataTest, FailuresAreTold)
                      .faultAt = 400};
     };
     const Reply never{.hold = std::make_shared<Gate>()};
-    session->setTimeout(200);
+    session->setTimeout(200ms);
     forEachRow<Row>(
         {{"ClosesInTheBody", broken(Fault::Close), 200, 400},
          {"ClosesInAnErrorBody", broken(Fault::Close, 404), 404, 400},
@@ -148,7 +162,7 @@ TEST_F(URLSessionDataTest, ForeignAddressesAreRefused)
         const Told told = download(url);
         EXPECT_NE(told.errorText(), QString());
         EXPECT_EQ(told.calls, failure);
-        EXPECT_EQ(temporaryFiles(), QStringList());
+        EXPECT_EQ(files(), QStringList());
     }
 }
 

@@ -1,5 +1,7 @@
 #include "tests/platform/URLSessionFixture.h"
 
+#include "platform/IncomingFile.h"
+
 #include <QDir>
 #include <QFile>
 #include <QTest>
@@ -52,20 +54,20 @@ void TransferRecorder::didWriteData(const Task &task, qint64 written, qint64 tot
         onWrite(task);
 }
 
-void TransferRecorder::didFinishDownloading(const Task &task, const QString &file)
+void TransferRecorder::didFinishDownloading(const Task &task,
+                                            const std::shared_ptr<IncomingFile> &file)
 {
-    QFile finished(file);
-    const QByteArray content =
-        finished.open(QIODevice::ReadOnly) ? finished.readAll() : "unreadable";
+    const FileFailure problem = file->place(task->stopToken());
+    QFile placed(task->request().target);
     {
         const std::lock_guard lock(m_mutex);
         Told &told = note(task);
-        told.calls.append(QStringLiteral("finished"));
-        told.file = file;
-        told.content = content;
+        told.calls.append(problem ? problem.text : QStringLiteral("finished"));
+        told.content = placed.open(QIODevice::ReadOnly) ? placed.readAll() : "unreadable";
     }
+    placed.remove();
     if (onFinish)
-        onFinish(file);
+        onFinish();
 }
 
 void TransferRecorder::didFinishCollectingMetrics(const Task &task)
@@ -128,19 +130,19 @@ URLSessionFixture::~URLSessionFixture()
 
 TransferRecorder::Task URLSessionFixture::begin(const QByteArray &path)
 {
-    auto task = session->downloadTask(server.url(path));
+    auto task = newTask(path);
     task->resume();
     return task;
 }
 
 Told URLSessionFixture::download(const QUrl &url)
 {
-    return run(session->downloadTask(url));
+    return run(session->downloadTask({url, target}));
 }
 
-Told URLSessionFixture::resume(const QByteArray &resumeData)
+Told URLSessionFixture::resume(const Told &failed, const QByteArray &path)
 {
-    return run(session->downloadTask(resumeData));
+    return run(session->downloadTask({server.url(path), target, -1, -1, failed.error->rest}));
 }
 
 Told URLSessionFixture::run(const TransferRecorder::Task &task)
@@ -172,7 +174,13 @@ DataTaskResult URLSessionFixture::fetch(const QByteArray &path, const QByteArray
     return fetch({server.url(path), method, {}, {}});
 }
 
-QStringList URLSessionFixture::temporaryFiles() const
+void TransferRecorder::forget()
+{
+    const std::lock_guard lock(m_mutex);
+    m_told.clear();
+}
+
+QStringList URLSessionFixture::files() const
 {
     return QDir(temporary.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
 }

@@ -28,18 +28,18 @@ struct Told
 
     QStringList calls; ///< "finished", "metrics", "complete"; progress only where it came late
     QList<Progress> progress;
-    QString file;
-    QByteArray content;
+    QByteArray content; ///< of the file once it was placed
     std::optional<URLError> error;
     std::optional<URLResponse> response; ///< as seen in didComplete
     bool ended = false;
 
     [[nodiscard]] QString errorText() const { return error ? error->description : QString(); }
-    [[nodiscard]] bool isResumable() const { return error && error->resumeData; }
+    [[nodiscard]] bool isResumable() const { return error && error->rest; }
     [[nodiscard]] qint64 written() const;
 };
 
-/// Writes down what a session tells. The hooks run on the session's thread, inside the calls.
+/// Places what a session has loaded and writes down what it tells. The hooks run on the session's
+/// thread, inside the calls.
 class TransferRecorder : public URLSessionDownloadDelegate
 {
 public:
@@ -48,18 +48,20 @@ public:
     TransferRecorder() { m_clock.start(); }
 
     void didWriteData(const Task &task, qint64 written, qint64 total, qint64 expected) override;
-    void didFinishDownloading(const Task &task, const QString &file) override;
+    void didFinishDownloading(const Task &task, const std::shared_ptr<IncomingFile> &file) override;
     void didFinishCollectingMetrics(const Task &task) override;
     void didComplete(const Task &task, const std::optional<URLError> &error) override;
 
     [[nodiscard]] Told of(const Task &task) const;
     [[nodiscard]] bool waitForEnd(const Task &task, int timeout = 30'000) const;
     [[nodiscard]] int calls() const;
+    /// Lets go of all that was told, the rests of broken transfers too.
+    void forget();
     /// The one thread all calls came on; absent when there was none or more than one.
     [[nodiscard]] std::optional<std::thread::id> thread() const;
 
     std::function<void(const Task &task)> onWrite;
-    std::function<void(const QString &file)> onFinish;
+    std::function<void()> onFinish;
 
 private:
     Told &note(const Task &task);
@@ -92,14 +94,20 @@ protected:
     [[nodiscard]] TransferRecorder::Task begin(const QByteArray &path);
     [[nodiscard]] Told download(const QUrl &url);
     [[nodiscard]] Told download(const QByteArray &path) { return download(server.url(path)); }
-    [[nodiscard]] Told resume(const QByteArray &resumeData);
+    /// Goes on with what the failed transfer left.
+    [[nodiscard]] Told resume(const Told &failed, const QByteArray &path = "/file");
     [[nodiscard]] Told run(const TransferRecorder::Task &task);
     [[nodiscard]] DataTaskResult fetch(const URLRequest &request);
     [[nodiscard]] DataTaskResult fetch(const QByteArray &path, const QByteArray &method = "GET");
-    /// What lies in the temporary folder.
-    [[nodiscard]] QStringList temporaryFiles() const;
+    [[nodiscard]] TransferRecorder::Task newTask(const QByteArray &path)
+    {
+        return session->downloadTask({server.url(path), target});
+    }
+    /// What lies in the target's folder, hidden files too.
+    [[nodiscard]] QStringList files() const;
 
     QTemporaryDir temporary;
+    const QString target = temporary.filePath(QStringLiteral("target"));
     FaultServer server;
     TransferRecorder recorder;
     std::unique_ptr<URLSession> session;

@@ -1,9 +1,10 @@
 #include "tests/platform/URLSessionFixture.h"
 
-#include "platform/ResumeData.h"
+#include "platform/IncomingFile.h"
 
-#include <QDir>
-#include <QFile>
+#include <QTest>
+
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -14,7 +15,7 @@ const char date[] = "Mon, 06 May 2024 10:00:00 GMT";
 class URLSessionResumeTest : public URLSessionFixture
 {
 protected:
-    URLSessionResumeTest() { session->setTimeout(2000); }
+    URLSessionResumeTest() { session->setTimeout(2s); }
 
     /// A first attempt that ends after a part; those that ask for the rest get the given answers.
     [[nodiscard]] Told firstAttempt(const QList<Reply> &next, Reply first = {})
@@ -38,28 +39,13 @@ protected:
                 .etag = QByteArray()};
     }
 
-    /// Going on with the first attempt takes the whole file again.
-    void expectAnew(const Told &first)
-    {
-        EXPECT_TRUE(resume(*first.error->resumeData).content == body);
-        EXPECT_FALSE(server.requests().last().hasHeader("Range"));
-        EXPECT_EQ(temporaryFiles(), QStringList());
-    }
-
-    [[nodiscard]] QString partialFile() const
-    {
-        return temporary.filePath(temporaryFiles().value(0));
-    }
-
     const QByteArray body = pattern(size);
 };
 
 TEST_F(URLSessionResumeTest, GoesOnWhereItStopped)
 {
     const Told first = firstAttempt({{.body = body}});
-    const auto task = session->downloadTask(*first.error->resumeData);
-    EXPECT_EQ(task->originalUrl(), server.url("/file"));
-    const Told told = run(task);
+    const Told told = resume(first);
     EXPECT_EQ(told.errorText(), QString());
     EXPECT_TRUE(told.content == body);
     EXPECT_EQ(told.response->statusCode, 206);
@@ -70,14 +56,14 @@ TEST_F(URLSessionResumeTest, GoesOnWhereItStopped)
     EXPECT_EQ(request.header("Range"), "bytes=100000-");
     EXPECT_TRUE(request.header("If-Range").startsWith('"'));
     EXPECT_EQ(request.header("Accept-Encoding"), "identity");
-    EXPECT_EQ(temporaryFiles(), QStringList());
+    EXPECT_EQ(files(), QStringList());
 }
 
 TEST_F(URLSessionResumeTest, UsesTheDateWhereTheTagIsWeak)
 {
     const Reply weak{.body = body, .etag = "W/\"1\"", .lastModified = date};
     const Told first = firstAttempt({weak}, weak);
-    EXPECT_TRUE(resume(*first.error->resumeData).content == body);
+    EXPECT_TRUE(resume(first).content == body);
     EXPECT_EQ(server.requests().last().header("If-Range"), date);
 }
 
@@ -89,23 +75,20 @@ TEST_F(URLSessionResumeTest, ManyTimes)
     replies.append({.body = body});
     Told told = firstAttempt(replies);
     for (int attempt = 0; attempt < 3; ++attempt) {
-        told = resume(*told.error->resumeData);
+        told = resume(told);
         ASSERT_TRUE(told.isResumable()) << qPrintable(told.errorText());
-        EXPECT_EQ(temporaryFiles().size(), 1);
     }
-    EXPECT_TRUE(resume(*told.error->resumeData).content == body);
+    EXPECT_TRUE(resume(told).content == body);
     EXPECT_EQ(server.requests().last().header("Range"), "bytes=250000-");
 }
 
 TEST_F(URLSessionResumeTest, AnAttemptWithoutAnAnswerKeepsWhatThereIs)
 {
-    // Not counted in turns: the network layer sends such a request more than once.
-    const Told first = firstAttempt({Reply::closeBeforeHeader()});
-    const Told second = resume(*first.error->resumeData);
+    const Told first = firstAttempt({Reply::closeBeforeHeader(), {.body = body}});
+    const Told second = resume(first);
     ASSERT_TRUE(second.isResumable());
     EXPECT_FALSE(second.response);
-    server.serve("/file", body);
-    EXPECT_TRUE(resume(*second.error->resumeData).content == body);
+    EXPECT_TRUE(resume(second).content == body);
     EXPECT_EQ(server.requests().last().header("Range"), "bytes=100000-");
 }
 
@@ -116,7 +99,7 @@ TEST_F(URLSessionResumeTest, FollowsARedirectWithItsRange)
         "/file", {{.body = body, .fault = Fault::Close, .faultAt = firstPart}, {.body = body}});
     const Told first = download("/moved");
     ASSERT_TRUE(first.isResumable());
-    EXPECT_TRUE(resume(*first.error->resumeData).content == body);
+    EXPECT_TRUE(resume(first, "/moved").content == body);
     EXPECT_EQ(server.requests("/moved").last().header("Range"), "bytes=100000-");
     EXPECT_EQ(server.requests("/file").last().header("Range"), "bytes=100000-");
 }
@@ -133,12 +116,12 @@ TEST_F(URLSessionResumeTest, StartsOverWhenThereIsAnotherFile)
                      {"TagChanged", {.body = body, .etag = "\"new\""}}},
                     [this](const Row &row) {
                         const Told first = firstAttempt({row.reply});
-                        const Told told = resume(*first.error->resumeData);
+                        const Told told = resume(first);
                         EXPECT_EQ(told.errorText(), QString());
                         EXPECT_TRUE(told.content == row.reply.body);
                         EXPECT_EQ(told.written(), row.reply.body.size());
                         EXPECT_EQ(told.progress.last().total, row.reply.body.size());
-                        EXPECT_EQ(temporaryFiles(), QStringList());
+                        EXPECT_EQ(files(), QStringList());
                     });
 }
 
@@ -163,12 +146,12 @@ TEST_F(URLSessionResumeTest, AnUnfitPartFailsWithoutSplicing)
          {"AnotherSuccess", {.status = 203, .body = body}}},
         [this](const Row &row) {
             const Told first = firstAttempt({row.reply});
-            const Told told = resume(*first.error->resumeData);
+            const Told told = resume(first);
             EXPECT_EQ(told.calls, failure);
             EXPECT_FALSE(told.errorText().isEmpty());
             EXPECT_FALSE(told.isResumable());
             EXPECT_EQ(told.written(), 0);
-            EXPECT_EQ(temporaryFiles(), QStringList());
+            EXPECT_EQ(files(), QStringList());
         });
 }
 
@@ -177,65 +160,46 @@ TEST_F(URLSessionResumeTest, APartOfThePartIsNotTheFile)
     Reply part = partial("bytes 100000-199999/300000");
     part.body = body.mid(firstPart, 100'000);
     const Told first = firstAttempt({part, {.body = body}});
-    const Told told = resume(*first.error->resumeData);
+    const Told told = resume(first);
     EXPECT_TRUE(told.isResumable());
     EXPECT_EQ(told.written(), 100'000);
-    EXPECT_TRUE(resume(*told.error->resumeData).content == body);
+    EXPECT_TRUE(resume(told).content == body);
 }
 
 TEST_F(URLSessionResumeTest, AnUnknownTotalIsAskedOfThePart)
 {
     const Told first = firstAttempt({{.body = body}}, {.length = FaultServer::Length::Chunked});
-    const Told told = resume(*first.error->resumeData);
+    const Told told = resume(first);
     EXPECT_TRUE(told.content == body);
     EXPECT_EQ(told.progress.last().expected, size);
 }
 
-TEST_F(URLSessionResumeTest, JunkFailsCleanly)
+TEST_F(URLSessionResumeTest, AWholeRestIsNotAskedFor)
 {
-    for (const QByteArray &junk : {QByteArray(), pattern(500), QByteArray(1'000'000, '\0')}) {
-        const Told told = resume(junk);
-        EXPECT_EQ(told.calls, failure);
-        EXPECT_FALSE(told.errorText().isEmpty());
-        EXPECT_FALSE(told.isResumable());
-    }
+    PartialDownload whole{std::make_shared<IncomingFile>(target), {}, 5};
+    ASSERT_FALSE(whole.file->begin(5));
+    ASSERT_FALSE(whole.file->append("hello", 5));
+    const Told told = run(session->downloadTask({server.url("/file"), target, -1, -1, whole}));
+    EXPECT_EQ(told.calls, success);
+    EXPECT_EQ(told.content, "hello");
+    EXPECT_EQ(told.written(), 5);
     EXPECT_EQ(server.requests().size(), 0);
 }
 
-TEST_F(URLSessionResumeTest, AForgedRecordReachesNoFile)
+TEST_F(URLSessionResumeTest, ARestGoesWithItsLastCopy)
 {
-    const QString mine = temporary.filePath(QStringLiteral("mine"));
-    QFile file(mine);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    ASSERT_EQ(file.write("precious"), 8);
-    file.close();
-    server.serve("/file", body);
-    const ResumeData forged{server.url("/file"), "\"1\"", mine, 8, -1};
-    EXPECT_TRUE(resume(forged.serialized()).content == body);
-    EXPECT_FALSE(server.requests().last().hasHeader("Range"));
-    session.reset();
-    EXPECT_EQ(temporaryFiles(), QStringList(QStringLiteral("mine")));
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(file.readAll(), "precious");
-}
+    std::optional<Told> first = firstAttempt({{.body = body}});
+    EXPECT_EQ(files().size(), 1);
+    recorder.forget();
+    EXPECT_EQ(files().size(), 1);
+    first.reset();
+    EXPECT_TRUE(QTest::qWaitFor([this] { return files().isEmpty(); }));
 
-TEST_F(URLSessionResumeTest, StartsOverWhenThePartIsLost)
-{
-    Told first = firstAttempt({{.body = body}});
-    ASSERT_TRUE(QFile::remove(partialFile()));
-    expectAnew(first);
     first = firstAttempt({{.body = body}});
-    ASSERT_TRUE(QFile::resize(partialFile(), firstPart - 1));
-    expectAnew(first);
-    expectAnew(first); // the same data once more
-}
-
-TEST_F(URLSessionResumeTest, TheDataOfAnotherSessionStartsOver)
-{
-    const Told first = firstAttempt({{.body = body}});
-    session = std::make_unique<URLSession>(&recorder);
-    EXPECT_EQ(temporaryFiles(), QStringList());
-    expectAnew(first);
+    recorder.forget();
+    session.reset();
+    first.reset();
+    EXPECT_EQ(files(), QStringList());
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "tests/platform/URLSessionFixture.h"
 
+#include <QFile>
 #include <QSslCertificate>
 #include <QSslConfiguration>
 #include <QSslKey>
@@ -64,17 +65,26 @@ public:
 class URLSessionSecureTest : public URLSessionFixture
 {
 protected:
-    void trust()
+    void SetUp() override { qunsetenv("SSL_CERT_FILE"); }
+
+    void trust() const
     {
-        QSslConfiguration configuration = m_before;
-        configuration.addCaCertificate(QSslCertificate(certificate));
-        QSslConfiguration::setDefaultConfiguration(configuration);
+        QFile file(temporary.filePath(QStringLiteral("trusted.pem")));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(certificate);
+        qputenv("SSL_CERT_FILE", file.fileName().toUtf8());
     }
 
-    void TearDown() override { QSslConfiguration::setDefaultConfiguration(m_before); }
+    void TearDown() override
+    {
+        if (m_before.isNull())
+            qunsetenv("SSL_CERT_FILE");
+        else
+            qputenv("SSL_CERT_FILE", m_before);
+    }
 
 private:
-    const QSslConfiguration m_before = QSslConfiguration::defaultConfiguration();
+    const QByteArray m_before = qgetenv("SSL_CERT_FILE");
 };
 
 const char greeting[] = "HTTP/1.1 200 OK\r\nContent-Length: 5\r\nConnection: close\r\n\r\nhello";

@@ -184,6 +184,12 @@ QList<FaultServer::Request> FaultServer::requests(const QByteArray &path) const
     return found;
 }
 
+void FaultServer::forgetRequests()
+{
+    const std::lock_guard lock(m_mutex);
+    m_requests.clear();
+}
+
 bool FaultServer::waitForRequests(qsizetype count, int timeout) const
 {
     return QTest::qWaitFor([&] { return requests().size() >= count; }, timeout);

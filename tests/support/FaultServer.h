@@ -100,6 +100,7 @@ public:
         qint64 slice = 0;                   ///< a slow server: this many bytes at a time ...
         std::chrono::milliseconds pause{0}; ///< ... and this long between them
         std::optional<QByteArray> raw = std::nullopt; ///< these bytes and the end, nothing else
+        bool keepsAlive = true; ///< false: the connection ends behind the answer without a word
 
         [[nodiscard]] static Reply redirect(const QByteArray &location, int status = 302);
         [[nodiscard]] static Reply closeBeforeHeader() { return {.raw = QByteArray()}; }
@@ -135,6 +136,8 @@ public:
     [[nodiscard]] bool waitForRequests(qsizetype count, int timeout = 10'000) const;
     [[nodiscard]] bool waitForRequests(const QByteArray &path, qsizetype count,
                                        int timeout = 10'000) const;
+
+    void forgetRequests();
 
 private:
     class Connection;

@@ -14,10 +14,6 @@ namespace {
 
 constexpr qint64 chunkSize = 64 * 1024;
 
-// An answer that is there before the client has noted that its request is out, and then breaks off,
-// makes Qt send the request again as if nothing had come. No real network is that fast.
-constexpr std::chrono::milliseconds latency(10);
-
 qint64 wholeSize(const FaultServer::Reply &reply)
 {
     return reply.body.size() * reply.repeat;
@@ -158,17 +154,26 @@ FaultServer::Connection::Next FaultServer::Connection::send(const Request &reque
 {
     if (reply.hold)
         reply.hold->pass(m_stop);
-    if (reply.fault != Fault::None || reply.announced)
-        pause(latency);
+    m_nextPiece = Clock::now();
     if (reply.raw) {
-        // A last word that could not be said changes nothing.
-        std::ignore = write(*reply.raw);
+        sendRaw(reply);
         return Next::End;
     }
     const Part part = choosePart(request, reply);
     if (!write(head(reply, part)))
         return Next::End;
     return request.method == "HEAD" ? Next::Continue : sendBody(reply, part);
+}
+
+void FaultServer::Connection::sendRaw(const Reply &reply)
+{
+    const qint64 slice = reply.slice > 0 ? reply.slice : std::max<qint64>(1, reply.raw->size());
+    for (qint64 sent = 0; sent < reply.raw->size(); sent += slice) {
+        const qint64 size = std::min(slice, reply.raw->size() - sent);
+        if (m_stop.stop_requested() || !write(reply.raw->constData() + sent, size))
+            return;
+        pause(reply.pause);
+    }
 }
 
 FaultServer::Connection::Next FaultServer::Connection::sendBody(const Reply &reply,
@@ -198,7 +203,7 @@ FaultServer::Connection::Next FaultServer::Connection::sendBody(const Reply &rep
     if (reply.length == Length::Chunked && !write("0\r\n\r\n"))
         return Next::End;
     const bool honest = reply.length != Length::Absent && reply.announced.value_or(total) == total;
-    return honest ? Next::Continue : Next::End;
+    return honest && reply.keepsAlive ? Next::Continue : Next::End;
 }
 
 bool FaultServer::Connection::sendPiece(const Reply &reply, const char *data, qint64 size)
@@ -211,8 +216,7 @@ bool FaultServer::Connection::sendPiece(const Reply &reply, const char *data, qi
         return false;
     if (reply.length == Length::Chunked && !write("\r\n"))
         return false;
-    if (reply.pause.count() > 0)
-        pause(reply.pause);
+    pause(reply.pause);
     return true;
 }
 
@@ -245,12 +249,14 @@ bool FaultServer::Connection::misbehave(const Reply &reply)
     return false;
 }
 
+/// Until the next piece is due: a line of that speed makes up for a reader that was slow once.
 void FaultServer::Connection::pause(std::chrono::milliseconds duration)
 {
+    m_nextPiece += duration;
     std::mutex mutex;
     std::unique_lock lock(mutex);
     std::condition_variable_any never;
-    never.wait_for(lock, m_stop, duration, [] { return false; });
+    never.wait_until(lock, m_stop, m_nextPiece, [] { return false; });
 }
 
 void FaultServer::Connection::close()

@@ -21,6 +21,7 @@ private:
         qint64 end;
     };
     enum class Next { Continue, End };
+    using Clock = std::chrono::steady_clock;
 
     void run();
     [[nodiscard]] std::optional<Request> readRequest();
@@ -28,6 +29,7 @@ private:
     [[nodiscard]] Next send(const Request &request, const Reply &reply);
     [[nodiscard]] QByteArray head(const Reply &reply, const Part &part) const;
     [[nodiscard]] Next sendBody(const Reply &reply, const Part &part);
+    void sendRaw(const Reply &reply);
     [[nodiscard]] bool sendPiece(const Reply &reply, const char *data, qint64 size);
     [[nodiscard]] bool write(const char *data, qint64 size);
     [[nodiscard]] bool write(const QByteArray &data)
@@ -45,5 +47,6 @@ private:
     std::stop_token m_stop;
     Handler m_answer;
     QByteArray m_received;
+    Clock::time_point m_nextPiece;
     std::thread m_thread;
 };
