@@ -41,6 +41,5 @@ Q_SIGNALS:
     void unmounted(const QString &name);
 };
 
-/// Gives every volume the last name of its mount point, and later ones of the same name " 1",
-/// " 2" and so on behind it.
-[[nodiscard]] QList<Volume> namedVolumes(const QStringList &mountPoints);
+/// Gives later volumes of the same name " 1", " 2" and so on behind it.
+[[nodiscard]] QList<Volume> uniquelyNamed(QList<Volume> volumes);

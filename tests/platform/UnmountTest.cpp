@@ -1,3 +1,5 @@
+#include "platform/Workspace.h"
+
 #include "tests/platform/FakeMountTable.h"
 #include "tests/support/Printers.h"
 #include "tests/support/Rows.h"
@@ -135,6 +137,20 @@ TEST_F(UnmountTest, LeavesTheDriveOnWhileAnotherOfItsVolumesIsMounted)
 {
     startDisks(u"ok"_s, {u"/media/OTHER"_s, pen().path});
     EXPECT_EQ(unmountError(), QString());
+    EXPECT_EQ(callsMade(), QByteArrayList{"Unmount sdq2 []"});
+}
+
+TEST_F(UnmountTest, FindsAVolumeWithoutLabelByItsAddress)
+{
+    startDisks(u"keep"_s, {u"/media/anna/OTHER"_s, u"/media/anna/1A2B-3C4D"_s});
+    auto table = std::make_unique<FakeMountTable>();
+    table->set({rootLine, mediumLine("1A2B-3C4D")});
+    SystemVolumes volumes(std::move(table), m_bus);
+    Workspace workspace(volumes);
+    workspace.unmountVolume(QUrl(u"file:///Volumes/NO%20NAME/"_s),
+                            [this](const QString &error) { m_errors.append(error); });
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !m_errors.isEmpty(); }));
+    EXPECT_EQ(m_errors, QStringList(QString()));
     EXPECT_EQ(callsMade(), QByteArrayList{"Unmount sdq2 []"});
 }
 

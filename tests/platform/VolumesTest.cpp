@@ -53,16 +53,18 @@ struct Watched
 
 } // namespace
 
-TEST(VolumeNaming, IsTheLastNameOfTheMountPointMadeUnique)
+TEST(VolumeNaming, IsMadeUnique)
 {
-    const QStringList points = {u"/media/NO NAME"_s, u"/media/PEN 1"_s, u"/media/PEN"_s,
-                                u"/media/b/PEN"_s, u"/mnt/PEN"_s};
-    const QList<Volume> volumes = namedVolumes(points);
+    const QList<Volume> given = {{u"NO NAME"_s, u"/a"_s},
+                                 {u"PEN 1"_s, u"/b"_s},
+                                 {u"PEN"_s, u"/c"_s},
+                                 {u"PEN"_s, u"/d"_s},
+                                 {u"PEN"_s, u"/e"_s}};
+    const QList<Volume> volumes = uniquelyNamed(given);
     EXPECT_EQ(namesOf(volumes),
               QStringList({u"NO NAME"_s, u"PEN 1"_s, u"PEN"_s, u"PEN 2"_s, u"PEN 3"_s}));
     for (qsizetype i = 0; i < volumes.size(); ++i)
-        EXPECT_EQ(volumes.at(i).path, points.at(i));
-    EXPECT_TRUE(namedVolumes({}).isEmpty());
+        EXPECT_EQ(volumes.at(i).path, given.at(i).path);
 }
 
 TEST(FolderVolumes, ListsAndFindsFoldersAndLinksToFoldersByName)
