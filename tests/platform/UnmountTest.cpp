@@ -1,3 +1,4 @@
+#include "platform/Unmounting.h"
 #include "platform/Workspace.h"
 
 #include "tests/platform/FakeMountTable.h"
@@ -8,12 +9,14 @@
 #include <QDBusConnectionInterface>
 #include <QFile>
 #include <QProcess>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -192,6 +195,17 @@ TEST_F(UnmountTest, TurnsToTheDesktopWithoutADaemonThatKnowsTheMount)
         ASSERT_TRUE(file.remove());
     }
     EXPECT_TRUE(callsMade().isEmpty());
+}
+
+TEST_F(UnmountTest, GivesTheDesktopUpWhenItDoesNotAnswer)
+{
+    installDesktopHelper("exec /bin/sleep 60\n");
+    Unmounting unmounting(m_programs.path(), m_bus);
+    unmounting.patience = 100ms;
+    QSignalSpy finished(&unmounting, &Unmounting::finished);
+    unmounting.start();
+    ASSERT_TRUE(finished.wait());
+    EXPECT_FALSE(finished.constFirst().constFirst().toString().isEmpty());
 }
 
 TEST_F(UnmountTest, SaysWhyWhenNothingHelps)
