@@ -140,6 +140,12 @@ void FuseMedium::dieAfter(qint64 bytes)
     failWritesAfter(bytes, 0);
 }
 
+void FuseMedium::die()
+{
+    m_program.kill();
+    m_program.waitForFinished(patience);
+}
+
 void FuseMedium::failFlushes(int error)
 {
     m_control->flushError = error;
@@ -183,8 +189,7 @@ qint64 FuseMedium::flushes() const
 
 void FuseMedium::pull()
 {
-    m_program.kill();
-    m_program.waitForFinished(patience);
+    die();
     if (std::exchange(m_isMounted, false))
         takeAway(m_folder);
 }

@@ -43,6 +43,8 @@ public:
     /// The medium dies in the middle of the write that goes beyond the next `bytes`: everything
     /// fails from there on, but it stays mounted.
     void dieAfter(qint64 bytes);
+    /// The same, now. Not for an image.
+    void die();
     /// From now on every fsync() fails with this errno value; 0 for none.
     void failFlushes(int error);
     /// Files, in whole clusters of 4 KiB, take this much at most, and statfs() says so; 0 for as
@@ -58,7 +60,8 @@ public:
     [[nodiscard]] qint64 flushes() const;
 
     /// Takes the medium away at once, as a pen is pulled: what is open on it is broken, what it
-    /// held can be looked at in the folder. What an image held is gone.
+    /// held can be looked at in the folder. What an image held is gone. For a pen of PenFolder call
+    /// its pullOut() right behind it; after plugIn() lay a new medium over it.
     void pull();
 
     /// Takes the image away in good order; what "fsck.fat" has to say against it.
