@@ -20,8 +20,8 @@ std::unique_ptr<VolumeSource> installed(std::unique_ptr<VolumeSource> volumes)
 
 QuilloApplication::QuilloApplication(int &argc, char **argv, const VolumeSourceMaker &makeVolumes)
     : QApplication(argc, argv)
-    , m_volumes(installed(makeVolumes()))
     , m_signals(std::make_unique<TerminationSignals>())
+    , m_volumes(installed(makeVolumes()))
     , delegateReference(std::make_unique<AppDelegate>(*m_volumes))
 {
     ignoreBrokenPipes();

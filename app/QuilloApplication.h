@@ -34,8 +34,8 @@ public:
     [[nodiscard]] VolumeSource &volumes() const { return *m_volumes; }
 
 private:
+    std::unique_ptr<TerminationSignals> m_signals; // first, to be heard from the beginning
     std::unique_ptr<VolumeSource> m_volumes;
-    std::unique_ptr<TerminationSignals> m_signals;
 
 public:
     const std::unique_ptr<AppDelegate> delegateReference;

@@ -27,6 +27,9 @@ ViewController::ViewController(VolumeSource &volumes, QWidget *parent)
     , m_workspace(volumes)
 {
     loadOutlets();
+    m_ejecting.setSingleShot(true);
+    connect(&m_ejecting, &QTimer::timeout, this,
+            [this] { ejectEnded(localized(u"eject_no_answer"_s)); });
 }
 
 ViewController::~ViewController()
@@ -156,7 +159,7 @@ void ViewController::setIsQuilloAvailable(bool available)
 
 void ViewController::setUsbControlsEnabled(bool enabled)
 {
-    usbConnectionImageBtn->setEnabled(enabled);
+    usbConnectionImageBtn->setEnabled(enabled && !m_ejecting.isActive());
     deleteViewController->updateDeleteButton();
 }
 
@@ -204,7 +207,10 @@ void ViewController::didUnMount(const QVariantMap &userInfo)
     }
     if (UsbService::canDeviceNameBeQuillo(name.toString())) {
         writeLog(u"didUnMount if canDeviceNameBeQuillo"_s);
-        Dispatch::main(this, [this] { penUnmounted(); });
+        Dispatch::main(this, [this, volume = name.toString()] {
+            if (!isPenStillThere(volume))
+                penUnmounted();
+        });
     }
     writeLog(u"didUnMount Ende"_s);
 }
@@ -215,6 +221,15 @@ void ViewController::penMounted()
     setIsQuilloAvailable(true);
     updateService->updateAll();
     showView(NavElementType::Books);
+}
+
+/// The name of another volume may pass for the pen's. Under the pen's own name nothing tells the
+/// volume that went from one that has taken its place.
+bool ViewController::isPenStillThere(const QString &unmounted) const
+{
+    return m_isQuilloAvailable && quilloName
+           && unmounted != QUrl::fromPercentEncoding(quilloName->toUtf8())
+           && UsbService::isMounted(*quilloName);
 }
 
 void ViewController::penUnmounted()
@@ -229,6 +244,7 @@ void ViewController::penUnmounted()
     setIsQuilloAvailable(false);
     resetAfterUnmount();
     updateStorageGauge();
+    forgetEject();
 }
 
 DownloadWindow *ViewController::downloadWindow() const
@@ -239,21 +255,31 @@ DownloadWindow *ViewController::downloadWindow() const
 void ViewController::ejectQuillo()
 {
     const std::optional<QUrl> volume = URLFactory::getQuilloURL();
-    if (!volume || m_ejecting)
+    if (!volume || m_ejecting.isActive())
         return;
-    m_ejecting = true;
+    m_ejecting.start(ejectPatience);
     usbConnectionImageBtn->setEnabled(false);
-    Dispatch::main(this, [this, url = *volume] {
-        m_workspace.unmountVolume(url, [this](const QString &error) { ejectEnded(error); });
-    });
+    const QPointer<ViewController> guard = this;
+    const auto answered = [guard, eject = ++m_eject](const QString &error) {
+        if (guard && eject == guard->m_eject)
+            guard->ejectEnded(error);
+    };
+    Dispatch::main(this,
+                   [this, url = *volume, answered] { m_workspace.unmountVolume(url, answered); });
 }
 
 void ViewController::ejectEnded(const QString &error)
 {
-    m_ejecting = false;
+    forgetEject();
     setUsbControlsEnabled(m_isQuilloAvailable);
     if (error.isEmpty())
         return;
     print(error);
     showMessage(localized(u"eject_failed"_s).replace(u"%@"_s, error));
+}
+
+void ViewController::forgetEject()
+{
+    m_ejecting.stop();
+    ++m_eject;
 }

@@ -12,6 +12,7 @@
 #include <QTimer>
 #include <QWidget>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -58,7 +59,10 @@ public:
     [[nodiscard]] DeletionHandling *shownDeletionHandling() override;
     [[nodiscard]] DeletionSelecting *deletionSelection() override;
 
+    /// Unmounts the pen. An answer that has not come after `ejectPatience` is a failure; one that
+    /// comes after the pen has gone is none.
     void ejectQuillo();
+    std::chrono::milliseconds ejectPatience = std::chrono::minutes(5); // it may have to write much
 
     [[nodiscard]] bool isQuilloAvailable() const override { return m_isQuilloAvailable; }
     void setIsQuilloAvailable(bool available);
@@ -140,8 +144,10 @@ private:
     void didMount(const QVariantMap &userInfo);
     void didUnMount(const QVariantMap &userInfo);
     void penMounted();
+    [[nodiscard]] bool isPenStillThere(const QString &unmounted) const;
     void penUnmounted();
     void ejectEnded(const QString &error);
+    void forgetEject();
 
     Workspace m_workspace;
     CoverCache m_coverCache;
@@ -153,9 +159,10 @@ private:
     QLabel *m_messageLine = nullptr;
     QPointer<EmptyStateView> m_noPenView;
     QTimer m_messageTimer;
+    QTimer m_ejecting; ///< runs while an eject is under way
 
     int m_musicLoad = 0; ///< the one whose result counts
+    int m_eject = 0;     ///< the one whose answer counts
     bool m_isQuilloAvailable = false;
-    bool m_ejecting = false;
     ViewMode m_viewMode = ViewMode::tiled;
 };

@@ -3,6 +3,7 @@
 #include "demo/DemoCatalogue.h"
 #include "demo/PenBuilder.h"
 #include "demo/PenFirmware.h"
+#include "platform/TerminationSignals.h"
 
 #include <QDir>
 #include <QFile>
@@ -38,8 +39,11 @@ QString DemoPen::prepare(const DemoCatalogue &catalogue, const QString &givenFol
     if (!own && !QFile::link(QFileInfo(givenFolder).canonicalFilePath(), pen))
         return u"Cannot use the folder %1."_s.arg(givenFolder);
     const bool inUse = QFileInfo::exists(pen + u"/configure/settings.ini"_s);
-    if (!inUse && !buildPen(catalogue, pen))
-        return u"Cannot fill the folder %1."_s.arg(own ? pen : givenFolder);
+    if (!inUse && !buildPen(catalogue, pen)) {
+        return TerminationSignals::haveCome()
+                   ? u"Ended early, while the pen was made."_s
+                   : u"Cannot fill the folder %1."_s.arg(own ? pen : givenFolder);
+    }
     plugIn();
     return {};
 }

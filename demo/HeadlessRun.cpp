@@ -5,12 +5,12 @@
 #include "app/QuilloApplication.h"
 #include "app/ViewController.h"
 #include "demo/DemoOptions.h"
+#include "demo/DemoOutput.h"
 #include "demo/DemoSetup.h"
 #include "demo/PictureTour.h"
 #include "download/DownloadQueue.h"
 #include "download/DownloadWindow.h"
 #include "download/DownloadWindowController.h"
-#include "platform/StandardOutput.h"
 #include "sync/UpdateService.h"
 
 #include <QDir>
@@ -31,13 +31,15 @@ constexpr auto lookInterval = 100ms;
 constexpr int fewestLooks = 10; // until the covers of the last picture are decoded
 constexpr int mostLooks = 100;
 constexpr double halfWay = 50;
+constexpr qsizetype mostPlaced = 25; // lines of a summary that is read at a glance
+constexpr qsizetype mostWrong = 15;
 
 QString waitedFor(int step)
 {
     const QStringList names = {u"the splash window"_s,   u"the main window"_s,
                                u"the download window"_s, u"the first transfer"_s,
                                u"half of the run"_s,     u"the end of the run"_s,
-                               u"the log server"_s};
+                               u"the log server"_s,      u"the pictures of every view"_s};
     return names.value(step);
 }
 
@@ -59,6 +61,7 @@ HeadlessRun::HeadlessRun(DemoSetup &setup, QuilloApplication &application,
     FlowController &flow = application.delegateReference->flowConroller;
     QTimer::singleShot(flow.splashDuration / 2, this, &HeadlessRun::splashShown);
     connect(&flow, &FlowController::mainWindowShown, this, &HeadlessRun::mainWindowShown);
+    connect(&application, &QCoreApplication::aboutToQuit, this, &HeadlessRun::aboutToQuit);
     connect(&m_watchdog, &QTimer::timeout, this, &HeadlessRun::timedOut);
     connect(&m_looking, &QTimer::timeout, this, &HeadlessRun::look);
     m_watchdog.start(patience + patiencePerTitle * setup.catalogue().titles().size());
@@ -158,32 +161,43 @@ void HeadlessRun::finish()
     const PenFiles after = readPen(m_setup.pen().folder());
     const QStringList placed = placedFiles(m_before, after);
     const QStringList wrong = m_failures + problems(after);
-    print(u"\nPlaced on the pen (%1 files):"_s.arg(placed.size()));
-    for (const QString &line : placed)
-        print(u"  "_s + line);
-    print(u"Pictures:"_s);
-    for (const QString &picture : std::as_const(m_pictures))
-        print(u"  "_s + picture);
-    for (const QString &line : wrong)
-        print(u"  NOT AS IT SHOULD BE: "_s + line);
-    print(wrong.isEmpty()
-              ? u"Everything arrived; each file is byte for byte what the servers hold."_s
-              : u"Not everything arrived."_s);
+    tell(u"\nPlaced on the pen (%1 files):"_s.arg(placed.size()));
+    tellSome(placed, mostPlaced);
+    tell(u"Pictures:"_s);
+    tellSome(m_pictures, m_pictures.size());
+    if (!wrong.isEmpty())
+        tell(u"NOT AS IT SHOULD BE:"_s);
+    tellSome(wrong, mostWrong);
+    tell(wrong.isEmpty()
+             ? u"Everything arrived; each file is byte for byte what the servers hold."_s
+             : u"Not everything arrived."_s);
     endWith(wrong.isEmpty() ? 0 : 1);
 }
 
 void HeadlessRun::endWith(int exitCode)
 {
     if (!m_everyView) {
-        m_application.exit(exitCode);
+        leave(exitCode);
         return;
     }
+    m_step = Step::EveryView;
     m_tour = std::make_unique<PictureTour>(
         *m_application.viewController(), m_setup.pen(),
         [this](QWidget *window, const QString &name) { takePicture(window, name); });
-    connect(m_tour.get(), &PictureTour::finished, this,
-            [this, exitCode] { m_application.exit(exitCode); });
+    connect(m_tour.get(), &PictureTour::finished, this, [this, exitCode] { leave(exitCode); });
     m_tour->start();
+}
+
+void HeadlessRun::leave(int exitCode)
+{
+    m_exitCode = exitCode;
+    m_application.exit(exitCode);
+}
+
+void HeadlessRun::aboutToQuit()
+{
+    if (!m_exitCode)
+        tell(u"\nEnded early, while waiting for %1."_s.arg(waitedFor(int(m_step))));
 }
 
 QStringList HeadlessRun::problems(const PenFiles &found) const
@@ -197,10 +211,10 @@ QStringList HeadlessRun::problems(const PenFiles &found) const
 
 void HeadlessRun::timedOut()
 {
-    print(u"\nGave up waiting for %1."_s.arg(waitedFor(int(m_step))));
+    tell(u"\nGave up waiting for %1."_s.arg(waitedFor(int(m_step))));
     if (m_application.viewController() != nullptr)
-        print(u"The download window says: "_s + controller().presentation().headline);
-    m_application.exit(1);
+        tell(u"The download window says: "_s + controller().presentation().headline);
+    leave(1);
 }
 
 void HeadlessRun::takePicture(QWidget *window, const QString &name)

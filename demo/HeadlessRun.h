@@ -7,6 +7,7 @@
 #include <QTimer>
 
 #include <memory>
+#include <optional>
 
 class DemoSetup;
 class DownloadWindowController;
@@ -16,7 +17,7 @@ class QWidget;
 struct DemoOptions;
 
 /// Follows one update run without a person: takes the pictures, presses OK at its end, compares the
-/// pen with what the servers hold and ends the program with 0 only if everything arrived.
+/// pen with what the servers hold, tells what happened and ends the program.
 class HeadlessRun : public QObject
 {
     Q_OBJECT
@@ -26,9 +27,21 @@ public:
     HeadlessRun(DemoSetup &setup, QuilloApplication &application, const DemoOptions &options);
     ~HeadlessRun() override;
 
+    /// After the application ran: 0 only if everything arrived, 1 also when it was ended early.
+    [[nodiscard]] int exitCode() const { return m_exitCode.value_or(1); }
+
 private:
     /// What it waits for.
-    enum class Step { SplashWindow, MainWindow, DownloadWindow, FirstTransfer, HalfWay, End, Log };
+    enum class Step {
+        SplashWindow,
+        MainWindow,
+        DownloadWindow,
+        FirstTransfer,
+        HalfWay,
+        End,
+        Log,
+        EveryView
+    };
 
     void splashShown();
     void mainWindowShown();
@@ -39,6 +52,8 @@ private:
     void look();
     void finish();
     void endWith(int exitCode);
+    void leave(int exitCode);
+    void aboutToQuit();
     void timedOut();
 
     [[nodiscard]] DownloadWindowController &controller() const;
@@ -57,5 +72,6 @@ private:
     QTimer m_watchdog;
     QTimer m_looking;
     int m_looks = 0;
+    std::optional<int> m_exitCode;
     std::unique_ptr<PictureTour> m_tour;
 };

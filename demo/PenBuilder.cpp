@@ -2,6 +2,7 @@
 
 #include "demo/DemoCatalogue.h"
 #include "demo/WaveFile.h"
+#include "platform/TerminationSignals.h"
 
 #include <QDir>
 #include <QFile>
@@ -62,7 +63,7 @@ bool writeTitles(const DemoCatalogue &catalogue, const QString &book)
     std::atomic<bool> written = true;
     const auto work = [&] {
         for (qsizetype i = next++; i < titles.size(); i = next++) {
-            if (!writeTitle(catalogue, titles.at(i), book))
+            if (TerminationSignals::haveCome() || !writeTitle(catalogue, titles.at(i), book))
                 written = false;
         }
     };

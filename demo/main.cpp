@@ -3,6 +3,7 @@
 #include "app/MainWindow.h"
 #include "app/QuilloApplication.h"
 #include "demo/ControlPanel.h"
+#include "demo/DemoOutput.h"
 #include "demo/DemoSetup.h"
 #include "demo/HeadlessRun.h"
 #include "platform/VolumeSource.h"
@@ -35,11 +36,16 @@ int main(int argc, char **argv)
     DemoSetup setup(*options);
     if (options->headless && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", setup.headlessPlatform());
+    const QString folder =
+        options->headless ? options->picturesFolder : setup.pen().scratchFolder();
+    if (!keepProgramOutput(folder))
+        return report({1, u"quillo-demo: Cannot write to %1.\n"_s.arg(folder)});
     QuilloApplication application(argc, argv, [&setup] { return setup.makeVolumes(); });
     if (!setup.error().isEmpty())
         return report({1, u"quillo-demo: %1\n"_s.arg(setup.error())});
     if (!options->headless)
         return showLive(setup, application);
     const HeadlessRun run(setup, application, *options);
-    return application.run();
+    application.run();
+    return run.exitCode();
 }

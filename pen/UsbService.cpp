@@ -58,6 +58,15 @@ std::optional<QString> UsbService::getQuilloName()
     return pieces.last();
 }
 
+bool UsbService::isMounted(const QString &quilloName)
+{
+    const QList<QUrl> volumes = FileManager::mountedVolumeURLs().value_or(QList<QUrl>());
+    const QString end = u'/' + quilloName + u'/';
+    return std::any_of(volumes.begin(), volumes.end(), [&end](const QUrl &volume) {
+        return volume.toString(QUrl::FullyEncoded).endsWith(end);
+    });
+}
+
 bool UsbService::canDeviceNameBeQuillo(const QString &name)
 {
     const QString upper = name.toUpper();

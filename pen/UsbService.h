@@ -14,6 +14,9 @@ public:
     /// The volume's name as the root address spells it ("NO%20NAME"); absent without pen.
     [[nodiscard]] static std::optional<QString> getQuilloName();
 
+    /// Whether the volume of that name, spelled as by getQuilloName(), is mounted. Writes no log.
+    [[nodiscard]] static bool isMounted(const QString &quilloName);
+
     /// Whether a mounted or unmounted volume of this name may be the pen; looser than the test that
     /// finds the pen's root.
     [[nodiscard]] static bool canDeviceNameBeQuillo(const QString &name);

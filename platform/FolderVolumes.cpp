@@ -61,19 +61,23 @@ FolderVolumes::FolderVolumes(const QString &folder, QObject *parent)
     connect(&m_settling, &QTimer::timeout, this, &FolderVolumes::announceArrivals);
     watch();
     m_announced = subfolders();
+    m_order = m_announced.keys();
+    m_order.sort();
 }
 
 QList<Volume> FolderVolumes::volumes() const
 {
     const Folders present = subfolders();
     const std::lock_guard lock(m_mutex);
+    QStringList names = present.keys();
+    names.sort();
+    names = m_order + names;
+    names.removeDuplicates();
     QList<Volume> volumes;
-    for (auto folder = present.cbegin(); folder != present.cend(); ++folder) {
-        if (m_hidden.value(folder.key()) != folder.value())
-            volumes.append({folder.key(), m_folder + u'/' + folder.key()});
+    for (const QString &name : std::as_const(names)) {
+        if (present.contains(name) && m_hidden.value(name) != present.value(name))
+            volumes.append({name, m_folder + u'/' + name});
     }
-    std::sort(volumes.begin(), volumes.end(),
-              [](const Volume &a, const Volume &b) { return a.name < b.name; });
     return volumes;
 }
 
@@ -188,6 +192,7 @@ QStringList FolderVolumes::takeGone(const Folders &present)
         return !stays;
     });
     gone.sort();
+    m_order.removeIf([&gone](const QString &name) { return gone.contains(name); });
     return gone;
 }
 
@@ -225,6 +230,10 @@ void FolderVolumes::announceArrivals()
     if (m_arrivals.isEmpty())
         m_settling.stop();
     settled.sort();
+    {
+        const std::lock_guard lock(m_mutex);
+        m_order += settled;
+    }
     for (const QString &name : std::as_const(settled))
         Q_EMIT mounted(name);
 }

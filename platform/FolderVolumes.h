@@ -13,6 +13,8 @@
 /// A subfolder may be a link to a folder; names that begin with "." are none. The demo, the tests
 /// and `--volumes` run on it.
 ///
+/// volumes() lists those that were there first by name, then the others as they came.
+///
 /// mounted() waits until the new subfolder's first level has been still for a moment, at most 800
 /// ms, so that a pen that is being copied into place is not read half. volumes() does not wait.
 class FolderVolumes : public VolumeSource
@@ -58,5 +60,6 @@ private:
     Folders m_announced;
     QHash<QString, Arrival> m_arrivals;
     mutable std::mutex m_mutex;
-    Folders m_hidden; ///< unmounted but still there; guarded by m_mutex
+    QStringList m_order; ///< the announced ones, oldest first; guarded by m_mutex
+    Folders m_hidden;    ///< unmounted but still there; guarded by m_mutex
 };

@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QHash>
+#include <QRegularExpression>
 #include <QSocketNotifier>
 
 #include <algorithm>
@@ -118,6 +119,20 @@ bool isVolume(const Mount &mount, const QByteArray &rootDevice)
            && !isSystemPlace(mount.mountPoint);
 }
 
+/// "fuseblk" is what a FAT or another foreign file system is that a program reads for the kernel.
+bool mayBeFat(const QByteArray &type)
+{
+    static constexpr std::array<std::string_view, 3> types = {"vfat", "msdos", "fuseblk"};
+    return contains(types, type);
+}
+
+/// Where the place is taken, desktops put a digit behind.
+bool isSerialNumber(const QString &name)
+{
+    static const QRegularExpression expression(u"^[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}[0-9]*$"_s);
+    return expression.match(name).hasMatch();
+}
+
 int openTable()
 {
     return ::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC);
@@ -149,6 +164,12 @@ QList<Mount> volumeMounts(const QList<Mount> &mounts)
             volumes.append(mount);
     }
     return volumes;
+}
+
+QString volumeName(const Mount &mount)
+{
+    const QString last = mount.mountPoint.section(u'/', -1, -1, QString::SectionSkipEmpty);
+    return mayBeFat(mount.type) && isSerialNumber(last) ? u"NO NAME"_s : last;
 }
 
 KernelMountTable::KernelMountTable(QObject *parent)

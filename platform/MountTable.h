@@ -25,6 +25,11 @@ struct Mount
 /// network, pseudo or container file systems, nor second views of the root.
 [[nodiscard]] QList<Mount> volumeMounts(const QList<Mount> &mounts);
 
+/// What a person calls the volume: the last name of its mount point, or "NO NAME" for a FAT volume
+/// without a label, which desktops mount under its serial number ("1A2B-3C4D"). Told from the line
+/// alone; the volume is not touched.
+[[nodiscard]] QString volumeName(const Mount &mount);
+
 /// The mount table and word of its changes.
 class MountTable : public QObject
 {

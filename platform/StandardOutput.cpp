@@ -3,6 +3,7 @@
 #include "platform/Dispatch.h"
 
 #include <QAbstractEventDispatcher>
+#include <QFile>
 #include <QMutex>
 #include <QPointer>
 #include <QStringList>
@@ -10,6 +11,13 @@
 #include <cstdio>
 
 namespace {
+
+std::FILE *chosenFile = nullptr;
+
+std::FILE *output()
+{
+    return chosenFile != nullptr ? chosenFile : stdout;
+}
 
 /// Lines of the main thread are written out when its event loop next comes to rest: a library scan
 /// prints tens of thousands.
@@ -22,7 +30,7 @@ bool flushedByEventLoop()
     if (dispatcher && flusher != dispatcher) {
         flusher = dispatcher;
         QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, dispatcher,
-                         [] { std::fflush(stdout); });
+                         [] { std::fflush(output()); });
     }
     return dispatcher != nullptr;
 }
@@ -54,6 +62,14 @@ QString escaped(QChar character)
 
 } // namespace
 
+bool printTo(const QString &file)
+{
+    std::FILE *opened = std::fopen(QFile::encodeName(file).constData(), "we");
+    if (opened != nullptr)
+        chosenFile = opened;
+    return opened != nullptr;
+}
+
 void print(const QString &line)
 {
     print(line.toUtf8() + '\n');
@@ -63,9 +79,9 @@ void print(const QByteArray &text)
 {
     static QMutex mutex;
     const QMutexLocker locker(&mutex);
-    std::fwrite(text.constData(), 1, static_cast<size_t>(text.size()), stdout);
+    std::fwrite(text.constData(), 1, static_cast<size_t>(text.size()), output());
     if (!flushedByEventLoop())
-        std::fflush(stdout);
+        std::fflush(output());
 }
 
 void debugPrint(const QString &line)

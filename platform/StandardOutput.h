@@ -5,6 +5,10 @@
 
 /// The program's lines on standard output. Any thread; lines never interleave.
 
+/// Writes them to this file instead, which is made anew, from now on; false and without effect when
+/// that is not possible. Before there is a second thread.
+[[nodiscard]] bool printTo(const QString &file);
+
 /// A plain line.
 void print(const QString &line);
 

@@ -45,10 +45,10 @@ void SystemVolumes::unmount(const Volume &volume, std::function<void(const QStri
 QList<SystemVolumes::Entry> SystemVolumes::entriesOf(const QByteArray &table)
 {
     const QList<Mount> mounts = volumeMounts(parseMountTable(table));
-    QStringList mountPoints;
+    QList<Volume> volumes;
     for (const Mount &mount : mounts)
-        mountPoints.append(mount.mountPoint);
-    const QList<Volume> volumes = namedVolumes(mountPoints);
+        volumes.append({volumeName(mount), mount.mountPoint});
+    volumes = uniquelyNamed(volumes);
     QList<Entry> entries;
     for (qsizetype i = 0; i < mounts.size(); ++i)
         entries.append({volumes.at(i), mounts.at(i)});

@@ -3,6 +3,7 @@
 #include <QSocketNotifier>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 
@@ -15,10 +16,12 @@ constexpr std::array handledSignals{SIGINT, SIGTERM};
 
 // A signal handler may touch little more than this.
 std::array<int, 2> pipeEnds{-1, -1};
+std::atomic<bool> hasCome = false;
 
 void wake(int)
 {
     const int kept = errno;
+    hasCome = true;
     const char byte = 1;
     [[maybe_unused]] const ssize_t written = ::write(pipeEnds[1], &byte, 1);
     errno = kept;
@@ -40,6 +43,7 @@ TerminationSignals::TerminationSignals(QObject *parent)
     : QObject(parent)
 {
     Q_ASSERT(pipeEnds[0] < 0);
+    hasCome = false;
     if (::pipe2(pipeEnds.data(), O_CLOEXEC | O_NONBLOCK) != 0)
         return;
     m_notifier = new QSocketNotifier(pipeEnds[0], QSocketNotifier::Read, this);
@@ -57,6 +61,11 @@ TerminationSignals::~TerminationSignals()
         ::close(end);
         end = -1;
     }
+}
+
+bool TerminationSignals::haveCome()
+{
+    return hasCome;
 }
 
 void TerminationSignals::drain()

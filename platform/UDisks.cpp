@@ -16,9 +16,6 @@ const QString blockInterface = service + u".Block"_s;
 const QString fileSystemInterface = service + u".Filesystem"_s;
 const QString driveInterface = service + u".Drive"_s;
 
-// Writing out what is cached may take minutes, and so may the person's password.
-constexpr int timeout = 5 * 60 * 1000;
-
 /// Unpacked by hand: registering the map's type would change what the Bluetooth module reads.
 QHash<QString, QHash<QString, QVariantMap>> unpackedObjects(const QDBusArgument &argument)
 {
@@ -94,7 +91,8 @@ void UDisksRequest::call(const QString &path, const QString &interface, const QS
         QMetaObject::invokeMethod(this, fail, Qt::QueuedConnection);
         return;
     }
-    auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message, timeout), this);
+    auto *watcher =
+        new QDBusPendingCallWatcher(m_bus.asyncCall(message, int(longestAnswer.count())), this);
     const auto handle = [this, watcher, handler] {
         watcher->deleteLater();
         (this->*handler)(watcher->reply());

@@ -6,6 +6,7 @@
 #include <QPointer>
 #include <QProcess>
 #include <QStandardPaths>
+#include <QTimer>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -79,6 +80,7 @@ void Unmounting::tryDesktop()
     connect(process, &QProcess::finished, this, ended);
     connect(process, &QProcess::errorOccurred, this, failed);
     process->setStandardInputFile(QProcess::nullDevice());
+    QTimer::singleShot(patience, process, &QProcess::kill);
     process->start(gio, {u"mount"_s, u"-u"_s, m_mountPoint});
 }
 

@@ -12,17 +12,14 @@ std::optional<Volume> VolumeSource::volume(const QString &name) const
     return found == mounted.end() ? std::nullopt : std::optional(*found);
 }
 
-QList<Volume> namedVolumes(const QStringList &mountPoints)
+QList<Volume> uniquelyNamed(QList<Volume> volumes)
 {
-    QList<Volume> volumes;
     QSet<QString> taken;
-    for (const QString &mountPoint : mountPoints) {
-        const QString last = mountPoint.section(u'/', -1, -1, QString::SectionSkipEmpty);
-        QString name = last;
-        for (int suffix = 1; taken.contains(name); ++suffix)
-            name = last + u' ' + QString::number(suffix);
-        taken.insert(name);
-        volumes.append({name, mountPoint});
+    for (Volume &volume : volumes) {
+        const QString name = volume.name;
+        for (int suffix = 1; taken.contains(volume.name); ++suffix)
+            volume.name = name + u' ' + QString::number(suffix);
+        taken.insert(volume.name);
     }
     return volumes;
 }

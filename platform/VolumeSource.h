@@ -32,7 +32,8 @@ public:
     [[nodiscard]] virtual std::optional<Volume> volume(const QString &name) const;
 
     /// Unmounts the volume and makes it safe to pull. `done` is called once on the main thread with
-    /// the error text, empty on success; it is not called when this object is gone before.
+    /// the error text, empty on success; it is not called when this object is gone before. It may
+    /// take as long as writing to the medium does.
     /// Main thread only.
     virtual void unmount(const Volume &volume, std::function<void(const QString &error)> done) = 0;
 
@@ -41,6 +42,5 @@ Q_SIGNALS:
     void unmounted(const QString &name);
 };
 
-/// Gives every volume the last name of its mount point, and later ones of the same name " 1",
-/// " 2" and so on behind it.
-[[nodiscard]] QList<Volume> namedVolumes(const QStringList &mountPoints);
+/// Gives later volumes of the same name " 1", " 2" and so on behind it.
+[[nodiscard]] QList<Volume> uniquelyNamed(QList<Volume> volumes);

@@ -17,6 +17,7 @@
 #include <QToolButton>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -231,6 +232,24 @@ TEST_F(StartWithoutPen, OtherVolumesChangeNothing)
     EXPECT_FALSE(controller().isQuilloAvailable());
 }
 
+TEST_F(StartWithPen, OtherVolumesMayGoWhateverTheirNames)
+{
+    for (const QString &name : {u"My Quillo backup"_s, u"NO NAME"_s}) {
+        ASSERT_TRUE(QDir(pen.volumes()).mkdir(name));
+        ASSERT_TRUE(waitForLog(u"didMount Ende"_s));
+        QCoreApplication::sendPostedEvents();
+        bookList().append(std::make_shared<BaseElement>());
+        QFile::remove(logFile());
+        ASSERT_TRUE(QDir(pen.volumes()).rmdir(name));
+        ASSERT_TRUE(waitForLog(u"didUnMount Ende"_s));
+        QCoreApplication::sendPostedEvents();
+        EXPECT_FALSE(bookList().isEmpty()) << qPrintable(name);
+        EXPECT_TRUE(controller().isQuilloAvailable());
+        EXPECT_EQ(logLines({u"didUnMount"_s}).size(), 3);
+    }
+    pullOut();
+}
+
 TEST_F(StartWithPen, PenButtonUnmountsThePen)
 {
     QTest::mouseClick(&penButton(), Qt::LeftButton);
@@ -241,7 +260,7 @@ TEST_F(StartWithPen, PenButtonUnmountsThePen)
     EXPECT_FALSE(messageLine().isVisible());
 }
 
-/// Volumes that will not go.
+/// Volumes that will not go, and say so when a test wants it.
 class StuckVolumes : public FolderVolumes
 {
 public:
@@ -249,25 +268,66 @@ public:
 
     void unmount(const Volume &, std::function<void(const QString &)> done) override
     {
-        Dispatch::main(this, [done] { done(u"Ziel ist beschäftigt"_s); });
+        asked.append(done);
     }
+
+    QList<std::function<void(const QString &)>> asked;
 };
 
-TEST_F(StartWithPen, FailedEjectTellsWhyAndCanBeTriedAgain)
+class EjectTest : public StartWithPen
 {
-    StuckVolumes stuck(pen.volumes());
-    window = std::make_unique<MainWindow>(stuck);
-    window->show();
-    ASSERT_TRUE(waitForLog(u"viewDidAppear Ende"_s, 2));
-    QTest::mouseClick(&penButton(), Qt::LeftButton);
-    ASSERT_TRUE(QTest::qWaitFor([this] { return messageLine().isVisible(); }));
-    EXPECT_TRUE(messageLine().text().contains(u"Ziel ist beschäftigt"_s));
-    EXPECT_FALSE(messageLine().text().contains(u"%@"_s));
+protected:
+    EjectTest()
+    {
+        window = std::make_unique<MainWindow>(stuck);
+        window->show();
+        EXPECT_TRUE(waitForLog(u"viewDidAppear Ende"_s, 2));
+    }
+    ~EjectTest() override { window.reset(); }
+
+    [[nodiscard]] bool isAsked(int times)
+    {
+        QTest::mouseClick(&penButton(), Qt::LeftButton);
+        QCoreApplication::sendPostedEvents();
+        return stuck.asked.size() == times;
+    }
+    [[nodiscard]] bool isTold(const QString &reason)
+    {
+        const QString text = localized(u"eject_failed"_s).replace(u"%@"_s, reason);
+        return QTest::qWaitFor(
+            [&] { return messageLine().isVisible() && messageLine().text() == text; });
+    }
+
+    StuckVolumes stuck{pen.volumes()};
+};
+
+TEST_F(EjectTest, ThatFailsTellsWhyAndCanBeTriedAgain)
+{
+    ASSERT_TRUE(isAsked(1));
+    EXPECT_FALSE(penButton().isEnabled());
+    stuck.asked.takeLast()(u"Ziel ist beschäftigt"_s);
+    EXPECT_TRUE(isTold(u"Ziel ist beschäftigt"_s));
     EXPECT_TRUE(controller().isQuilloAvailable());
     EXPECT_TRUE(penButton().isEnabled());
     pullOut();
     EXPECT_FALSE(messageLine().isVisible());
-    window.reset();
+}
+
+TEST_F(EjectTest, WithoutAnswerEndsWithThePenOrInTime)
+{
+    ASSERT_TRUE(isAsked(1));
+    pullOut();
+    plugIn();
+    EXPECT_TRUE(penButton().isEnabled());
+    ASSERT_TRUE(isAsked(2));
+    stuck.asked.first()(u"too late"_s);
+    EXPECT_FALSE(messageLine().isVisible());
+    EXPECT_TRUE(isAsked(2)); // still under way
+    stuck.asked.last()(u"no"_s);
+    controller().ejectPatience = 1ms;
+    ASSERT_TRUE(isAsked(3));
+    EXPECT_TRUE(isTold(localized(u"eject_no_answer"_s)));
+    EXPECT_TRUE(penButton().isEnabled());
 }
 
 TEST_F(StartWithoutPen, TextsFollowTheLanguage)

@@ -63,6 +63,24 @@ TEST(VolumeMounts, AreToldFromTheSystemsOwn)
         EXPECT_FALSE(isVolume(mount)) << mount;
 }
 
+TEST(VolumeName, IsTheLastNameOfTheMountPointOrThatOfFatWithoutLabel)
+{
+    const QList<std::tuple<QByteArray, QString, QString>> rows = {
+        {"vfat", u"/media/anna/1A2B-3C4D"_s, u"NO NAME"_s},
+        {"vfat", u"/run/media/anna/0000-00ff2"_s, u"NO NAME"_s},
+        {"msdos", u"/media/1A2B-3C4D"_s, u"NO NAME"_s},
+        {"fuseblk", u"/media/1A2B-3C4D"_s, u"NO NAME"_s},
+        {"ext4", u"/media/1A2B-3C4D"_s, u"1A2B-3C4D"_s},
+        {"vfat", u"/media/1A2B-3C4D/QUILLO"_s, u"QUILLO"_s},
+        {"vfat", u"/media/X1A2B-3C4D"_s, u"X1A2B-3C4D"_s},
+        {"vfat", u"/media/1A2B-3C4G"_s, u"1A2B-3C4G"_s},
+        {"fuseblk", u"/media/01A2B3C4D5E6F708"_s, u"01A2B3C4D5E6F708"_s},
+    };
+    for (const auto &[type, mountPoint, name] : rows)
+        EXPECT_EQ(volumeName({36, "8:17", u"/"_s, mountPoint, type, u"/dev/sdb1"_s}), name)
+            << qPrintable(mountPoint);
+}
+
 TEST(VolumeMounts, TakesWhatIsOnTopWhereTwoAreMountedAtOnePlace)
 {
     const QList<Mount> mounts =

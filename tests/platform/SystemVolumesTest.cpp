@@ -35,9 +35,12 @@ struct Watched
 
 TEST(SystemVolumes, ListsVolumesInTheOrderOfTheTable)
 {
-    const Watched watched({rootLine, mediumLine("ZETA"), mediumLine(R"(NO\040NAME)")});
+    const Watched watched({rootLine, mediumLine("ZETA"), mediumLine("1A2B-3C4D"),
+                           mediumLine(R"(NO\040NAME)"), mediumLine("1A2B-3C4D1")});
     const QList<Volume> expected = {{u"ZETA"_s, u"/media/anna/ZETA"_s},
-                                    {u"NO NAME"_s, u"/media/anna/NO NAME"_s}};
+                                    {u"NO NAME"_s, u"/media/anna/1A2B-3C4D"_s},
+                                    {u"NO NAME 1"_s, u"/media/anna/NO NAME"_s},
+                                    {u"NO NAME 2"_s, u"/media/anna/1A2B-3C4D1"_s}};
     EXPECT_EQ(watched.volumes->volumes(), expected);
 }
 

@@ -1,3 +1,6 @@
+#include "platform/Unmounting.h"
+#include "platform/Workspace.h"
+
 #include "tests/platform/FakeMountTable.h"
 #include "tests/support/Printers.h"
 #include "tests/support/Rows.h"
@@ -6,12 +9,14 @@
 #include <QDBusConnectionInterface>
 #include <QFile>
 #include <QProcess>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -138,6 +143,20 @@ TEST_F(UnmountTest, LeavesTheDriveOnWhileAnotherOfItsVolumesIsMounted)
     EXPECT_EQ(callsMade(), QByteArrayList{"Unmount sdq2 []"});
 }
 
+TEST_F(UnmountTest, FindsAVolumeWithoutLabelByItsAddress)
+{
+    startDisks(u"keep"_s, {u"/media/anna/OTHER"_s, u"/media/anna/1A2B-3C4D"_s});
+    auto table = std::make_unique<FakeMountTable>();
+    table->set({rootLine, mediumLine("1A2B-3C4D")});
+    SystemVolumes volumes(std::move(table), m_bus);
+    Workspace workspace(volumes);
+    workspace.unmountVolume(QUrl(u"file:///Volumes/NO%20NAME/"_s),
+                            [this](const QString &error) { m_errors.append(error); });
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !m_errors.isEmpty(); }));
+    EXPECT_EQ(m_errors, QStringList(QString()));
+    EXPECT_EQ(callsMade(), QByteArrayList{"Unmount sdq2 []"});
+}
+
 TEST_F(UnmountTest, WaitsForASlowDaemonWithoutHoldingUpTheProgram)
 {
     startDisks(u"held"_s);
@@ -176,6 +195,17 @@ TEST_F(UnmountTest, TurnsToTheDesktopWithoutADaemonThatKnowsTheMount)
         ASSERT_TRUE(file.remove());
     }
     EXPECT_TRUE(callsMade().isEmpty());
+}
+
+TEST_F(UnmountTest, GivesTheDesktopUpWhenItDoesNotAnswer)
+{
+    installDesktopHelper("exec /bin/sleep 60\n");
+    Unmounting unmounting(m_programs.path(), m_bus);
+    unmounting.patience = 100ms;
+    QSignalSpy finished(&unmounting, &Unmounting::finished);
+    unmounting.start();
+    ASSERT_TRUE(finished.wait());
+    EXPECT_FALSE(finished.constFirst().constFirst().toString().isEmpty());
 }
 
 TEST_F(UnmountTest, SaysWhyWhenNothingHelps)

@@ -53,16 +53,18 @@ struct Watched
 
 } // namespace
 
-TEST(VolumeNaming, IsTheLastNameOfTheMountPointMadeUnique)
+TEST(VolumeNaming, IsMadeUnique)
 {
-    const QStringList points = {u"/media/NO NAME"_s, u"/media/PEN 1"_s, u"/media/PEN"_s,
-                                u"/media/b/PEN"_s, u"/mnt/PEN"_s};
-    const QList<Volume> volumes = namedVolumes(points);
+    const QList<Volume> given = {{u"NO NAME"_s, u"/a"_s},
+                                 {u"PEN 1"_s, u"/b"_s},
+                                 {u"PEN"_s, u"/c"_s},
+                                 {u"PEN"_s, u"/d"_s},
+                                 {u"PEN"_s, u"/e"_s}};
+    const QList<Volume> volumes = uniquelyNamed(given);
     EXPECT_EQ(namesOf(volumes),
               QStringList({u"NO NAME"_s, u"PEN 1"_s, u"PEN"_s, u"PEN 2"_s, u"PEN 3"_s}));
     for (qsizetype i = 0; i < volumes.size(); ++i)
-        EXPECT_EQ(volumes.at(i).path, points.at(i));
-    EXPECT_TRUE(namedVolumes({}).isEmpty());
+        EXPECT_EQ(volumes.at(i).path, given.at(i).path);
 }
 
 TEST(FolderVolumes, ListsAndFindsFoldersAndLinksToFoldersByName)
@@ -196,17 +198,19 @@ TEST(FolderVolumes, HidesAnUnmountedVolumeUntilItHasGoneAndComeBack)
     EXPECT_EQ(errors, QStringList(QString()));
     EXPECT_EQ(told(watched.unmounted), QStringList(u"QUILLO"_s));
 
-    ASSERT_TRUE(QDir(pen.volumes()).mkdir(u"OTHER"_s)); // a look around does not bring it back
+    ASSERT_TRUE(QDir(pen.volumes()).mkdir(u"STICK"_s)); // a look around does not bring it back
     ASSERT_TRUE(watched.mounted.wait());
-    EXPECT_EQ(namesOf(watched.volumes.volumes()), QStringList(u"OTHER"_s));
+    EXPECT_EQ(namesOf(watched.volumes.volumes()), QStringList(u"STICK"_s));
 
     pen.pullOut();
-    ASSERT_TRUE(QDir(pen.volumes()).rmdir(u"OTHER"_s));
-    ASSERT_TRUE(watched.unmounted.wait());
+    ASSERT_TRUE(QDir(pen.volumes()).mkdir(u"TICK"_s));
+    ASSERT_TRUE(watched.mounted.wait());
     pen.plugIn();
     ASSERT_TRUE(watched.mounted.wait());
-    EXPECT_EQ(told(watched.mounted), QStringList({u"OTHER"_s, u"QUILLO"_s}));
-    EXPECT_EQ(told(watched.unmounted), QStringList({u"QUILLO"_s, u"OTHER"_s}));
+    const QStringList asTheyCame = {u"STICK"_s, u"TICK"_s, u"QUILLO"_s};
+    EXPECT_EQ(told(watched.mounted), asTheyCame);
+    EXPECT_EQ(namesOf(watched.volumes.volumes()), asTheyCame);
+    EXPECT_EQ(told(watched.unmounted), QStringList(u"QUILLO"_s));
     EXPECT_TRUE(watched.volumes.volume(u"QUILLO"_s));
 }
 

@@ -17,7 +17,7 @@ using Table = QHash<QString, QString>;
 const QStringList &usedKeys()
 {
     static const QStringList keys = QStringLiteral(R"(
-window_title usb_eject_warning header_title search splash_subtitle eject_failed
+window_title usb_eject_warning header_title search splash_subtitle eject_failed eject_no_answer
 my_titles books games learningMaterials archive music videos shop storage
 titles publisher author duration interpret size
 confirm_delete please_confirm delete_element cancel ok deletion_failed_title deletion_failed
