@@ -5,6 +5,7 @@
 #include "library/EmptyState.h"
 #include "library/LibraryLists.h"
 #include "ui/ImageView.h"
+#include "ui/PlainText.h"
 #include "ui/ViewPlacement.h"
 
 #include <QHeaderView>
@@ -103,8 +104,10 @@ QVariant MusicTableModel::data(const QModelIndex &index, int role) const
 {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid))
         return {};
-    if (role == Qt::DisplayRole || role == Qt::ToolTipRole)
+    if (role == Qt::DisplayRole)
         return text(index);
+    if (role == Qt::ToolTipRole)
+        return shownAsItIs(text(index));
     if (role == Qt::AccessibleTextRole)
         return index.column() == image ? text(index.siblingAtColumn(title)) : text(index);
     return {};

@@ -185,12 +185,12 @@ TEST_F(TitlesOverviewTest, KeyboardBringsItsRowIntoView)
     EXPECT_NEAR(table.currentIndex().row(), page->height() / 52, 3);
     QTest::keyClick(&table, Qt::Key_PageUp);
     EXPECT_EQ(table.currentIndex().row(), 0);
-    QTest::keyClick(&table, Qt::Key_End, Qt::ControlModifier);
-    EXPECT_EQ(table.currentIndex().row(), 99);
+    QTest::keyClick(&table, Qt::Key_End);
+    EXPECT_EQ(page->myQuilloBooksController->selectedIds(), QStringList{u"b99"_s});
     EXPECT_FALSE(table.viewport()->visibleRegion().intersected(table.rowRect(99)).isEmpty());
     QTest::keyClick(&table, Qt::Key_Tab);
     EXPECT_EQ(QApplication::focusWidget(), page->myGamesController->tableView);
-    QTest::keyClick(&table, Qt::Key_Home, Qt::ControlModifier);
+    QTest::keyClick(&table, Qt::Key_Home);
     EXPECT_LT(page->standing().scrollPosition, 100);
 }
 
