@@ -2,6 +2,7 @@
 
 #include "app/ApplicationLog.h"
 #include "app/MainControlling.h"
+#include "app/NavAccessible.h"
 #include "app/NavCollectionItem.h"
 #include "app/NavCollectionView.h"
 #include "app/NavRowModel.h"
@@ -20,6 +21,7 @@ NavigationViewController::NavigationViewController(MainControlling &viewControll
     , m_viewController(viewController)
     , m_rows(new NavRowModel(this))
 {
+    installNavAccessible();
     pinEdges(*navCollectionView, *this);
     setFocusProxy(navCollectionView);
 }
