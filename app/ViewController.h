@@ -56,6 +56,7 @@ public:
     void showView(NavElementType type) override;
 
     [[nodiscard]] DeletionHandling *shownDeletionHandling() override;
+    void focusTitles() override;
     [[nodiscard]] DeletionSelecting *deletionSelection() override;
 
     void ejectQuillo();

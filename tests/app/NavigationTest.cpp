@@ -11,6 +11,7 @@
 #include "library/TileView.h"
 #include "pen/StorageController.h"
 #include "ui/EmptyStateView.h"
+#include "ui/FocusMark.h"
 
 #include <QAccessible>
 #include <QPainter>
@@ -265,8 +266,19 @@ TEST_F(NavigationTest, FocusInTheContentMovesToTheNextContent)
     controller().myBooksController->collectionView->setFocus();
     navigation().showView(Type::Games);
     EXPECT_EQ(QApplication::focusWidget(), controller().gamesController->collectionView);
-    navigation().showView(Type::Archive);
-    EXPECT_EQ(QApplication::focusWidget(), &sidebar());
+    controller().mainContentView->setFixedHeight(200);
+    for (const Type type : {Type::Archive, Type::Storage, Type::Music, Type::Shop}) {
+        navigation().showView(type);
+        auto *page = qobject_cast<QScrollArea *>(QApplication::focusWidget());
+        ASSERT_TRUE(page && (page == shown() || shown()->isAncestorOf(page)));
+        const auto marks = page->findChildren<FocusMark *>();
+        EXPECT_TRUE(marks.size() == 1 && marks.first()->isVisible());
+        EXPECT_FALSE(page->accessibleName().isEmpty());
+        QTest::keyClick(page, Qt::Key_PageDown);
+        EXPECT_GT(page->verticalScrollBar()->value(), 0);
+    }
+    pullOut();
+    EXPECT_NE(qobject_cast<EmptyStateView *>(QApplication::focusWidget()), nullptr);
 }
 
 TEST_F(NavigationTest, KeyboardStartsInTheSidebarAndGoesRoundTheWindow)

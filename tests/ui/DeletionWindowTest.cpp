@@ -1,5 +1,6 @@
 #include "tests/ui/DeletionFixture.h"
 
+#include "app/NavCollectionView.h"
 #include "app/NavigationViewController.h"
 #include "library/CategoryControllers.h"
 #include "library/ColoredTableView.h"
@@ -23,24 +24,25 @@ struct DeletionCase
     bool all;
 };
 
-/// From a click on a title to its end, as a person sees it.
-class DeletionInWindow : public WindowTest, public testing::WithParamInterface<DeletionCase>
+/// A pen of books in one of the views that show them.
+class BooksInWindow : public WindowTest
 {
 protected:
-    DeletionInWindow()
+    BooksInWindow(Shown shown, int titles)
+        : m_shown(shown)
     {
-        for (int i = 0; i < GetParam().titles; ++i)
+        for (int i = 0; i < titles; ++i)
             writeTitle(pen, QString::number(10'000 + i), "Titel", "Buch");
         start();
-        if (GetParam().shown == Shown::List)
+        if (m_shown == Shown::List)
             controller().toggleViewMode();
-        if (GetParam().shown == Shown::Overview)
+        if (m_shown == Shown::Overview)
             controller().showView(NavElementType::MyTitles);
     }
 
     QAbstractItemView &view()
     {
-        switch (GetParam().shown) {
+        switch (m_shown) {
         case Shown::Tiles:
             return *controller().myBooksController->collectionView;
         case Shown::List:
@@ -50,6 +52,24 @@ protected:
         }
     }
     int rows() { return view().model()->rowCount(); }
+    void click(int row)
+    {
+        QTest::mouseClick(view().viewport(), Qt::LeftButton, {},
+                          view().visualRect(view().model()->index(row, 0)).center());
+    }
+
+private:
+    const Shown m_shown;
+};
+
+/// From a click on a title to its end, as a person sees it.
+class DeletionInWindow : public BooksInWindow, public testing::WithParamInterface<DeletionCase>
+{
+protected:
+    DeletionInWindow()
+        : BooksInWindow(GetParam().shown, GetParam().titles)
+    {
+    }
 
     Alerts alerts;
 };
@@ -58,8 +78,7 @@ TEST_P(DeletionInWindow, ChosenTitlesAreGoneFromViewAndPen)
 {
     activate();
     ASSERT_EQ(rows(), GetParam().titles);
-    const QPoint first = view().visualRect(view().model()->index(0, 0)).center();
-    QTest::mouseClick(view().viewport(), Qt::LeftButton, {}, first);
+    click(0);
     if (GetParam().all)
         QTest::keyClick(&view(), Qt::Key_A, Qt::ControlModifier);
     const int chosen = GetParam().all ? GetParam().titles : 1;
@@ -93,5 +112,99 @@ INSTANTIATE_TEST_SUITE_P(
                     DeletionCase{"OneRowOfTheOverviewOf300", Shown::Overview, 300, false},
                     DeletionCase{"AllRowsOfTheOverviewOf300", Shown::Overview, 300, true}),
     rowName<DeletionCase>);
+
+struct KeyCase
+{
+    const char *name;
+    Shown shown;
+    int titles;
+    int row;       ///< that is deleted
+    int neighbour; ///< that the keyboard goes on from, among the rest; -1: the sidebar
+};
+
+class DeletionByKeys : public BooksInWindow, public testing::WithParamInterface<KeyCase>
+{
+protected:
+    DeletionByKeys()
+        : BooksInWindow(GetParam().shown, GetParam().titles)
+    {
+    }
+
+    static bool waitToBeActive(const QWidget *expected)
+    {
+        return QTest::qWaitFor([&] { return QApplication::activeWindow() == expected; });
+    }
+    static void press(Qt::Key key) { QTest::keyClick(QApplication::focusWidget(), key); }
+    /// Goes there with the tabulator.
+    static void tabTo(const std::function<bool(const QWidget &)> &isIt)
+    {
+        for (int i = 0; i < 9 && !isIt(*QApplication::focusWidget()); ++i)
+            press(Qt::Key_Tab);
+        ASSERT_TRUE(isIt(*QApplication::focusWidget()));
+    }
+    void deleteByKeys()
+    {
+        const QWidget *bin = controller().deleteViewController->deleteButton;
+        tabTo([bin](const QWidget &widget) { return &widget == bin; });
+        press(Qt::Key_Space);
+        const QPointer<QWidget> box = QApplication::activeModalWidget();
+        ASSERT_TRUE(box && waitToBeActive(box));
+        tabTo([](const QWidget &widget) {
+            const auto *choice = qobject_cast<const QAbstractButton *>(&widget);
+            return choice && choice->text() == u"OK"_s;
+        });
+        press(Qt::Key_Space);
+        ASSERT_TRUE(QTest::qWaitFor([&] { return box.isNull(); }));
+        window->activateWindow(); // as the desktop does
+        ASSERT_TRUE(waitToBeActive(window.get()));
+    }
+};
+
+TEST_P(DeletionByKeys, SpaceChoosesTheNeighbourAndDoesNotEject)
+{
+    activate();
+    click(GetParam().row);
+    const QPointer<QWidget> page = controller().navigationViewController->activeSubViewController();
+    deleteByKeys();
+    const bool isMadeAnew = GetParam().shown == Shown::Overview;
+    EXPECT_TRUE(QTest::qWaitFor([&] { return page.isNull() || !isMadeAnew; }));
+    EXPECT_EQ(bookList().size(), GetParam().titles - 1);
+    QWidget *sidebar = controller().navigationViewController->navCollectionView;
+    const bool hasNeighbour = GetParam().neighbour >= 0;
+    EXPECT_EQ(QApplication::focusWidget(), hasNeighbour ? &view() : sidebar);
+    press(Qt::Key_Space);
+    EXPECT_EQ(selectedElementIds(),
+              hasNeighbour ? QStringList(bookList().at(GetParam().neighbour)->id) : QStringList());
+    QCoreApplication::sendPostedEvents();
+    EXPECT_FALSE(volumes.volumes().isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Views, DeletionByKeys,
+    testing::Values(KeyCase{"Tile", Shown::Tiles, 3, 1, 1},
+                    KeyCase{"LastTile", Shown::Tiles, 3, 2, 1},
+                    KeyCase{"OnlyTile", Shown::Tiles, 1, 0, -1},
+                    KeyCase{"Row", Shown::List, 3, 0, 0}, KeyCase{"LastRow", Shown::List, 3, 2, 1},
+                    KeyCase{"OnlyRow", Shown::List, 1, 0, -1},
+                    KeyCase{"RowOfTheOverview", Shown::Overview, 3, 1, 1},
+                    KeyCase{"LastOfTheOverview", Shown::Overview, 3, 2, 1},
+                    KeyCase{"OnlyOneOfTheOverview", Shown::Overview, 1, 0, -1}),
+    rowName<KeyCase>);
+
+/// Books below which games stand.
+TEST_F(Deletion, LastOfASectionLeavesTheKeyboardInTheNextOne)
+{
+    Alerts alerts;
+    activate();
+    button().setFocus();
+    press({drache});
+    alerts.answer(true);
+    const auto &page = controller().myQuilloTitlesController;
+    EXPECT_EQ(QApplication::focusWidget(), page->myGamesController->tableView);
+    const QPointer<QWidget> before = page.data();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return before.isNull(); }));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+    EXPECT_EQ(selectedElementIds(), QStringList(affe));
+}
 
 } // namespace
