@@ -101,10 +101,16 @@ TEST_F(Choice, IsMarkedInWhateverShowsItAndDeletedOnlyThere)
     show(Type::Games, {zebra});
     controller().toggleViewMode();
     expectMarked({zebra});
+    choose({drache});
+    show(Type::Books, {drache});
     QTest::keyClick(window.get(), Qt::Key_F5);
-    expectMarked({zebra});
-    QTest::mouseClick(controller().downloadWindow()->OKBtn, Qt::LeftButton);
-    show(Type::Games, {zebra});
+    expectMarked({drache});
+    QPushButton &ok = *controller().downloadWindow()->OKBtn;
+    ASSERT_TRUE(QTest::qWaitFor([&] { return ok.isEnabled(); }));
+    const QPointer<QWidget> before = controller().myBooksController.data();
+    QTest::mouseClick(&ok, Qt::LeftButton);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return before.isNull(); }));
+    expectMarked({drache});
 }
 
 TEST_F(Choice, LosesWhatHasGone)
@@ -114,6 +120,7 @@ TEST_F(Choice, LosesWhatHasGone)
     button().setFocus();
     controller().loadData();
     expectMarked({pirat});
+    EXPECT_EQ(selectedElementIds(), QStringList(pirat));
     pen.remove(u"book/00002_de.txt"_s);
     controller().loadData();
     expectMarked({});
