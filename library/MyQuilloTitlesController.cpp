@@ -83,7 +83,7 @@ void MyQuilloTitlesController::buildPage()
     stackview = new QVBoxLayout(m_page);
     stackview->setContentsMargins(pageMargin, pageMargin, pageMargin, pageMargin);
     stackview->setSpacing(0);
-    stackview->setAlignment(Qt::AlignTop);
+    stackview->addStretch(1); // below the sections, which stand at the top
     pinEdges(*m_scrollArea, *this);
     m_empty = new EmptyStateView(EmptyStateView::Reason::EmptyLibrary, this);
     pinEdges(*m_empty, *this);
@@ -178,8 +178,8 @@ void MyQuilloTitlesController::placeSection(const Section &section)
     section.list->tableView->setAccessibleName(localized(section.key));
     *section.header = makeHeader(section.key, m_page);
     section.list->layout()->setContentsMargins(0, 0, 0, sectionGap);
-    stackview->addWidget(*section.header);
-    stackview->addWidget(section.list);
+    stackview->insertWidget(stackview->count() - 1, *section.header);
+    stackview->insertWidget(stackview->count() - 1, section.list);
     (*section.header)->show();
 }
 

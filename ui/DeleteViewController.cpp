@@ -82,7 +82,8 @@ void DeleteViewController::clearSelectedElementIds()
 
 void DeleteViewController::dropGoneTitles()
 {
-    selectedElementIds() = common(selectedElementIds(), idsOf(allElements()));
+    if (!selectedElementIds().isEmpty())
+        selectedElementIds() = common(selectedElementIds(), idsOf(allElements()));
 }
 
 QStringList DeleteViewController::visibleChoice() const

@@ -34,9 +34,11 @@ void showLongText(QMessageBox &box, const QString &text)
     view->setTabChangesFocus(true);
     view->setFrameShape(QFrame::NoFrame);
     view->viewport()->setAutoFillBackground(false);
+    view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     view->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     view->setFixedSize(size);
-    view->setPlainText(QString(text).replace(u"\", \""_s, u"\",\n\""_s));
+    view->setPlainText(
+        QString(text).replace(text.indexOf(u" \""), 1, u'\n').replace(u"\", \""_s, u"\",\n\""_s));
     view->setAccessibleName(box.text());
     box.setInformativeText(u" "_s); // makes its place
     auto *label = box.findChild<QLabel *>(u"qt_msgbox_informativelabel"_s);

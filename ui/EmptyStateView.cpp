@@ -3,6 +3,7 @@
 #include "ui/ContentPalette.h"
 #include "ui/FocusMark.h"
 #include "ui/ImageView.h"
+#include "ui/OverlayScrolling.h"
 
 #include <QLabel>
 #include <QVBoxLayout>
@@ -60,6 +61,8 @@ EmptyStateView::EmptyStateView(Reason reason, QWidget *parent)
     setPalette(contentPalette());
     setFrameShape(NoFrame);
     setWidgetResizable(true);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setOverlayScrolling(*this);
     m_image->setFixedSize(imageSize);
     enlarge(*m_title);
     layOut();
