@@ -7,6 +7,8 @@
 #include <QMouseEvent>
 #include <QScopedValueRollback>
 
+#include <utility>
+
 NavCollectionView::NavCollectionView(QWidget *parent)
     : QListView(parent)
 {
@@ -32,25 +34,61 @@ QModelIndex NavCollectionView::selected() const
     return selectionModel() ? selectionModel()->selectedIndexes().value(0) : QModelIndex();
 }
 
+void NavCollectionView::choose(const QModelIndex &index)
+{
+    if (index == selected())
+        Q_EMIT chosen(index);
+    else
+        setCurrentIndex(index);
+}
+
+void NavCollectionView::currentChanged(const QModelIndex &current, const QModelIndex &previous)
+{
+    QAbstractItemView::currentChanged(current, previous);
+    if (hasFocus())
+        tellScreenReader(QAccessible::Focus, current);
+}
+
+void NavCollectionView::tellScreenReader(QAccessible::Event type, const QModelIndex &index)
+{
+    if (!QAccessible::isActive() || !index.isValid())
+        return;
+    QAccessibleEvent event(this, type);
+    event.setChild(static_cast<int>(NavRowModel::categoryRows(model()).indexOf(index.row())));
+    QAccessible::updateAccessibility(&event);
+}
+
 void NavCollectionView::selectionChanged(const QItemSelection &selected,
                                          const QItemSelection &deselected)
 {
-    QListView::selectionChanged(selected, deselected);
-    if (!m_quiet && !selected.isEmpty())
+    // Not the list's own, which counts the dividers when it tells screen readers.
+    QAbstractItemView::selectionChanged(selected, deselected);
+    tellScreenReader(QAccessible::SelectionAdd, selected.indexes().value(0));
+    if (!m_quiet && !m_pressed && !selected.isEmpty())
         Q_EMIT chosen(selected.indexes().constFirst());
 }
 
+/// The mark follows the pointer; only where it is let go is chosen.
 void NavCollectionView::mousePressEvent(QMouseEvent *event)
 {
-    const QModelIndex before = selected();
+    m_pressed = true;
+    m_rowBefore = selected().row();
+    const QModelIndex index = indexAt(event->position().toPoint());
+    m_again = event->button() == Qt::LeftButton && index.isValid() && index == selected();
     QListView::mousePressEvent(event);
-    const bool again = before.isValid() && indexAt(event->position().toPoint()) == before;
-    if (again && event->button() == Qt::LeftButton)
-        Q_EMIT chosen(before);
+}
+
+void NavCollectionView::mouseReleaseEvent(QMouseEvent *event)
+{
+    QListView::mouseReleaseEvent(event);
+    const bool moved = selected().row() != m_rowBefore;
+    if (std::exchange(m_pressed, false) && selected().isValid() && (moved || m_again))
+        Q_EMIT chosen(selected());
 }
 
 void NavCollectionView::keyPressEvent(QKeyEvent *event)
 {
+    m_pressed = false;
     const bool confirmed = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     if (confirmed && selected().isValid())
         Q_EMIT chosen(selected());

@@ -26,6 +26,16 @@ bool NavRowModel::isDividerRow(const QModelIndex &index)
     return !index.flags().testFlag(Qt::ItemIsSelectable);
 }
 
+QList<int> NavRowModel::categoryRows(const QAbstractItemModel *model)
+{
+    QList<int> rows;
+    for (int row = 0; model && row < model->rowCount(); ++row) {
+        if (!isDividerRow(model->index(row, 0)))
+            rows.append(row);
+    }
+    return rows;
+}
+
 QModelIndex NavRowModel::indexOf(NavElementType type) const
 {
     for (int row = 0; row < m_rows.size(); ++row) {

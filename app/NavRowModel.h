@@ -20,6 +20,8 @@ public:
     [[nodiscard]] const QList<NavElement> &rows() const { return m_rows; }
 
     [[nodiscard]] static bool isDividerRow(const QModelIndex &index);
+    /// The rows of such a model that are no dividers; none of no model.
+    [[nodiscard]] static QList<int> categoryRows(const QAbstractItemModel *model);
     /// Where a category stands; invalid for none.
     [[nodiscard]] QModelIndex indexOf(NavElementType type) const;
 

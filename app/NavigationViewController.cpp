@@ -2,6 +2,7 @@
 
 #include "app/ApplicationLog.h"
 #include "app/MainControlling.h"
+#include "app/NavAccessible.h"
 #include "app/NavCollectionItem.h"
 #include "app/NavCollectionView.h"
 #include "app/NavRowModel.h"
@@ -9,8 +10,6 @@
 #include "ui/Localization.h"
 #include "ui/ViewColors.h"
 #include "ui/ViewPlacement.h"
-
-#include <QApplication>
 
 using namespace Qt::StringLiterals;
 
@@ -20,6 +19,7 @@ NavigationViewController::NavigationViewController(MainControlling &viewControll
     , m_viewController(viewController)
     , m_rows(new NavRowModel(this))
 {
+    installNavAccessible();
     pinEdges(*navCollectionView, *this);
     setFocusProxy(navCollectionView);
 }
@@ -89,22 +89,17 @@ void NavigationViewController::loadView(QWidget *controller)
 {
     writeLog(u"loadView Beginn"_s);
     QWidget &area = m_viewController.contentArea();
-    const bool focused = area.isAncestorOf(QApplication::focusWidget());
+    // Also while another window has the keyboard.
+    const bool focused = area.isAncestorOf(area.window()->focusWidget());
     removeActiveSubView(controller);
     controller->setParent(&area);
     pinEdges(*controller, area);
     controller->show();
     m_activeSubViewController = controller;
     if (focused)
-        keepFocus();
+        controller->setFocus();
     writeLog(u"loadView Ende"_s);
-}
-
-void NavigationViewController::keepFocus()
-{
-    m_activeSubViewController->setFocus();
-    if (!m_viewController.contentArea().isAncestorOf(QApplication::focusWidget()))
-        setFocus();
+    Q_EMIT contentChanged();
 }
 
 void NavigationViewController::removeActiveSubView(const QWidget *successor)
@@ -125,6 +120,7 @@ void NavigationViewController::resetAfterUnmount()
 {
     removeActiveSubView();
     m_activeSubViewController = nullptr;
+    Q_EMIT contentChanged();
 }
 
 void NavigationViewController::reloadNavigation()

@@ -62,11 +62,14 @@ public:
 
     NavCollectionView *navCollectionView = nullptr;
 
+Q_SIGNALS:
+    /// Another view stands in the content area, or none any more.
+    void contentChanged();
+
 private:
     void buildNavElements();
     void didSelect(const QModelIndex &index);
     void showContent(NavElementType type);
-    void keepFocus();
 
     MainControlling &m_viewController;
     NavRowModel *m_rows;

@@ -57,6 +57,7 @@ public:
     void showView(NavElementType type) override;
 
     [[nodiscard]] DeletionHandling *shownDeletionHandling() override;
+    void focusTitles() override;
     [[nodiscard]] DeletionSelecting *deletionSelection() override;
 
     /// Unmounts the pen. An answer that has not come after `ejectPatience` is a failure; one that

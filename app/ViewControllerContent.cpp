@@ -38,13 +38,12 @@ void ViewController::addContentFactories()
 
 QWidget *ViewController::makeTitlesView()
 {
-    // A page that takes the place of itself, as after a deletion, stays where it was.
-    MyQuilloTitlesController::Standing standing;
-    if (myQuilloTitlesController)
-        standing = myQuilloTitlesController->standing();
+    const QPointer<MyQuilloTitlesController> before = myQuilloTitlesController;
     myQuilloTitlesController = new MyQuilloTitlesController(*this, mainContentView);
     myQuilloTitlesController->showLibrary();
-    myQuilloTitlesController->setStanding(standing);
+    // A page that takes the place of itself, as after a deletion, stays where it was.
+    if (before)
+        myQuilloTitlesController->setStanding(before->standing());
     return myQuilloTitlesController;
 }
 
@@ -67,13 +66,22 @@ void ViewController::showBooksView()
 
 void ViewController::libraryChanged()
 {
+    deleteViewController->dropGoneTitles();
     if (auto *shown = navigationViewController->activeContent<LibraryViewing>())
         shown->libraryChanged();
+    deleteViewController->updateDeleteButton();
 }
 
 DeletionHandling *ViewController::shownDeletionHandling()
 {
     return navigationViewController->activeContent<DeletionHandling>();
+}
+
+void ViewController::focusTitles()
+{
+    DeletionHandling *shown = shownDeletionHandling();
+    if (!shown || !shown->takeFocus())
+        navigationViewController->setFocus();
 }
 
 DeletionSelecting *ViewController::deletionSelection()
@@ -83,8 +91,11 @@ DeletionSelecting *ViewController::deletionSelection()
 
 void ViewController::resetAfterUnmount()
 {
+    const bool focused = mainContentView->isAncestorOf(window()->focusWidget());
     navigationViewController->resetAfterUnmount();
     m_noPenView = new EmptyStateView(EmptyStateView::Reason::NoPen, mainContentView);
     pinEdges(*m_noPenView, *mainContentView);
     m_noPenView->show();
+    if (focused)
+        m_noPenView->setFocus();
 }

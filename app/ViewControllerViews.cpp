@@ -112,6 +112,8 @@ void ViewController::initDeleteView()
     deleteViewController->viewController = this;
     pinEdges(*deleteViewController, *deleteViewContainer);
     deleteViewController->addDeleteKey(*mainContentView);
+    connect(navigationViewController, &NavigationViewController::contentChanged,
+            deleteViewController, &DeleteViewController::updateDeleteButton);
     writeLog(u"initDeleteView Ende"_s);
 }
 

@@ -6,6 +6,7 @@
 #include "ui/ColorConstants.h"
 #include "ui/ImageView.h"
 #include "ui/Localization.h"
+#include "ui/PlainText.h"
 
 using namespace Qt::StringLiterals;
 
@@ -104,7 +105,8 @@ QVariant DownloadTableModel::data(const QModelIndex &index, int role) const
     case Qt::DisplayRole:
         return text(row, index.column());
     case Qt::ToolTipRole:
-        return hasCross(row, index.column()) ? localized(u"drop_row"_s) : text(row, index.column());
+        return hasCross(row, index.column()) ? localized(u"drop_row"_s)
+                                             : shownAsItIs(text(row, index.column()));
     case Qt::AccessibleTextRole:
         return accessibleText(row, index.column());
     case Qt::DecorationRole:

@@ -45,8 +45,13 @@ void CollectionViewItem::configure(const CoverImage &image, const QString &name,
 {
     bookImage = image;
     nameLabel = name;
-    if (!isbn.isEmpty() && isbn != "\"\""_L1)
-        isbnLabel = u"ISBN: "_s + isbn;
+    if (const QString text = isbnText(isbn); !text.isEmpty())
+        isbnLabel = text;
+}
+
+QString CollectionViewItem::isbnText(const QString &isbn)
+{
+    return isbn.isEmpty() || isbn == "\"\""_L1 ? QString() : u"ISBN: "_s + isbn;
 }
 
 QSize CollectionViewItem::size(const QFontMetrics &metrics)

@@ -21,6 +21,9 @@ public:
     /// An ISBN that says nothing leaves its label as it was.
     void configure(const CoverImage &image, const QString &name, const QString &isbn);
 
+    /// How an ISBN is told; empty for one that says nothing.
+    [[nodiscard]] static QString isbnText(const QString &isbn);
+
     /// The smallest cell that a tile fits into.
     [[nodiscard]] static QSize size(const QFontMetrics &metrics);
     /// `dimmed`: unless it is selected itself.

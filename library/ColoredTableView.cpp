@@ -57,16 +57,43 @@ void ColoredTableView::scrollTo(const QModelIndex &index, ScrollHint hint)
     Q_EMIT rowWanted(index.row());
 }
 
-/// A page is what is seen of the rows, not all of them.
+/// Keys go from row to row, never along the cells of one.
 QModelIndex ColoredTableView::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
 {
-    if ((action != MovePageUp && action != MovePageDown) || !currentIndex().isValid())
-        return QTableView::moveCursor(action, modifiers);
+    const int last = model()->rowCount() - 1;
+    const int column = std::max(0, currentIndex().column());
+    switch (action) {
+    case MoveHome:
+        return model()->index(0, column);
+    case MoveEnd:
+        return model()->index(last, column);
+    case MovePageUp:
+    case MovePageDown:
+        if (!currentIndex().isValid())
+            break;
+        return model()->index(
+            std::clamp(currentIndex().row() + pageStep(action == MovePageUp), 0, last), column);
+    default:
+        break;
+    }
+    return QTableView::moveCursor(action, modifiers);
+}
+
+/// A page is what is seen of the rows, not all of them.
+int ColoredTableView::pageStep(bool up) const
+{
     const int height = std::max(1, rowHeight(currentIndex().row()));
     const int seen = viewport()->visibleRegion().boundingRect().height() / height;
-    const int step = std::max(1, seen - 1) * (action == MovePageUp ? -1 : 1);
-    const int row = std::clamp(currentIndex().row() + step, 0, model()->rowCount() - 1);
-    return model()->index(row, currentIndex().column());
+    return std::max(1, seen - 1) * (up ? -1 : 1);
+}
+
+/// What is typed is a row's title, wherever in a row the keyboard is.
+void ColoredTableView::keyboardSearch(const QString &search)
+{
+    const QModelIndex title = model()->index(std::max(0, currentIndex().row()), titleColumn);
+    if (title.isValid() && title != currentIndex())
+        selectionModel()->setCurrentIndex(title, QItemSelectionModel::NoUpdate);
+    QTableView::keyboardSearch(search);
 }
 
 void ColoredTableView::focusInEvent(QFocusEvent *event)

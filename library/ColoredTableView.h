@@ -41,6 +41,9 @@ public:
     [[nodiscard]] QWidget *slide() const { return m_slide; }
 
     void scrollTo(const QModelIndex &index, ScrollHint hint = EnsureVisible) override;
+    void keyboardSearch(const QString &search) override;
+
+    static constexpr int titleColumn = 1; ///< of all lists: behind the picture
 
     QColor alternatingRowColor{170, 181, 200};
 
@@ -54,6 +57,7 @@ protected:
     void focusInEvent(QFocusEvent *event) override;
 
 private:
+    [[nodiscard]] int pageStep(bool up) const;
     void updateRow(int row);
 
     QPointer<QWidget> m_slide;

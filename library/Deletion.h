@@ -10,6 +10,14 @@ class DeletionHandling
 public:
     virtual ~DeletionHandling() = default;
 
+    /// The titles that are marked as chosen.
+    [[nodiscard]] virtual QStringList markedIds() const = 0;
+    /// Marks those of the view's titles that are chosen, and no others.
+    virtual void markChoice() = 0;
+    /// The keyboard goes to the titles: to where it stood in them, after a deletion to the
+    /// neighbour of what went. False when there is no title.
+    virtual bool takeFocus() = 0;
+
     /// Before the files go: the rows of these titles leave the list.
     virtual void willDelete(const QStringList &ids) = 0;
     /// After the library has been read again.

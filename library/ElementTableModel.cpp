@@ -1,6 +1,8 @@
 #include "library/ElementTableModel.h"
 
+#include "library/CollectionViewItem.h"
 #include "ui/Localization.h"
+#include "ui/PlainText.h"
 
 #include <QSet>
 
@@ -126,10 +128,13 @@ QVariant ElementTableModel::data(const QModelIndex &index, int role) const
     const BaseElement &element = *m_elements.at(index.row());
     switch (role) {
     case Qt::DisplayRole:
-    case Qt::ToolTipRole:
         return text(element, shownColumn(index));
+    case Qt::ToolTipRole:
+        return shownAsItIs(text(element, shownColumn(index)));
     case Qt::AccessibleTextRole:
         return shownColumn(index) == imageColumn ? element.name : text(element, shownColumn(index));
+    case Qt::AccessibleDescriptionRole:
+        return m_form == Form::Grid ? CollectionViewItem::isbnText(element.isbn) : QString();
     default:
         return {};
     }

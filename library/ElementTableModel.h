@@ -32,6 +32,8 @@ public:
     {
         int first;
         int last;
+
+        bool operator==(const RowRange &) const = default;
     };
     /// The same in as few pieces as there can be: row by row, many would cost their square.
     [[nodiscard]] QList<RowRange> rangesOf(const QStringList &ids) const;

@@ -1,14 +1,14 @@
 #include "library/KeptPlace.h"
 
+#include "library/LibraryLists.h"
+
 #include <QScrollBar>
+
+#include <algorithm>
 
 KeptPlace::KeptPlace(const QAbstractItemView &view, const ElementTableModel &model)
     : m_value(view.verticalScrollBar()->value())
 {
-    QModelIndexList selected = view.selectionModel()->selectedIndexes();
-    selected.removeIf(
-        [&model](const QModelIndex &index) { return index != model.titleIndex(index.row()); });
-    m_selected = model.idsOf(selected);
     if (view.currentIndex().isValid())
         m_current = model.elements().at(view.currentIndex().row())->id;
     const QRect seen = view.viewport()->rect();
@@ -27,11 +27,8 @@ void KeptPlace::restore(QAbstractItemView &view, const ElementTableModel &model)
 {
     // Positions are asked for below.
     view.doItemsLayout();
-    const int current = model.rowOf(m_current);
-    if (current >= 0)
-        view.selectionModel()->setCurrentIndex(model.titleIndex(current),
-                                               QItemSelectionModel::NoUpdate);
-    select(view, model, m_selected);
+    standAt(view, model, model.rowOf(m_current));
+    markChoice(view, model);
     view.verticalScrollBar()->setValue(m_value);
     for (const QString &id : m_seen) {
         const int row = model.rowOf(id);
@@ -43,11 +40,35 @@ void KeptPlace::restore(QAbstractItemView &view, const ElementTableModel &model)
     }
 }
 
-void KeptPlace::select(QAbstractItemView &view, const ElementTableModel &model,
-                       const QStringList &ids)
+QStringList KeptPlace::markedIds(const QAbstractItemView &view, const ElementTableModel &model)
 {
+    return model.idsOf(view.selectionModel()->selectedRows());
+}
+
+void KeptPlace::standAt(QAbstractItemView &view, const ElementTableModel &model, int row)
+{
+    const QModelIndex index = model.titleIndex(std::min(row, model.rowCount() - 1));
+    if (index.isValid())
+        view.selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
+}
+
+void KeptPlace::showMarked(QAbstractItemView &view, const ElementTableModel &model)
+{
+    const int row = model.rowsOf(markedIds(view, model)).value(0, -1);
+    if (row >= 0)
+        view.scrollTo(model.titleIndex(row));
+}
+
+void KeptPlace::markChoice(QAbstractItemView &view, const ElementTableModel &model)
+{
+    const QList<ElementTableModel::RowRange> chosen = model.rangesOf(selectedElementIds());
+    // Selecting anew would cut off a selection that the pointer is still drawing.
+    if (model.rangesOf(markedIds(view, model)) == chosen)
+        return;
+    if (!view.currentIndex().isValid() && !chosen.isEmpty())
+        standAt(view, model, chosen.first().first);
     QItemSelection selection;
-    for (const auto &[first, last] : model.rangesOf(ids))
+    for (const auto &[first, last] : chosen)
         selection.append({model.titleIndex(first), model.titleIndex(last)});
     const bool wholeRows = view.selectionBehavior() == QAbstractItemView::SelectRows;
     view.selectionModel()->select(selection, wholeRows ? QItemSelectionModel::ClearAndSelect

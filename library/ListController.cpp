@@ -61,22 +61,29 @@ void ListController::setElements(const ElementList &elements)
 
 QStringList ListController::selectedIds() const
 {
-    return m_model.idsOf(tableView->selectionModel()->selectedRows());
+    return KeptPlace::markedIds(*tableView, m_model);
 }
 
-void ListController::selectIds(const QStringList &ids)
+void ListController::markChoice()
 {
     const auto handler = std::exchange(selectionChangeHandler, {});
-    KeptPlace::select(*tableView, m_model, ids);
+    KeptPlace::markChoice(*tableView, m_model);
     selectionChangeHandler = handler;
+}
+
+void ListController::showMarked()
+{
+    KeptPlace::showMarked(*tableView, m_model);
 }
 
 void ListController::removeElements(const QStringList &ids)
 {
     const auto handler = std::exchange(selectionChangeHandler, {});
+    const QList<int> rows = m_model.rowsOf(ids);
     tableView->clearSelection();
-    tableView->slideUp(m_model.rowsOf(ids));
+    tableView->slideUp(rows);
     m_model.removeElements(ids);
+    KeptPlace::standAt(*tableView, m_model, rows.value(0, -1));
     selectionChangeHandler = handler;
 }
 

@@ -13,15 +13,18 @@ class ListController : public TableController
 public:
     explicit ListController(CoverCache &covers, QWidget *parent = nullptr);
 
-    /// Replaces the titles; what is selected and the scroll position stay where they still are.
+    /// Replaces the titles, the chosen ones are marked; the scroll position stays where it still
+    /// is.
     void setElements(const ElementList &elements);
     [[nodiscard]] const ElementList &elements() const { return m_model.elements(); }
 
     [[nodiscard]] QStringList selectedIds() const;
-    /// Without a call of the handler.
-    void selectIds(const QStringList &ids);
+    /// Selects the chosen titles and no others, without a call of the handler.
+    void markChoice();
+    /// Scrolls to the first selected title, if there is one.
+    void showMarked();
 
-    /// The rows of these titles go, the others slide up.
+    /// The rows of these titles go, the others slide up; the keyboard goes on from the neighbour.
     void removeElements(const QStringList &ids);
 
     void languageChanged() override;

@@ -2,9 +2,11 @@
 
 #include "app/MainControlling.h"
 #include "library/ColoredTableView.h"
+#include "library/Deletion.h"
 #include "library/EmptyState.h"
 #include "library/LibraryLists.h"
 #include "ui/ImageView.h"
+#include "ui/PlainText.h"
 #include "ui/ViewPlacement.h"
 
 #include <QHeaderView>
@@ -103,8 +105,10 @@ QVariant MusicTableModel::data(const QModelIndex &index, int role) const
 {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid))
         return {};
-    if (role == Qt::DisplayRole || role == Qt::ToolTipRole)
+    if (role == Qt::DisplayRole)
         return text(index);
+    if (role == Qt::ToolTipRole)
+        return shownAsItIs(text(index));
     if (role == Qt::AccessibleTextRole)
         return index.column() == image ? text(index.siblingAtColumn(title)) : text(index);
     return {};
@@ -139,6 +143,11 @@ MusicController::MusicController(MainControlling &viewController, QWidget *paren
     layout()->setContentsMargins(inset, inset, inset, inset);
     m_empty = new EmptyStateView(EmptyStateView::Reason::EmptyCategory, this);
     pinEdges(*m_empty, *this);
+    selectionChangeHandler = [this](const QList<int> &rows) {
+        DeletionSelecting *selection = m_viewController->deletionSelection();
+        if (selection && !rows.isEmpty())
+            selection->clearSelectedElementIds();
+    };
     languageChanged();
     libraryChanged();
 }
@@ -186,6 +195,14 @@ void MusicController::libraryChanged()
         return;
     setMusic(musicList());
     m_empty->setReason(emptyReason(m_viewController->isQuilloAvailable()));
-    m_empty->setVisible(musicArray().isEmpty());
-    tableView->setVisible(!musicArray().isEmpty());
+    QWidget *shown = tableView;
+    QWidget *other = m_empty;
+    if (musicArray().isEmpty())
+        std::swap(shown, other);
+    const bool focused = isAncestorOf(window()->focusWidget());
+    shown->show();
+    setFocusProxy(shown);
+    if (focused)
+        setFocus();
+    other->hide();
 }

@@ -60,6 +60,6 @@ private:
     void setColumnWidths();
 
     MusicTableModel m_model;
-    const MainControlling *m_viewController = nullptr;
+    MainControlling *m_viewController = nullptr;
     EmptyStateView *m_empty = nullptr;
 };

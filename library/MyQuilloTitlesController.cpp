@@ -71,8 +71,6 @@ MyQuilloTitlesController::MyQuilloTitlesController(MainControlling &viewControll
 
 void MyQuilloTitlesController::buildPage()
 {
-    m_empty = new EmptyStateView(EmptyStateView::Reason::EmptyLibrary, this);
-    pinEdges(*m_empty, *this);
     m_scrollArea = new PageArea(this);
     m_scrollArea->setFrameShape(QFrame::NoFrame);
     m_scrollArea->setWidgetResizable(true);
@@ -85,8 +83,10 @@ void MyQuilloTitlesController::buildPage()
     stackview = new QVBoxLayout(m_page);
     stackview->setContentsMargins(pageMargin, pageMargin, pageMargin, pageMargin);
     stackview->setSpacing(0);
-    stackview->setAlignment(Qt::AlignTop);
+    stackview->addStretch(1); // below the sections, which stand at the top
     pinEdges(*m_scrollArea, *this);
+    m_empty = new EmptyStateView(EmptyStateView::Reason::EmptyLibrary, this);
+    pinEdges(*m_empty, *this);
 }
 
 void MyQuilloTitlesController::buildSections()
@@ -134,25 +134,43 @@ void MyQuilloTitlesController::setContents(const std::array<ElementList, 4> &tit
     for (size_t i = 0; i < titles.size(); ++i)
         m_sections.at(i).titles->setElements(titles.at(i));
     musicController->setMusic(music);
-    QWidget *first = nullptr;
-    for (const Section &section : m_sections) {
+    const bool focused = isAncestorOf(window()->focusWidget());
+    for (const Section &section : m_sections)
         placeSection(section);
-        if (first == nullptr && *section.header)
-            first = section.list;
-    }
-    setFocusProxy(first);
+    QWidget *list = keyboardList();
     m_empty->setReason(emptyReason(m_viewController.isQuilloAvailable()));
-    m_empty->setVisible(first == nullptr);
-    m_scrollArea->setVisible(first != nullptr);
+    m_empty->setVisible(list == nullptr);
+    m_scrollArea->setVisible(list != nullptr);
+    setFocusProxy(list ? list : m_empty);
+    // It has been lost with a list that has become empty.
+    if (focused && !isAncestorOf(window()->focusWidget()))
+        setFocus();
     layOut();
     restore(kept);
+}
+
+int MyQuilloTitlesController::Section::rowCount() const
+{
+    return list->tableView->model()->rowCount();
+}
+
+/// Where the keyboard was last, else the first one; null without any row.
+QWidget *MyQuilloTitlesController::keyboardList() const
+{
+    if (m_sections.at(m_keyboardSection).rowCount() > 0)
+        return m_sections.at(m_keyboardSection).list;
+    for (const Section &section : m_sections) {
+        if (section.rowCount() > 0)
+            return section.list;
+    }
+    return nullptr;
 }
 
 void MyQuilloTitlesController::placeSection(const Section &section)
 {
     stackview->removeWidget(section.list);
     delete std::exchange(*section.header, nullptr);
-    const bool empty = section.list->tableView->model()->rowCount() == 0;
+    const bool empty = section.rowCount() == 0;
     section.list->setVisible(!empty);
     if (empty)
         return;
@@ -160,8 +178,8 @@ void MyQuilloTitlesController::placeSection(const Section &section)
     section.list->tableView->setAccessibleName(localized(section.key));
     *section.header = makeHeader(section.key, m_page);
     section.list->layout()->setContentsMargins(0, 0, 0, sectionGap);
-    stackview->addWidget(*section.header);
-    stackview->addWidget(section.list);
+    stackview->insertWidget(stackview->count() - 1, *section.header);
+    stackview->insertWidget(stackview->count() - 1, section.list);
     (*section.header)->show();
 }
 
@@ -203,6 +221,34 @@ void MyQuilloTitlesController::rowChanged(const Section &section)
 {
     if (!m_quiet)
         m_keyboardSection = static_cast<size_t>(&section - m_sections.data());
+}
+
+QStringList MyQuilloTitlesController::markedIds() const
+{
+    QStringList ids;
+    for (const Section &section : m_sections) {
+        if (section.titles)
+            ids += section.titles->selectedIds();
+    }
+    return ids;
+}
+
+void MyQuilloTitlesController::markChoice()
+{
+    for (const Section &section : m_sections) {
+        if (section.titles)
+            section.titles->markChoice();
+    }
+}
+
+bool MyQuilloTitlesController::takeFocus()
+{
+    QWidget *list = keyboardList();
+    if (list == nullptr)
+        return false;
+    setFocusProxy(list);
+    setFocus();
+    return true;
 }
 
 int MyQuilloTitlesController::rowTop(const Section &section, int row) const
@@ -258,13 +304,27 @@ void MyQuilloTitlesController::setStanding(const Standing &standing)
 void MyQuilloTitlesController::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
-    scrollAsWanted();
+    if (m_scrollPosition)
+        scrollAsWanted();
+    else
+        showMarked();
+}
+
+/// Who comes to the page sees what is chosen in it.
+void MyQuilloTitlesController::showMarked()
+{
+    layOut();
+    for (const Section &section : m_sections) {
+        const QList<int> rows = section.titles ? section.list->selectedRows() : QList<int>();
+        if (rows.isEmpty())
+            continue;
+        showRow(section, rows.first());
+        return;
+    }
 }
 
 void MyQuilloTitlesController::scrollAsWanted()
 {
-    if (!m_scrollPosition)
-        return;
     layOut();
     m_scrollArea->verticalScrollBar()->setValue(*std::exchange(m_scrollPosition, std::nullopt));
 }
@@ -304,12 +364,43 @@ void MyQuilloTitlesController::restore(const Place &place)
 void MyQuilloTitlesController::willDelete(const QStringList &ids)
 {
     const QScopedValueRollback quiet(m_quiet, true);
-    for (const Section &section : m_sections) {
+    std::optional<size_t> first;
+    for (size_t i = 0; i < m_sections.size(); ++i) {
+        const Section &section = m_sections.at(i);
+        const int before = section.rowCount();
         if (section.titles)
             section.titles->removeElements(ids);
+        if (!first && section.rowCount() < before)
+            first = i;
         if (*section.header)
             TableViewUtil::fitToRows(*section.list->tableView);
     }
+    if (first)
+        standNextTo(*first);
+}
+
+/// The keyboard goes on in this section; when that is empty, at the beginning of the next one, or
+/// at the end of the one before.
+void MyQuilloTitlesController::standNextTo(size_t section)
+{
+    const auto isEmpty = [this](size_t i) {
+        return m_sections.at(i).rowCount() == 0;
+    };
+    size_t place = section;
+    while (place < m_sections.size() && isEmpty(place))
+        ++place;
+    const bool isLast = place == m_sections.size();
+    if (isLast)
+        place = section;
+    while (isLast && place > 0 && isEmpty(place))
+        --place;
+    m_keyboardSection = place;
+    setFocusProxy(keyboardList());
+    if (place == section || isEmpty(place))
+        return;
+    QTableView &table = *m_sections.at(place).list->tableView;
+    const QModelIndex row = table.model()->index(isLast ? table.model()->rowCount() - 1 : 0, 0);
+    table.selectionModel()->setCurrentIndex(row, QItemSelectionModel::NoUpdate);
 }
 
 /// A slide that goes with the page asks for no new one.

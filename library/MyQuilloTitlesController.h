@@ -47,6 +47,9 @@ public:
     /// rows, the last one stands for them.
     void setStanding(const Standing &standing);
 
+    [[nodiscard]] QStringList markedIds() const override;
+    void markChoice() override;
+    bool takeFocus() override;
     void willDelete(const QStringList &ids) override;
     void didDelete() override;
     /// The list with the selection, else the first.
@@ -78,6 +81,8 @@ private:
         TableController *list;
         ListController *titles; ///< null for the music
         QLabel **header;
+
+        [[nodiscard]] int rowCount() const;
     };
     struct Place
     {
@@ -94,6 +99,9 @@ private:
     void selectionChanged(const Section &section, const QList<int> &rows);
     void provideSelection(const Section &section, const QList<int> &rows);
     void rowChanged(const Section &section);
+    [[nodiscard]] QWidget *keyboardList() const;
+    void standNextTo(size_t section);
+    void showMarked();
     void showRow(const Section &section, int row);
     [[nodiscard]] int rowTop(const Section &section, int row) const;
     void layOut();

@@ -11,7 +11,6 @@
 #include "platform/StandardOutput.h"
 #include "ui/ViewPlacement.h"
 
-#include <QApplication>
 #include <QScopedValueRollback>
 
 #include <utility>
@@ -43,13 +42,13 @@ const ViewModeHandlingDelegate &TileController::viewModeDelegate() const
 
 void TileController::switchView(ViewMode mode)
 {
-    const QStringList selected = selectedIds();
     setUpCollectionView();
     if (mode == ViewMode::list && !setUpListView())
         mode = ViewMode::tiled;
     m_mode = mode;
-    showSelection(selected);
     showForm();
+    if (isVisible())
+        showMarked();
 }
 
 void TileController::setUpCollectionView()
@@ -82,31 +81,56 @@ bool TileController::setUpListView()
     return true;
 }
 
-void TileController::showSelection(const QStringList &ids)
+void TileController::markChoice()
 {
     const QScopedValueRollback quiet(m_quiet, true);
-    KeptPlace::select(*collectionView, m_model, ids);
+    KeptPlace::markChoice(*collectionView, m_model);
     if (tableViewController)
-        tableViewController->selectIds(ids);
+        tableViewController->markChoice();
+}
+
+/// Who comes to the view sees what is chosen in it.
+void TileController::showMarked()
+{
+    if (m_mode == ViewMode::list)
+        tableViewController->showMarked();
+    else
+        KeptPlace::showMarked(*collectionView, m_model);
+}
+
+void TileController::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    showMarked();
+}
+
+bool TileController::takeFocus()
+{
+    if (m_model.elements().isEmpty())
+        return false;
+    setFocus();
+    return true;
 }
 
 void TileController::showForm()
 {
     const bool empty = m_model.elements().isEmpty();
     m_empty->setReason(emptyReason(m_viewController.isQuilloAvailable()));
-    m_empty->setVisible(empty);
     QWidget *form = collectionView;
-    QWidget *other = tableViewController;
     if (m_mode == ViewMode::list)
-        std::swap(form, other);
-    // The focus goes over before the form that had it is hidden, which would lose it.
-    const bool focused = isAncestorOf(QApplication::focusWidget());
-    form->setVisible(!empty);
-    setFocusProxy(form);
+        form = tableViewController;
+    QWidget *shown = empty ? m_empty : form;
+    // The focus goes over before the view that had it is hidden, which would lose it.
+    const bool focused = isAncestorOf(window()->focusWidget());
+    shown->show();
+    setFocusProxy(shown);
     if (focused)
-        form->setFocus();
-    if (other)
-        other->hide();
+        setFocus();
+    for (QWidget *view :
+         std::initializer_list<QWidget *>{collectionView, tableViewController, m_empty}) {
+        if (view && view != shown)
+            view->hide();
+    }
 }
 
 CollectionViewItem TileController::itemForRow(int row)
@@ -132,11 +156,11 @@ CollectionViewItem TileController::itemForRow(int row)
     return item;
 }
 
-QStringList TileController::selectedIds() const
+QStringList TileController::markedIds() const
 {
     if (m_mode == ViewMode::list && tableViewController)
         return tableViewController->selectedIds();
-    return m_model.idsOf(collectionView->selectionModel()->selectedIndexes());
+    return KeptPlace::markedIds(*collectionView, m_model);
 }
 
 void TileController::selectTitles(const QStringList &ids)
@@ -148,7 +172,7 @@ void TileController::selectTitles(const QStringList &ids)
 
 void TileController::provideDeletion()
 {
-    selectTitles(selectedIds());
+    selectTitles(markedIds());
 }
 
 void TileController::willDelete(const QStringList &ids)
@@ -158,7 +182,9 @@ void TileController::willDelete(const QStringList &ids)
     if (tableViewController)
         tableViewController->removeElements(ids);
     m_items.clear();
+    const int first = m_model.rowsOf(ids).value(0, -1);
     m_model.removeElements(ids);
+    KeptPlace::standAt(*collectionView, m_model, first);
 }
 
 void TileController::didDelete()

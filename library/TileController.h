@@ -45,6 +45,9 @@ public:
 
     [[nodiscard]] const ViewModeHandlingDelegate &viewModeDelegate() const override;
     void applyViewMode(ViewMode mode) override { switchView(mode); }
+    [[nodiscard]] QStringList markedIds() const override;
+    void markChoice() override;
+    bool takeFocus() override;
     void willDelete(const QStringList &ids) override;
     void didDelete() override;
     [[nodiscard]] QTableView *listTable() override;
@@ -56,15 +59,16 @@ public:
     ListController *tableViewController = nullptr; ///< from the first showing as a list on
 
 protected:
+    void showEvent(QShowEvent *event) override;
+
     TileController(MainControlling &viewController, const Category &category, QWidget *parent);
 
 private:
     void setUpCollectionView();
     [[nodiscard]] bool setUpListView();
-    void showSelection(const QStringList &ids);
     void selectTitles(const QStringList &ids);
     void showForm();
-    [[nodiscard]] QStringList selectedIds() const;
+    void showMarked();
 
     MainControlling &m_viewController;
     const Category m_category;

@@ -70,6 +70,7 @@ void StorageController::loadOutlets()
     manualImage = outlets.manualImage;
     manualBacksideImage = outlets.manualBacksideImage;
     m_scrollView = outlets.scrollView;
+    setFocusProxy(m_scrollView);
     new FocusMark(*m_scrollView);
 }
 

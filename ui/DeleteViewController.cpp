@@ -30,16 +30,27 @@ QHash<QString, QString> namesById(const QStringList &ids)
     return names;
 }
 
+QStringList idsOf(const ElementList &titles)
+{
+    QStringList ids;
+    for (const ElementPtr &title : titles)
+        ids += title->id;
+    return ids;
+}
+
+/// Those of the ids that are among the others, too.
+QStringList common(QStringList ids, const QStringList &others)
+{
+    const QSet<QString> known(others.begin(), others.end());
+    ids.removeIf([&known](const QString &id) { return !known.contains(id); });
+    return ids;
+}
+
 /// Those of the titles that may still be on the pen: of which a file could not be removed, or that
 /// the pen still lists.
 QStringList stillThere(const QStringList &ids, const QStringList &withFiles)
 {
-    QSet<QString> there(withFiles.begin(), withFiles.end());
-    for (const ElementPtr &title : allElements())
-        there.insert(title->id);
-    QStringList left = ids;
-    left.removeIf([&there](const QString &id) { return !there.contains(id); });
-    return left;
+    return common(ids, withFiles + idsOf(allElements()));
 }
 
 } // namespace
@@ -58,19 +69,38 @@ DeleteViewController::DeleteViewController(QWidget *parent)
 void DeleteViewController::setSelectedElementIds(const QStringList &ids)
 {
     selectedElementIds() = ids;
+    if (DeletionHandling *shown =
+            viewController ? viewController->shownDeletionHandling() : nullptr)
+        shown->markChoice();
     updateDeleteButton();
 }
 
 void DeleteViewController::clearSelectedElementIds()
 {
-    selectedElementIds().clear();
-    updateDeleteButton();
+    setSelectedElementIds({});
+}
+
+void DeleteViewController::dropGoneTitles()
+{
+    if (!selectedElementIds().isEmpty())
+        selectedElementIds() = common(selectedElementIds(), idsOf(allElements()));
+}
+
+QStringList DeleteViewController::visibleChoice() const
+{
+    const DeletionHandling *shown =
+        viewController ? viewController->shownDeletionHandling() : nullptr;
+    return shown ? common(selectedElementIds(), shown->markedIds()) : QStringList();
 }
 
 void DeleteViewController::updateDeleteButton()
 {
-    deleteButton->setEnabled(!selectedElementIds().isEmpty() && viewController
-                             && viewController->isQuilloAvailable());
+    const bool enabled =
+        !visibleChoice().isEmpty() && viewController && viewController->isQuilloAvailable();
+    // A disabled button would hand the keyboard on to the next one, which ejects the pen.
+    if (!enabled && viewController && window()->focusWidget() == deleteButton)
+        viewController->focusTitles();
+    deleteButton->setEnabled(enabled);
 }
 
 void DeleteViewController::updateTexts()
@@ -88,7 +118,9 @@ void DeleteViewController::addDeleteKey(QWidget &view)
 
 void DeleteViewController::deleteButtonAction()
 {
-    const QStringList ids = selectedElementIds();
+    const QStringList ids = visibleChoice();
+    if (ids.isEmpty())
+        return;
     DialogUtil::confirmDeletion(ids, *this, [this, ids, names = namesById(ids)](bool confirmed) {
         if (confirmed)
             deleteTitles(ids, names);
@@ -98,18 +130,19 @@ void DeleteViewController::deleteButtonAction()
 void DeleteViewController::deleteTitles(const QStringList &ids,
                                         const QHash<QString, QString> &names)
 {
-    // A choice that has changed since it was confirmed means that the pen has gone: another one in
-    // its place must not lose its titles. Asked before the view drops its selection.
-    const bool samePen = selectedElementIds() == ids;
+    // What is no longer chosen when it is confirmed has gone, most likely with its pen: another one
+    // in its place must not lose its titles. Asked before the view drops its selection.
+    const QStringList chosen = common(ids, selectedElementIds());
     if (DeletionHandling *shown = viewController->shownDeletionHandling())
         shown->willDelete(ids);
-    const QStringList withFiles = samePen ? ElementService::deleteElements(ids) : ids;
+    const QStringList withFiles = chosen.isEmpty() ? ids : ElementService::deleteElements(chosen);
     viewController->getBaseElementsFromPen();
     const QStringList left = stillThere(ids, withFiles);
     if (DeletionHandling *shown = viewController->shownDeletionHandling())
         shown->didDelete();
     if (NavStorageItem::current)
         NavStorageItem::current->updateValues();
+    viewController->focusTitles();
     clearSelectedElementIds();
     if (left.isEmpty())
         return;

@@ -18,11 +18,16 @@ class DeleteViewController : public QWidget, public DeletionSelecting
 public:
     explicit DeleteViewController(QWidget *parent = nullptr);
 
+    /// Marks them in the view shown, too.
     void setSelectedElementIds(const QStringList &ids) override;
     void clearSelectedElementIds() override;
 
-    /// The button is enabled while titles are chosen and the pen is available.
+    /// Titles that are no longer in the library leave the choice.
+    void dropGoneTitles();
+
+    /// The button is enabled while chosen titles are seen and the pen is available.
     void updateDeleteButton();
+    /// Asks about those of the chosen titles that are seen, and deletes them.
     void deleteButtonAction();
 
     /// The delete key in this view, or in one inside it, presses the button.
@@ -38,5 +43,6 @@ public:
     QToolButton *deleteButton = nullptr;
 
 private:
+    [[nodiscard]] QStringList visibleChoice() const;
     void deleteTitles(const QStringList &ids, const QHash<QString, QString> &names);
 };

@@ -6,9 +6,8 @@
 #include <QLabel>
 #include <QLayout>
 #include <QMessageBox>
+#include <QPlainTextEdit>
 #include <QPushButton>
-#include <QScrollArea>
-#include <QScrollBar>
 #include <QSet>
 
 #include <utility>
@@ -17,31 +16,34 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int longText = 1000; ///< letters; about ten lines
+
 DialogUtil::Presenter &presenter()
 {
     static DialogUtil::Presenter instance;
     return instance;
 }
 
-/// A list of many titles scrolls where it would push the buttons off the screen.
-void boundHeight(QMessageBox &box)
+/// A long text scrolls, which would push the buttons off the screen. Title by title, so that only
+/// the lines that are seen are laid out.
+void showLongText(QMessageBox &box, const QString &text)
 {
-    constexpr QSize largest(460, 300);
+    constexpr QSize size(460, 300);
+    auto *view = new QPlainTextEdit(&box);
+    view->setReadOnly(true);
+    view->setTabChangesFocus(true);
+    view->setFrameShape(QFrame::NoFrame);
+    view->viewport()->setAutoFillBackground(false);
+    view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    view->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    view->setFixedSize(size);
+    view->setPlainText(
+        QString(text).replace(text.indexOf(u" \""), 1, u'\n').replace(u"\", \""_s, u"\",\n\""_s));
+    view->setAccessibleName(box.text());
+    box.setInformativeText(u" "_s); // makes its place
     auto *label = box.findChild<QLabel *>(u"qt_msgbox_informativelabel"_s);
-    if (!label || label->heightForWidth(largest.width()) <= largest.height())
-        return;
-    auto *scrollView = new QScrollArea(&box);
-    scrollView->setFrameShape(QFrame::NoFrame);
-    scrollView->setWidgetResizable(true);
-    scrollView->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    scrollView->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
-    scrollView->setMinimumSize(largest);
-    delete box.layout()->replaceWidget(label, scrollView);
-    const QMargins margins = scrollView->contentsMargins();
-    const int barWidth = scrollView->verticalScrollBar()->sizeHint().width();
-    label->setFixedWidth(largest.width() - barWidth - margins.left() - margins.right());
-    label->setAlignment(Qt::AlignTop | Qt::AlignLeading);
-    scrollView->setWidget(label);
+    delete box.layout()->replaceWidget(label, view);
+    label->hide();
 }
 
 void presentBox(const Alert &alert, QWidget &parent, DialogUtil::Answer completion)
@@ -49,7 +51,10 @@ void presentBox(const Alert &alert, QWidget &parent, DialogUtil::Answer completi
     auto *box = new QMessageBox(QMessageBox::Warning, alert.windowTitle, alert.messageText,
                                 QMessageBox::NoButton, &parent);
     box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setInformativeText(alert.informativeText);
+    if (alert.informativeText.size() > longText)
+        showLongText(*box, alert.informativeText);
+    else
+        box->setInformativeText(alert.informativeText);
     // Titles are named as they are, whatever marks they hold.
     const QList<QLabel *> labels = box->findChildren<QLabel *>();
     for (QLabel *label : labels)
@@ -68,7 +73,6 @@ void presentBox(const Alert &alert, QWidget &parent, DialogUtil::Answer completi
                          if (completion)
                              completion(box->clickedButton() == first);
                      });
-    boundHeight(*box);
     // open() would block only the window beneath.
     box->setModal(true);
     box->show();

@@ -1,7 +1,9 @@
 #include "ui/EmptyStateView.h"
 
 #include "ui/ContentPalette.h"
+#include "ui/FocusMark.h"
 #include "ui/ImageView.h"
+#include "ui/OverlayScrolling.h"
 
 #include <QLabel>
 #include <QVBoxLayout>
@@ -49,23 +51,38 @@ void enlarge(QLabel &label)
 } // namespace
 
 EmptyStateView::EmptyStateView(Reason reason, QWidget *parent)
-    : QWidget(parent)
+    : QScrollArea(parent)
     , m_reason(reason)
-    , m_image(new ImageView(this))
-    , m_title(makeLabel(*this))
-    , m_hint(makeLabel(*this))
+    , m_page(new QWidget)
+    , m_image(new ImageView(m_page))
+    , m_title(makeLabel(*m_page))
+    , m_hint(makeLabel(*m_page))
 {
     setPalette(contentPalette());
+    setFrameShape(NoFrame);
+    setWidgetResizable(true);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setOverlayScrolling(*this);
     m_image->setFixedSize(imageSize);
     enlarge(*m_title);
-    auto *layout = new QVBoxLayout(this);
+    layOut();
+    setWidget(m_page);
+    // What stands behind is seen.
+    viewport()->setAutoFillBackground(false);
+    m_page->setAutoFillBackground(false);
+    new FocusMark(*this);
+    showTexts();
+}
+
+void EmptyStateView::layOut()
+{
+    auto *layout = new QVBoxLayout(m_page);
     layout->setSpacing(gap);
     layout->addStretch(2);
     layout->addWidget(m_image, 0, Qt::AlignHCenter);
     layout->addWidget(m_title, 0, Qt::AlignHCenter);
     layout->addWidget(m_hint, 0, Qt::AlignHCenter);
     layout->addStretch(3);
-    showTexts();
 }
 
 void EmptyStateView::setReason(Reason reason)
@@ -99,4 +116,6 @@ void EmptyStateView::showTexts()
     m_image->setImageName(m_reason == Reason::NoPen ? u"pen_missing"_s : u"empty_shelf"_s);
     showText(*m_title, localized(m_titleKey.isEmpty() ? stem + u"_title"_s : m_titleKey));
     showText(*m_hint, m_titleKey.isEmpty() ? localized(stem + u"_hint"_s) : QString());
+    setAccessibleName(m_title->text());
+    setAccessibleDescription(m_hint->text());
 }

@@ -2,13 +2,14 @@
 
 #include "ui/Localization.h"
 
-#include <QWidget>
+#include <QScrollArea>
 
 class ImageView;
 class QLabel;
 
-/// Stands where there is nothing to show: a picture, what is missing, and what to do about it.
-class EmptyStateView : public QWidget, public LanguageHandling
+/// Stands where there is nothing to show: a picture, what is missing, and what to do about it. It
+/// takes the keyboard, and scrolls where there is little room.
+class EmptyStateView : public QScrollArea, public LanguageHandling
 {
     Q_OBJECT
 
@@ -27,10 +28,12 @@ public:
 
 private:
     static void showText(QLabel &label, const QString &text);
+    void layOut();
     void showTexts();
 
     Reason m_reason;
     QString m_titleKey;
+    QWidget *m_page;
     ImageView *m_image;
     QLabel *m_title;
     QLabel *m_hint;

@@ -5,6 +5,8 @@
 /// Shows that the keyboard is in a view that does not show it itself. The view owns it.
 class FocusMark : public QWidget
 {
+    Q_OBJECT
+
 public:
     explicit FocusMark(QWidget &view);
 

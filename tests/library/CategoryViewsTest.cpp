@@ -13,6 +13,8 @@
 #include <QHeaderView>
 #include <QScrollBar>
 #include <QTest>
+#include <QTextDocumentFragment>
+#include <QToolTip>
 
 using namespace Qt::StringLiterals;
 
@@ -115,7 +117,12 @@ TEST_F(CategoryViewsTest, ListHasTheColumnsInTheLanguageShown)
     EXPECT_EQ(header(2), u"Verlag"_s);
     EXPECT_EQ(header(3), u"Autor"_s);
     EXPECT_EQ(table().model()->index(2, 3).data().toString(), u"Autorin 2"_s);
-    EXPECT_EQ(table().model()->index(2, 1).data(Qt::ToolTipRole).toString(), u"Titel b2"_s);
+    const QModelIndex name = table().model()->index(2, 1);
+    EXPECT_EQ(name.data(Qt::ToolTipRole).toString(), u"Titel b2"_s);
+    bookList().at(2)->name = u"<b>x</b>"_s;
+    QToolTip::showText({}, name.data(Qt::ToolTipRole).toString());
+    EXPECT_EQ(QTextDocumentFragment::fromHtml(QToolTip::text()).toPlainText(), u"<b>x</b>"_s);
+    QToolTip::hideText();
     EXPECT_EQ(table().accessibleName(), u"Bücher"_s);
     setCurrentLanguage(u"en"_s);
     books->languageChanged();
@@ -165,6 +172,26 @@ TEST_F(CategoryViewsTest, SelectedRowsAreHandedOnInAscendingOrder)
     click(table(), 3);
     click(table(), 1, Qt::ControlModifier);
     EXPECT_EQ(handed, (QList<QList<int>>{{3}, {1, 3}}));
+}
+
+TEST_F(CategoryViewsTest, KeysInAListActOnItsRows)
+{
+    show(30, ViewMode::list);
+    books->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(books.get()));
+    const auto selected = [this] {
+        return books->tableViewController->selectedIds();
+    };
+    const QRect author = table().visualRect(table().model()->index(3, 3));
+    QTest::mouseClick(table().viewport(), Qt::LeftButton, {}, author.center());
+    QTest::keyClicks(&table(), u"Titel b2"_s);
+    EXPECT_EQ(selected(), QStringList{u"b20"_s});
+    QTest::keyClick(&table(), Qt::Key_Home);
+    EXPECT_EQ(selected(), QStringList{u"b0"_s});
+    QTest::keyClick(&table(), Qt::Key_End);
+    EXPECT_EQ(selected(), QStringList{u"b29"_s});
+    QTest::keyClick(&table(), Qt::Key_Home, Qt::ShiftModifier);
+    EXPECT_EQ(selected().size(), 30);
 }
 
 TEST_F(CategoryViewsTest, TileTellsIsbnOnlyWhenThereIsOne)
@@ -424,6 +451,7 @@ TEST_F(CategoryViewsTest, TilesHaveAccessibleNames)
     ASSERT_EQ(grid->childCount(), 3);
     EXPECT_EQ(grid->text(QAccessible::Name), u"Bücher"_s);
     EXPECT_EQ(grid->child(1)->text(QAccessible::Name), u"Titel b1"_s);
+    EXPECT_EQ(grid->child(1)->text(QAccessible::Description), u"ISBN: 9780000001"_s);
 }
 
 TEST_P(ReloadTest, TenThousandTitlesCostAScreenful)

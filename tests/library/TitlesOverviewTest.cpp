@@ -95,6 +95,7 @@ TEST_F(TitlesOverviewTest, EmptySectionsAreLeftOut)
               page->stackview->indexOf(page->myQuilloBooksController) + 1);
     EXPECT_EQ(page->gamesHeader, nullptr);
     EXPECT_FALSE(page->myGamesController->isVisible());
+    EXPECT_LT(page->learningMaterialHeader->y(), 4 * 52) << "few titles stand at the top";
 }
 
 TEST_F(TitlesOverviewTest, NothingAtAllSaysSo)
@@ -185,12 +186,12 @@ TEST_F(TitlesOverviewTest, KeyboardBringsItsRowIntoView)
     EXPECT_NEAR(table.currentIndex().row(), page->height() / 52, 3);
     QTest::keyClick(&table, Qt::Key_PageUp);
     EXPECT_EQ(table.currentIndex().row(), 0);
-    QTest::keyClick(&table, Qt::Key_End, Qt::ControlModifier);
-    EXPECT_EQ(table.currentIndex().row(), 99);
+    QTest::keyClick(&table, Qt::Key_End);
+    EXPECT_EQ(page->myQuilloBooksController->selectedIds(), QStringList{u"b99"_s});
     EXPECT_FALSE(table.viewport()->visibleRegion().intersected(table.rowRect(99)).isEmpty());
     QTest::keyClick(&table, Qt::Key_Tab);
     EXPECT_EQ(QApplication::focusWidget(), page->myGamesController->tableView);
-    QTest::keyClick(&table, Qt::Key_Home, Qt::ControlModifier);
+    QTest::keyClick(&table, Qt::Key_Home);
     EXPECT_LT(page->standing().scrollPosition, 100);
 }
 
@@ -228,7 +229,7 @@ TEST_F(TitlesOverviewTest, TenThousandTitlesCostNoViewsOfTheirOwn)
 {
     show(4'000, 2'000, 2'000, 2'000, 0);
     EXPECT_GT(page->findChild<QScrollArea *>()->verticalScrollBar()->maximum(), 9'900 * 52);
-    EXPECT_LT(page->findChildren<QWidget *>().size(), 120);
+    EXPECT_LT(page->findChildren<QWidget *>().size(), 130);
 }
 
 } // namespace

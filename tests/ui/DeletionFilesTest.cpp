@@ -36,11 +36,11 @@ TEST_F(Deletion, ConfirmingRemovesTheFilesOfEveryChosenTitle)
 TEST_F(Deletion, TitlesThatAreInNoListAreRemovedToo)
 {
     Alerts alerts;
-    pen.write(u"book/00009_de.qnk"_s, "content");
-    press({u"00009_de"_s});
+    gameList().clear(); // the view still shows them
+    press({zebra});
     EXPECT_EQ(alerts.shown.first().informativeText, u"Diese Titel werden vom Stift gelöscht: "_s);
     alerts.answer(true);
-    EXPECT_FALSE(pen.exists(u"book/00009_de.qnk"_s));
+    EXPECT_FALSE(pen.exists(u"book/00001_de.qnk"_s));
     EXPECT_EQ(alerts.shown.size(), 1);
 }
 
@@ -74,6 +74,10 @@ protected:
 
     [[nodiscard]] bool isQuilloAvailable() const override { return true; }
     [[nodiscard]] DeletionHandling *shownDeletionHandling() override { return this; }
+    void focusTitles() override {}
+    [[nodiscard]] QStringList markedIds() const override { return selectedElementIds(); }
+    void markChoice() override {}
+    bool takeFocus() override { return true; }
     [[nodiscard]] QTableView *listTable() override { return nullptr; }
     void getBaseElementsFromPen() override
     {

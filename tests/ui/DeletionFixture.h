@@ -54,6 +54,7 @@ protected:
         writeTitle(pen, affe, "Affe", "Spiel");
         start();
         EXPECT_EQ(listedIds(), (QStringList{drache, affe, zebra, pirat}));
+        controller().showView(NavElementType::MyTitles); // where all of them are seen
     }
 
     DeleteViewController &deletion() { return *controller().deleteViewController; }

@@ -1,12 +1,16 @@
 #include "tests/ui/DeletionFixture.h"
 
+#include "download/DownloadWindow.h"
 #include "library/CategoryControllers.h"
 #include "library/ColoredTableView.h"
+#include "library/MusicController.h"
 #include "library/MyQuilloTitlesController.h"
+#include "library/TileView.h"
 #include "pen/NavStorageItem.h"
 
 #include <QLabel>
 #include <QPointer>
+#include <QPushButton>
 
 using namespace Qt::StringLiterals;
 
@@ -55,6 +59,104 @@ TEST_F(Deletion, GaugeIsRefreshed)
     NavStorageItem::current->storageLabel->setText(u"old"_s);
     alerts.answer(true);
     EXPECT_EQ(NavStorageItem::current->storageLabel->text(), u"Speicher"_s);
+}
+
+/// The titles marked in the view shown; they alone can be deleted.
+class Choice : public Deletion
+{
+protected:
+    void show(NavElementType type, const QStringList &marked)
+    {
+        controller().showView(type);
+        expectMarked(marked);
+    }
+    void expectMarked(const QStringList &marked)
+    {
+        const DeletionHandling *shown = controller().shownDeletionHandling();
+        EXPECT_EQ(shown ? shown->markedIds() : QStringList(), marked);
+        EXPECT_EQ(button().isEnabled(), !marked.isEmpty());
+    }
+};
+
+TEST_F(Choice, IsMarkedInWhateverShowsItAndDeletedOnlyThere)
+{
+    using Type = NavElementType;
+    Alerts alerts;
+    activate();
+    show(Type::Games, {});
+    QAbstractItemView &games = *controller().gamesController->collectionView;
+    QTest::mouseClick(games.viewport(), Qt::LeftButton, {},
+                      games.visualRect(games.model()->index(1, 0)).center());
+    expectMarked({zebra});
+    button().setFocus();
+    show(Type::Books, {});
+    EXPECT_NE(QApplication::focusWidget(), controller().usbConnectionImageBtn);
+    QTest::keyClick(controller().myBooksController->collectionView, Qt::Key_Delete);
+    QTest::mouseClick(&button(), Qt::LeftButton);
+    EXPECT_TRUE(alerts.shown.isEmpty());
+    show(Type::Storage, {});
+    show(Type::MyTitles, {zebra});
+    show(Type::MyTitles, {zebra});
+    controller().setViewMode(ViewMode::list);
+    show(Type::Games, {zebra});
+    controller().toggleViewMode();
+    expectMarked({zebra});
+    choose({drache});
+    show(Type::Books, {drache});
+    QTest::keyClick(window.get(), Qt::Key_F5);
+    expectMarked({drache});
+    QPushButton &ok = *controller().downloadWindow()->OKBtn;
+    ASSERT_TRUE(QTest::qWaitFor([&] { return ok.isEnabled(); }));
+    const QPointer<QWidget> before = controller().myBooksController.data();
+    QTest::mouseClick(&ok, Qt::LeftButton);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return before.isNull(); }));
+    expectMarked({drache});
+}
+
+TEST_F(Choice, LosesWhatHasGone)
+{
+    choose({zebra, pirat});
+    pen.remove(u"book/00001_de.txt"_s);
+    button().setFocus();
+    controller().loadData();
+    expectMarked({pirat});
+    EXPECT_EQ(selectedElementIds(), QStringList(pirat));
+    pen.remove(u"book/00002_de.txt"_s);
+    controller().loadData();
+    expectMarked({});
+    EXPECT_EQ(window->focusWidget(),
+              controller().myQuilloTitlesController->myQuilloBooksController->tableView);
+}
+
+TEST_F(Choice, IsGivenUpForMusic)
+{
+    choose({zebra});
+    musicList() = {std::make_shared<Music>()};
+    show(NavElementType::Music, {});
+    const QTableView &music = *controller().musicController->tableView;
+    QTest::mouseClick(music.viewport(), Qt::LeftButton, {},
+                      music.visualRect(music.model()->index(0, 1)).center());
+    show(NavElementType::Games, {});
+    EXPECT_TRUE(selectedElementIds().isEmpty());
+}
+
+TEST_F(Choice, IsScrolledToWhereItIsShownAnew)
+{
+    for (int i = 100; i < 400; ++i)
+        writeTitle(pen, QString::number(i), "Titel " + QByteArray::number(i), "Buch");
+    controller().getBaseElementsFromPen();
+    choose({u"300"_s});
+    const auto expectSeen = [](const QAbstractItemView &view) {
+        const QModelIndex marked = view.selectionModel()->selectedIndexes().value(0);
+        EXPECT_TRUE(view.viewport()->visibleRegion().contains(view.visualRect(marked).center()));
+    };
+    controller().showView(NavElementType::Books);
+    expectSeen(*controller().myBooksController->collectionView);
+    controller().showView(NavElementType::MyTitles);
+    expectSeen(*controller().myQuilloTitlesController->listTable());
+    controller().setViewMode(ViewMode::list);
+    controller().showView(NavElementType::Books);
+    expectSeen(*controller().myBooksController->listTable());
 }
 
 class PenGoneWhileAsking : public Deletion, public testing::WithParamInterface<bool>

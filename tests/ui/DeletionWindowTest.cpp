@@ -1,5 +1,6 @@
 #include "tests/ui/DeletionFixture.h"
 
+#include "app/NavCollectionView.h"
 #include "app/NavigationViewController.h"
 #include "library/CategoryControllers.h"
 #include "library/ColoredTableView.h"
@@ -20,10 +21,12 @@ struct DeletionCase
     const char *name;
     Shown shown;
     int titles;
-    bool all;
+    int row;           ///< that is clicked
+    int neighbour = 0; ///< that the keyboard goes on from, among the rest
+    bool all = false;
 };
 
-/// From a click on a title to its end, as a person sees it.
+/// From a click on a title to its end, as a person sees it who goes on by keyboard.
 class DeletionInWindow : public WindowTest, public testing::WithParamInterface<DeletionCase>
 {
 protected:
@@ -50,48 +53,105 @@ protected:
         }
     }
     int rows() { return view().model()->rowCount(); }
+    void choose()
+    {
+        const QModelIndex title = view().model()->index(GetParam().row, 0);
+        QTest::mouseClick(view().viewport(), Qt::LeftButton, {}, view().visualRect(title).center());
+        if (GetParam().all)
+            QTest::keyClick(&view(), Qt::Key_A, Qt::ControlModifier);
+    }
 
-    Alerts alerts;
+    static void press(Qt::Key key) { QTest::keyClick(QApplication::focusWidget(), key); }
+    static void tabTo(const std::function<bool(const QWidget &)> &isIt)
+    {
+        for (int i = 0; i < 9 && !isIt(*QApplication::focusWidget()); ++i)
+            press(Qt::Key_Tab);
+        ASSERT_TRUE(isIt(*QApplication::focusWidget()));
+    }
+    static bool waitToBeActive(const QWidget *expected)
+    {
+        return QTest::qWaitFor([&] { return QApplication::activeWindow() == expected; });
+    }
+    void deleteByKeys()
+    {
+        const QWidget *bin = controller().deleteViewController->deleteButton;
+        tabTo([bin](const QWidget &widget) { return &widget == bin; });
+        press(Qt::Key_Space);
+        const QPointer<QWidget> box = QApplication::activeModalWidget();
+        ASSERT_TRUE(box && waitToBeActive(box));
+        tabTo([](const QWidget &widget) {
+            const auto *choice = qobject_cast<const QAbstractButton *>(&widget);
+            return choice && choice->text() == u"OK"_s;
+        });
+        press(Qt::Key_Space);
+        ASSERT_TRUE(QTest::qWaitFor([&] { return box.isNull(); }));
+        window->activateWindow(); // as the desktop does
+        ASSERT_TRUE(waitToBeActive(window.get()));
+    }
 };
 
-TEST_P(DeletionInWindow, ChosenTitlesAreGoneFromViewAndPen)
+TEST_P(DeletionInWindow, ChosenTitlesAreGoneAndTheKeyboardGoesOnBesideThem)
 {
     activate();
     ASSERT_EQ(rows(), GetParam().titles);
-    const QPoint first = view().visualRect(view().model()->index(0, 0)).center();
-    QTest::mouseClick(view().viewport(), Qt::LeftButton, {}, first);
-    if (GetParam().all)
-        QTest::keyClick(&view(), Qt::Key_A, Qt::ControlModifier);
+    choose();
     const int chosen = GetParam().all ? GetParam().titles : 1;
     EXPECT_EQ(selectedElementIds().size(), chosen);
     QStringList left = pen.names(u"book"_s);
     left.removeIf([ids = QSet(selectedElementIds().begin(), selectedElementIds().end())](
                       const QString &name) { return ids.contains(name.section(u'.', 0, 0)); });
-    QTest::mouseClick(controller().deleteViewController->deleteButton, Qt::LeftButton);
-    alerts.answer(true);
+    const QPointer<QWidget> before =
+        controller().navigationViewController->activeSubViewController();
+    deleteByKeys();
     EXPECT_EQ(pen.names(u"book"_s), left);
+    const bool isMadeAnew = GetParam().shown == Shown::Overview;
+    EXPECT_TRUE(QTest::qWaitFor([&] { return before.isNull() || !isMadeAnew; }));
     const int rest = GetParam().titles - chosen;
-    ASSERT_TRUE(QTest::qWaitFor([&] {
-        const QPointer<MyQuilloTitlesController> &overview = controller().myQuilloTitlesController;
-        return rows() == rest && (!overview || (overview->booksHeader != nullptr) == (rest > 0));
-    }));
+    EXPECT_EQ(rows(), rest);
     EXPECT_EQ(bookList().size(), rest);
     EXPECT_EQ(view().isVisible(), rest > 0);
     const QWidget *page = controller().navigationViewController->activeSubViewController();
     EXPECT_EQ(page->findChild<EmptyStateView *>()->isVisible(), rest == 0);
-    EXPECT_EQ(alerts.shown.size(), 1);
+
+    QWidget *sidebar = controller().navigationViewController->navCollectionView;
+    EXPECT_EQ(QApplication::focusWidget(), rest > 0 ? &view() : sidebar);
+    press(Qt::Key_Space);
+    EXPECT_EQ(selectedElementIds(),
+              rest > 0 ? QStringList(bookList().at(GetParam().neighbour)->id) : QStringList());
+    QCoreApplication::sendPostedEvents();
+    EXPECT_FALSE(volumes.volumes().isEmpty()) << "ejected";
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Views, DeletionInWindow,
-    testing::Values(DeletionCase{"OnlyTile", Shown::Tiles, 1, false},
-                    DeletionCase{"OneTileOf3", Shown::Tiles, 3, false},
-                    DeletionCase{"AllTilesOf10000", Shown::Tiles, 10'000, true},
-                    DeletionCase{"OneRowOf300", Shown::List, 300, false},
-                    DeletionCase{"AllRowsOf300", Shown::List, 300, true},
-                    DeletionCase{"OnlyRowOfTheOverview", Shown::Overview, 1, false},
-                    DeletionCase{"OneRowOfTheOverviewOf300", Shown::Overview, 300, false},
-                    DeletionCase{"AllRowsOfTheOverviewOf300", Shown::Overview, 300, true}),
+    testing::Values(DeletionCase{"OnlyTile", Shown::Tiles, 1, 0},
+                    DeletionCase{"MiddleTileOf3", Shown::Tiles, 3, 1, 1},
+                    DeletionCase{"LastTileOf3", Shown::Tiles, 3, 2, 1},
+                    DeletionCase{"AllTilesOf10000", Shown::Tiles, 10'000, 0, 0, true},
+                    DeletionCase{"OneRowOf300", Shown::List, 300, 0, 0},
+                    DeletionCase{"LastRowOf3", Shown::List, 3, 2, 1},
+                    DeletionCase{"AllRowsOf300", Shown::List, 300, 0, 0, true},
+                    DeletionCase{"OnlyRowOfTheOverview", Shown::Overview, 1, 0},
+                    DeletionCase{"MiddleRowOfTheOverview", Shown::Overview, 3, 1, 1},
+                    DeletionCase{"LastRowOfTheOverview", Shown::Overview, 3, 2, 1},
+                    DeletionCase{"OneRowOfTheOverviewOf300", Shown::Overview, 300, 0, 0},
+                    DeletionCase{"AllRowsOfTheOverviewOf300", Shown::Overview, 300, 0, 0, true}),
     rowName<DeletionCase>);
+
+/// Books below which games stand.
+TEST_F(Deletion, LastOfASectionLeavesTheKeyboardInTheNextOne)
+{
+    Alerts alerts;
+    activate();
+    button().setFocus();
+    press({drache});
+    alerts.answer(true);
+    const auto &page = controller().myQuilloTitlesController;
+    EXPECT_EQ(QApplication::focusWidget(), page->myGamesController->tableView);
+    const QPointer<QWidget> before = page.data();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return before.isNull(); }));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+    EXPECT_EQ(selectedElementIds(), QStringList(affe));
+}
 
 } // namespace
