@@ -60,6 +60,7 @@ private:
     void sizeRows(qsizetype first);
     void sizeRow(qsizetype index, DispatchGroup group);
     void queueRow(const UpdateElement &row);
+    void titlesDeleted(const QStringList &elementIds);
     void rowsEnded();
     /// Starts rows that came after the run had gone through all others; false when there are none.
     bool startLateRows();
@@ -76,6 +77,7 @@ private:
     State m_state = State::Idle;
     bool m_runRequested = false;
     QSet<QString> m_queuedContents;     ///< what the run under way has queued already
+    QSet<QString> m_deletedTitles;      ///< since it began
     QList<UpdateElement> m_plannedRows; ///< until the software's rows stand before them
     QTimer m_softwareWait;              ///< how long planned rows wait for them
     std::stop_source m_stop;            ///< of the run under way

@@ -1,5 +1,6 @@
 #include "ui/DeleteViewController.h"
 
+#include "download/QueueWindow.h"
 #include "library/ElementService.h"
 #include "library/LibraryLists.h"
 #include "pen/NavStorageItem.h"
@@ -104,6 +105,8 @@ void DeleteViewController::deleteTitles(const QStringList &ids,
     if (DeletionHandling *shown = viewController->shownDeletionHandling())
         shown->willDelete(ids);
     const QStringList withFiles = samePen ? ElementService::deleteElements(ids) : ids;
+    if (samePen)
+        QueueWindow::postTitlesDeleted(ids);
     viewController->getBaseElementsFromPen();
     const QStringList left = stillThere(ids, withFiles);
     if (DeletionHandling *shown = viewController->shownDeletionHandling())
