@@ -17,6 +17,12 @@ protected:
     {
         EXPECT_EQ(rig.pen.read(u"configure/log.txt"_s), text);
     }
+    void setTime(const QString &relative, const QDateTime &time)
+    {
+        QFile file(rig.pen.path(relative));
+        EXPECT_TRUE(file.open(QFile::ReadWrite)
+                    && file.setFileTime(time, QFile::FileModificationTime));
+    }
 };
 
 TEST_F(UpdateRunKeeps, TitlesAsTheyAreWhenTheVersionsAreUnknown)
@@ -81,6 +87,7 @@ TEST_F(UpdateRunKeeps, RequestedTitlesOfWhichOnlyTheContentIsThereInSight)
     rig.putTitle(u"00043_en"_s, 3);
     rig.pen.write(u"book/00043_en.txt"_s, "\xff");
     rig.pen.write(u"book/00098_en.qnk"_s, "unknown, and the newest: no missing text is restored");
+    setTime(u"book/00098_en.qnk"_s, QDateTime::currentDateTime().addDays(1));
     rig.pen.write(u"configure/tbd.txt"_s, "MID=42\nMID=43\n");
     const QList<QByteArray> titles{UpdateRig::title(42, "Drache"), UpdateRig::title(43, "Fee")};
     rig.serveCatalogue(R"({"00042":3,"00043":3})", titles, titles);
@@ -150,13 +157,12 @@ TEST_F(UpdateRunKeeps, MetadataThatSaysTheSameUntouched)
     serveOneOutdatedTitle();
     rig.server.serve(UpdateRig::contentPath(42, 3), content);
     ASSERT_TRUE(rig.run());
-    QFile text(rig.pen.path(u"book/00042_en.txt"_s));
     const QDateTime then = QDateTime::currentDateTime().addDays(-1);
-    ASSERT_TRUE(text.open(QFile::ReadWrite) && text.setFileTime(then, QFile::FileModificationTime));
+    setTime(u"book/00042_en.txt"_s, then);
     serveCatalogueOfOne();
     ASSERT_TRUE(rig.run());
     expectNewTitle();
-    EXPECT_EQ(QFileInfo(text.fileName()).lastModified(), then);
+    EXPECT_EQ(QFileInfo(rig.pen.path(u"book/00042_en.txt"_s)).lastModified(), then);
 }
 
 TEST_F(UpdateRunKeeps, TheSizingOfNewRowsWhateverEarlierOnesLeft)
