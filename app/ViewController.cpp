@@ -264,8 +264,9 @@ void ViewController::ejectQuillo()
         if (guard && eject == guard->m_eject)
             guard->ejectEnded(error);
     };
-    Dispatch::main(this,
-                   [this, url = *volume, answered] { m_workspace.unmountVolume(url, answered); });
+    // A file that is just being loaded onto the pen would keep it busy.
+    updateService->releasePen(
+        [this, url = *volume, answered] { m_workspace.unmountVolume(url, answered); });
 }
 
 void ViewController::ejectEnded(const QString &error)

@@ -45,6 +45,7 @@ PlanningTask planningTask(int titles)
         local->mid = QString::number(10'000 + i);
         auto remote = std::make_shared<BaseElement>(*local);
         remote->bookVersion = 2;
+        remote->isVersionTold = true;
         task.localMedias += local;
         task.remoteMedias += remote;
     }

@@ -75,6 +75,12 @@ qint64 &totalBytesDownloaded()
     return queue().bytesDownloaded;
 }
 
+void cancelRow(UpdateElement &row)
+{
+    row.downloadType = DownloadType::Canceled;
+    totalBytesToDownload() -= row.contentLength;
+}
+
 bool queueHasOpenRows()
 {
     const QList<UpdateElement> &rows = updateElements();

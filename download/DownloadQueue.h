@@ -27,7 +27,14 @@ struct UpdateElement
     qint64 contentLength = 0; ///< bytes, 0 when unknown
     UpdateFileType updateFileType = UpdateFileType::qnk;
     QString updateURLString;
+    QString serverElementId; ///< the server's name for the content; empty when it is `elementId`
 };
+
+/// The name of the row's content on the server.
+[[nodiscard]] inline const QString &nameOnServer(const UpdateElement &row)
+{
+    return row.serverElementId.isEmpty() ? row.elementId : row.serverElementId;
+}
 
 /// Whether the row waits, loads or is being placed.
 [[nodiscard]] bool isOpen(const UpdateElement &row);
@@ -44,6 +51,9 @@ struct UpdateElement
 
 [[nodiscard]] qint64 &totalBytesToDownload();
 [[nodiscard]] qint64 &totalBytesDownloaded();
+
+/// Takes a waiting row out of the run; it stays in the queue as cancelled.
+void cancelRow(UpdateElement &row);
 
 /// Whether any row of the queue is open.
 [[nodiscard]] bool queueHasOpenRows();

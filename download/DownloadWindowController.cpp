@@ -92,6 +92,10 @@ void DownloadWindowController::observeNotifications()
                        [this](const QVariantMap &) { changeToDownloadComplete(); });
     center.addObserver(QueueWindow::startElementDownloads, this,
                        [this](const QVariantMap &) { startElementDownloads(); });
+    center.addObserver(titlesDeleted, this, [this](const QVariantMap &userInfo) {
+        const QStringList ids = userInfo.value(elementIdsKey).toStringList();
+        dropTitles({ids.begin(), ids.end()});
+    });
     center.addObserver(noResponseFromServer, this,
                        [this](const QVariantMap &) { showNoInternetConnection(); });
 }
@@ -147,6 +151,8 @@ void DownloadWindowController::startRow(UpdateElement &row)
     if (row.updateFileType == UpdateFileType::txt || row.updateFileType == UpdateFileType::png)
         return;
     row.downloadType = DownloadType::Downloading;
+    m_phase = Phase::Running; // whatever was told before, the pen is to stay where it is
+    m_presentation = presentationFor(m_phase);
     m_presentation.cancelEnabled = !isSystemSoftware(row);
     Q_EMIT presentationChanged();
     if (!m_downloadFileService)
@@ -166,7 +172,7 @@ void DownloadWindowController::startRow(UpdateElement &row)
 void DownloadWindowController::announceEnd()
 {
     if (allRowsReadyOrCanceled()) {
-        postNotification(downloadComplete);
+        postDownloadComplete();
         m_isWorking = false;
     } else if (!queueHasOpenRows()) {
         endRun(phaseOfFailedEnd());
@@ -178,6 +184,14 @@ DownloadWindowController::Phase DownloadWindowController::phaseOfFailedEnd() con
     if (gotNothing())
         return Phase::NoAnswer;
     return m_misfit ? Phase::DidNotFit : Phase::SomeFailed;
+}
+
+void DownloadWindowController::postDownloadComplete()
+{
+    Dispatch::main(this, [this, run = m_run] {
+        if (run == m_run)
+            NotificationCenter::defaultCenter().post(downloadComplete);
+    });
 }
 
 void DownloadWindowController::changeProgressBar(const QVariantMap &userInfo)
@@ -192,7 +206,7 @@ void DownloadWindowController::changeToDownloadComplete()
     m_copyPercentageTimer.stop();
     if (m_stopped) {
         tellRunEnded();
-    } else if (gotNothing()) {
+    } else if (gotNothing() || m_noAnswerIsUntold) {
         endRun(Phase::NoAnswer); // "complete" would hide that nothing could be asked
     } else {
         enter(Phase::Complete);
@@ -212,7 +226,9 @@ void DownloadWindowController::showNoInternetConnection()
     if (m_stopped)
         return;
     m_noAnswer = true;
-    enter(Phase::NoAnswer);
+    m_noAnswerIsUntold = m_isWorking && queueHasOpenRows(); // then it is told at the end
+    if (!m_noAnswerIsUntold)
+        enter(Phase::NoAnswer);
 }
 
 void DownloadWindowController::copyStarted(int index)
@@ -313,6 +329,8 @@ void DownloadWindowController::prepareForRun()
     m_isWorking = false;
     m_stopped = false;
     m_noAnswer = false;
+    m_noAnswerIsUntold = false;
+    ++m_run;
     m_readyBefore = readyRows();
     m_copiedBefore = false;
     m_misfit = {};
@@ -328,10 +346,20 @@ void DownloadWindowController::prepareForRun()
 
 void DownloadWindowController::penRemoved()
 {
+    interrupt(Phase::PenRemoved);
+}
+
+void DownloadWindowController::penWillGo()
+{
+    interrupt(Phase::Stopped);
+}
+
+void DownloadWindowController::interrupt(Phase phase)
+{
     m_stopped = true;
     m_isWorking = false;
     stopTransfers();
-    endRun(Phase::PenRemoved);
+    endRun(phase);
 }
 
 void DownloadWindowController::explainFailedCopy()
@@ -387,15 +415,29 @@ void DownloadWindowController::onItemClicked(int row, int column)
     if (row < 0 || row >= rows.size() || column != cancelColumn || !canBeDropped(rows.at(row)))
         return;
     UpdateElement &dropped = rows[row];
-    dropped.downloadType = DownloadType::Canceled;
-    totalBytesToDownload() -= dropped.contentLength;
-    m_copyPercentage += 100.0 / static_cast<double>(rows.size());
+    dropRow(dropped);
     if (!ElementService::qnkFileExists(dropped.elementId)) {
         writeLog(u"Will delete meta file for "_s + dropped.elementId
                  + u" since it was canceled and had no qnk on pen."_s);
         ElementService::deleteElement(dropped.elementId);
     }
     enter(m_stopped ? m_phase : Phase::Running);
+    reloadQueueTable();
+}
+
+void DownloadWindowController::dropRow(UpdateElement &row)
+{
+    cancelRow(row);
+    m_copyPercentage += 100.0 / static_cast<double>(updateElements().size());
+}
+
+/// Rows under way stay: their titles come back as a whole.
+void DownloadWindowController::dropTitles(const QSet<QString> &elementIds)
+{
+    for (UpdateElement &row : updateElements()) {
+        if (canBeDropped(row) && elementIds.contains(row.elementId))
+            dropRow(row);
+    }
     reloadQueueTable();
 }
 

@@ -5,6 +5,7 @@
 #include "platform/FileFailure.h"
 
 #include <QObject>
+#include <QSet>
 #include <QTimer>
 #include <QVariantMap>
 
@@ -52,8 +53,12 @@ public:
     void resetProgress();
     /// Ready for a new run: as resetProgress(), and not working, not stopped, no notice.
     void prepareForRun();
+    /// Queues "DownloadComplete" on the main queue; nobody hears it once the next run has begun.
+    void postDownloadComplete();
     /// The pen went away during a run: transfers are cancelled and the window says so.
     void penRemoved();
+    /// The pen is to be ejected during a run: transfers are cancelled, the run counts as stopped.
+    void penWillGo();
     /// The pen has gone after a run that ended because a file could not be placed: the same.
     void explainFailedCopy();
 
@@ -110,6 +115,9 @@ private:
     void tellRunEnded();
     [[nodiscard]] bool gotNothing() const;
     void stopTransfers();
+    void interrupt(Phase phase);
+    void dropRow(UpdateElement &row);
+    void dropTitles(const QSet<QString> &elementIds);
 
     void startCopyTimer(int index);
     void copyTick(int index, int rows);
@@ -122,7 +130,9 @@ private:
     bool m_isWorking = false;
     bool m_stopped = false;
     bool m_runHasEnded = true;
-    bool m_noAnswer = false;     ///< the media server did not answer in this run
+    bool m_noAnswer = false; ///< the media server did not answer in this run
+    bool m_noAnswerIsUntold = false;
+    int m_run = 0;
     qsizetype m_readyBefore = 0; ///< rows of earlier runs that are still shown
     bool m_copiedBefore = false; ///< an earlier row of this run has had its copy timer
     int m_indexToDownload = 0;

@@ -10,6 +10,8 @@ const QString QueueWindow::downloadComplete = u"DownloadComplete"_s;
 const QString QueueWindow::startElementDownloads = u"startElementDownloads"_s;
 const QString QueueWindow::noResponseFromServer = u"noResponseFromServer"_s;
 const QString QueueWindow::percentDownloadedKey = u"percentDownloaded"_s;
+const QString QueueWindow::titlesDeleted = u"titlesDeleted"_s;
+const QString QueueWindow::elementIdsKey = u"elementIds"_s;
 
 void QueueWindow::postDownloadPercentage(double percentage)
 {
@@ -25,6 +27,11 @@ void QueueWindow::postStartElementDownloads()
 void QueueWindow::postNoResponseFromServer()
 {
     NotificationCenter::defaultCenter().post(noResponseFromServer);
+}
+
+void QueueWindow::postTitlesDeleted(const QStringList &elementIds)
+{
+    NotificationCenter::defaultCenter().post(titlesDeleted, {{elementIdsKey, elementIds}});
 }
 
 void QueueWindow::postNotification(const QString &name)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QString>
+#include <QStringList>
 
 struct FileFailure;
 
@@ -14,6 +14,8 @@ public:
     static const QString startElementDownloads; ///< "startElementDownloads"
     static const QString noResponseFromServer;  ///< "noResponseFromServer"
     static const QString percentDownloadedKey;  ///< "percentDownloaded", a double
+    static const QString titlesDeleted;         ///< "titlesDeleted"
+    static const QString elementIdsKey;         ///< "elementIds", a list of texts
 
     virtual ~QueueWindow() = default;
 
@@ -33,6 +35,8 @@ public:
     static void postDownloadPercentage(double percentage);
     static void postStartElementDownloads();
     static void postNoResponseFromServer();
+    /// These titles were deleted from the pen: what waits to be loaded of them leaves the run.
+    static void postTitlesDeleted(const QStringList &elementIds);
     /// Queues the posting of `name` on the main queue.
     static void postNotification(const QString &name);
 };

@@ -35,6 +35,7 @@ public:
     QString publisher;
     QString author;
     qint64 bookVersion = 0;
+    bool isVersionTold = false; ///< by the server's versions document, with this value
     QString url;
     QString thumbMd5;
     QString fileMd5;
@@ -54,8 +55,9 @@ public:
     [[nodiscard]] QString textFileContent() const;
 
     /// Records from the media server's title data and versions document (an array of objects), in
-    /// the order of the title data. Empty when either is empty or no JSON array of objects; an
-    /// object without usable "mid" or "bookAreaCode" is skipped with a debug line.
+    /// the order of the title data, each text on one line. Empty when either is empty or no JSON
+    /// array of objects; an object without usable "mid" or "bookAreaCode" is skipped with a debug
+    /// line.
     [[nodiscard]] static ElementList elementsFromServer(const QByteArray &mediaData,
                                                         const QByteArray &versionData);
 };

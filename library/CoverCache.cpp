@@ -34,7 +34,9 @@ QImage decodeShipped(const QString &path, QSize pixels)
 QImage decodeFile(const QString &path, QSize pixels)
 {
     FileManager::Contents contents = FileManager::contents(path, maximumFileBytes);
-    if (!contents.data || !pictureSize(*contents.data))
+    const std::optional<QSize> size =
+        contents.data ? pictureSize(*contents.data) : std::optional<QSize>();
+    if (!size || !isShowable(*size))
         return {};
     QBuffer buffer(&*contents.data);
     QImageReader reader(&buffer);

@@ -46,9 +46,10 @@ std::optional<QSize> pictureSize(const QByteArray &head)
 {
     const std::optional<QSize> png = pngSize(head);
     const QSize size = png ? *png : readSize(head);
-    if (!size.isValid() || size.isEmpty() || size.width() > longestSide
-        || size.height() > longestSide) {
-        return std::nullopt;
-    }
-    return size;
+    return size.isEmpty() ? std::nullopt : std::optional(size);
+}
+
+bool isShowable(QSize size)
+{
+    return std::max(size.width(), size.height()) <= longestSide;
 }

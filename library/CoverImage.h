@@ -19,6 +19,9 @@ struct CoverImage
 /// The shipped stand-in "dummy_book".
 [[nodiscard]] CoverImage dummyCover();
 
-/// Whether the bytes begin a picture of at most 4096 x 4096 pixels, and its size. Nothing is
-/// decoded; the first 4 KiB of a file usually do.
+/// Whether the bytes begin a picture, and its size; sides beyond 4096 pixels need not be told
+/// exactly. Nothing is decoded; the first 4 KiB of a file usually do.
 [[nodiscard]] std::optional<QSize> pictureSize(const QByteArray &head);
+
+/// Whether a picture of that size is shown: up to 4096 x 4096 pixels.
+[[nodiscard]] bool isShowable(QSize size);

@@ -130,6 +130,8 @@ std::optional<CoverImage> coverImage(const std::optional<QString> &file)
         size = pictureSize(FileManager::contents(*file, longCoverHead).data.value_or(QByteArray()));
     if (!size)
         return std::nullopt;
+    if (!isShowable(*size))
+        return dummyCover();
     return CoverImage{*file, *size, head.fileSize, head.modified};
 }
 

@@ -24,8 +24,8 @@ public:
     /// "Id: ", the file's identifier and a line feed.
     [[nodiscard]] static QString idPrefix(const QString &fileName);
 
-    /// The cover of an identifier: the dummy when the file cannot be read, absent when it is no
-    /// picture.
+    /// The cover of an identifier: the dummy when the file cannot be read or is too large to be
+    /// shown, absent when it is no picture.
     [[nodiscard]] static std::optional<CoverImage> loadCoverImage(const QString &id);
 
     /// Removes the title's metadata, cover and content file; what is missing is skipped. False when

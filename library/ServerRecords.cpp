@@ -1,4 +1,6 @@
 #include "library/BaseElement.h"
+
+#include "pen/TextValues.h"
 #include "platform/StandardOutput.h"
 
 #include <QJsonArray>
@@ -33,6 +35,13 @@ std::optional<qint64> integer(const QJsonValue &value)
     return number;
 }
 
+/// The text of a key on one line: with a line end in it, it would bring lines of its own into the
+/// title's metadata.
+QString text(const QJsonObject &object, const QString &key)
+{
+    return splitAtNewlines(object.value(key).toString()).join(u' ');
+}
+
 bool isAreaCode(const QString &text)
 {
     static const QRegularExpression expression(u"\\A[A-Za-z0-9_-]{1,16}\\z"_s);
@@ -40,20 +49,19 @@ bool isAreaCode(const QString &text)
 }
 
 /// The last object of the version array decides.
-qint64 versionOf(const BaseElement &element, const QJsonArray &versions)
+void readVersion(BaseElement &element, const QJsonArray &versions)
 {
     const QString key = paddedMid(element.mid);
-    qint64 version = element.bookVersion;
     for (const QJsonValue &object : versions) {
         const std::optional<qint64> value = integer(object[key]);
-        version = value.value_or(1);
+        element.bookVersion = value.value_or(1);
+        element.isVersionTold = value && *value >= 0;
         if (!value) {
             print(u"The Book: "_s + element.name + u"MID: "_s + element.mid
                   + u" is not provided with current version from the Server, therfore its version "
                     u"was set to 1!"_s);
         }
     }
-    return version;
 }
 
 /// Absent, after a debug line, when the object names no title.
@@ -66,18 +74,18 @@ ElementPtr recordFromServer(const QJsonObject &object, const QJsonArray &version
         return nullptr;
     }
     auto element = std::make_shared<BaseElement>();
-    element->name = object.value(u"title"_s).toString();
-    element->author = object.value(u"author"_s).toString();
-    element->isbn = object.value(u"isbn"_s).toString();
+    element->name = text(object, u"title"_s);
+    element->author = text(object, u"author"_s);
+    element->isbn = text(object, u"isbn"_s);
     element->mid = QString::number(*mid);
     element->bookAreaCode = areaCode;
-    element->bookVersion = versionOf(*element, versions);
+    readVersion(*element, versions);
     if (const std::optional<qint64> volume = integer(object.value(u"volume"_s)))
         element->volume = QString::number(*volume);
     element->type = elementTypeOfWord(object.value(u"mediaType"_s).toString());
     const QJsonObject publisher = object.value(u"publisher"_s).toObject();
     element->publisherId = integer(publisher.value(u"publisherId"_s)).value_or(0);
-    element->publisher = publisher.value(u"name"_s).toString();
+    element->publisher = text(publisher, u"name"_s);
     element->id = makeElementId(element->mid, element->bookAreaCode);
     return element;
 }

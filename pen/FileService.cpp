@@ -27,6 +27,12 @@ void printError(const QString &error)
     print(u"ERROR: "_s + error);
 }
 
+bool holds(const QString &file, const QByteArray &bytes)
+{
+    const FileManager::Contents contents = FileManager::contents(file, bytes.size());
+    return contents.data == bytes && contents.fileSize == bytes.size();
+}
+
 /// The file's text; absent after printing why.
 std::optional<QString> readText(const QUrl &fileURL)
 {
@@ -68,8 +74,11 @@ std::optional<QStringList> FileService::getFileLines(const QUrl &fileURL)
 
 bool FileService::writeFile(const QString &text, const QUrl &fileURL)
 {
+    const QByteArray bytes = text.toUtf8();
+    if (holds(path(fileURL), bytes))
+        return true;
     const FileResult result =
-        FileManager::write(path(fileURL), text.toUtf8(), FileManager::WriteMode::InPlace);
+        FileManager::write(path(fileURL), bytes, FileManager::WriteMode::InPlace);
     if (!result)
         printError(result.error);
     return bool(result);

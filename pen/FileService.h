@@ -17,7 +17,8 @@ public:
     /// The UTF-8 text split at every newline character, empty pieces dropped; absent as above.
     [[nodiscard]] static std::optional<QStringList> getFileLines(const QUrl &fileURL);
 
-    /// Writes the text as UTF-8, replacing the file in place; false after printing why not.
+    /// Writes the text as UTF-8, replacing the file in place; a file that holds just this is left
+    /// untouched. False after printing why not.
     static bool writeFile(const QString &text, const QUrl &fileURL);
 
     /// The names in the folder that contain `containing`, newest modification first, hidden entries

@@ -124,8 +124,7 @@ FileFailure IncomingFile::place(const std::stop_token &stop)
     if (!m_onMedium)
         return placeFromComputer(stop);
     const int error = m_onMedium->finish(target(), stop);
-    if (error != 0)
-        m_onMedium->discard();
+    m_onMedium.reset(); // holds the medium busy
     return failureOf(error);
 }
 

@@ -6,11 +6,13 @@
 #include "pen/FileService.h"
 #include "pen/TextValues.h"
 #include "pen/URLFactory.h"
+#include "platform/Address.h"
 #include "platform/Dispatch.h"
 #include "platform/FileManager.h"
 #include "platform/SharedSession.h"
 #include "platform/StandardOutput.h"
 #include "platform/URLSession.h"
+#include "sync/PenTitles.h"
 #include "sync/RequestAddresses.h"
 
 #include <QSet>
@@ -51,12 +53,6 @@ QString path(const QUrl &url)
     return url.path(QUrl::FullyDecoded);
 }
 
-QStringList bookFolderEntries(const QString &containing)
-{
-    const std::optional<QUrl> folder = URLFactory::getBookURL();
-    return folder ? FileService::listFiles(*folder, containing) : QStringList();
-}
-
 /// Absent after a debug line when the text cannot be encoded.
 std::optional<QByteArray> jsonData(const QString &text, const QString &kind, const QString &answer)
 {
@@ -67,28 +63,75 @@ std::optional<QByteArray> jsonData(const QString &text, const QString &kind, con
     return std::nullopt;
 }
 
-/// False when the pen has not taken the title's metadata. A title without a version, of which the
-/// server gave none, takes nothing off the pen, and metadata beside content is left to planning,
-/// which writes it with the content.
-bool storeRequestedTitle(const BaseElement &record, bool removePrevious)
+/// The metadata file of an identifier; absent without pen and for a name that is none.
+std::optional<QUrl> metadataFile(const QString &id)
 {
-    const bool replaceable = record.bookVersion > 0;
-    if (removePrevious && replaceable && !FileService::deleteFiles(record.mid))
-        debugPrint(u"Error while deleting book "_s + record.mid);
-    const QString name = makeElementId(record.mid, record.bookAreaCode);
-    if (ElementService::qnkFileExists(name))
-        return true;
     const std::optional<QUrl> folder = URLFactory::getBookURL();
-    return folder
-           && FileService::writeFile(
-               record.textFileContent(),
-               URLFactory::fileURL(*folder, URLFactory::fileName(name, FileType::txt)));
+    if (!folder || !isSafeFileName(id))
+        return std::nullopt;
+    return URLFactory::fileURL(*folder, URLFactory::fileName(id, FileType::txt));
 }
 
-void writeTbdFile(const QString &lines)
+bool isMetadataReadable(const QString &id)
 {
-    if (const std::optional<QUrl> tbd = URLFactory::getTbdFileURL())
-        FileService::writeFile(lines, *tbd);
+    const std::optional<QUrl> file = metadataFile(id);
+    return file && ElementUpdateService::hasMetadata(id) && FileService::getFileContent(*file);
+}
+
+/// False when the pen has not taken the title's metadata. Metadata beside content is left to
+/// planning, which writes it with the content, and a title without a version, of which the server
+/// told none, takes nothing off the pen.
+bool storeRequestedTitle(const BaseElement &record, const QString &id, bool removePrevious)
+{
+    const bool replaceable = record.isVersionTold;
+    if (removePrevious && replaceable && !FileService::deleteFiles(record.mid))
+        debugPrint(u"Error while deleting book "_s + record.mid);
+    const bool stays = !replaceable || ElementService::qnkFileExists(id);
+    return (stays && isMetadataReadable(id)) || ElementUpdateService::writeMetadata(record, id);
+}
+
+/// What became of the titles that the pen asked for; plain MIDs.
+struct RequestedTitles
+{
+    QSet<QString> answered;
+    QSet<QString> refused; ///< by the pen
+};
+
+/// The lines of the requests that the pen could not be given, as it asked for them. A refused title
+/// that nobody asked for stands for every request without an answer.
+QString linesToKeep(const QStringList &asked, const RequestedTitles &titles)
+{
+    QSet<QString> unasked = titles.refused;
+    for (const QString &mid : asked)
+        unasked.remove(removeLeadingZeros(mid));
+    QStringList lines;
+    for (const QString &mid : asked) {
+        const QString plain = removeLeadingZeros(mid);
+        if (titles.refused.contains(plain)
+            || (!unasked.isEmpty() && !titles.answered.contains(plain)))
+            lines += u"MID="_s + mid + u'\n';
+    }
+    lines.removeDuplicates();
+    return lines.join(QString());
+}
+
+/// Leaves on the pen's list what the pen could not take, and the list alone once the run is
+/// stopped.
+void storeRequestedTitles(const CatalogueRun &run, const ElementList &requested,
+                          const ElementList &all)
+{
+    RequestedTitles titles;
+    const PenTitles pen(all + requested);
+    for (const ElementPtr &record : requested) {
+        if (run.stop.stop_requested())
+            return;
+        titles.answered += record->mid;
+        if (!storeRequestedTitle(*record, pen.identifierOf(*record), run.removePrevious))
+            titles.refused += record->mid;
+    }
+    const std::optional<QUrl> tbd = URLFactory::getTbdFileURL();
+    if (tbd && !run.stop.stop_requested())
+        FileService::writeFile(linesToKeep(run.tbdMids, titles), *tbd);
 }
 
 void processAnswers(const CatalogueRun &run)
@@ -102,16 +145,9 @@ void processAnswers(const CatalogueRun &run)
     Catalogue catalogue;
     catalogue.records = BaseElement::elementsFromServer(*all, *versions);
     const ElementList requested = BaseElement::elementsFromServer(*tbd, *versions);
-    QString left;
-    for (const ElementPtr &record : requested) {
-        if (run.stop.stop_requested())
-            return;
-        if (!storeRequestedTitle(*record, run.removePrevious))
-            left += u"MID="_s + record->mid + u'\n';
-    }
+    storeRequestedTitles(run, requested, *catalogue.records);
     if (run.stop.stop_requested())
         return;
-    writeTbdFile(left);
     catalogue.result = debugDescription(run.tbdMids);
     run.completionHandler(catalogue);
 }
@@ -141,6 +177,17 @@ void requestVersions(const std::shared_ptr<CatalogueRun> &run)
         if (!run->stop.stop_requested())
             requestAllTitles(run);
     });
+}
+
+/// The record whose content the row brings.
+ElementPtr recordOf(const UpdateElement &row)
+{
+    const ElementList &records = pendingElements();
+    const auto named =
+        std::find_if(records.begin(), records.end(), [&row](const ElementPtr &record) {
+            return record->mid == row.mid && record->id == nameOnServer(row);
+        });
+    return named == records.end() ? pendingElement(row.mid) : *named;
 }
 
 QString tbdListText(const QStringList &tbdMids)
@@ -245,44 +292,19 @@ QStringList ElementUpdateService::readLocalMids()
 
 QString ElementUpdateService::midFromFileName(const QString &fileName)
 {
-    return removeLeadingZeros(fileName.section(u'_', 0, 0));
+    return PenTitles::midOf(fileName);
 }
 
-QStringList ElementUpdateService::getMissingFiles(FileType type)
+bool ElementUpdateService::hasMetadata(const QString &id)
 {
-    const QStringList names = bookFolderEntries(QString());
-    const QSet<QString> present(names.begin(), names.end());
-    QStringList mids;
-    for (const QString &name : names) {
-        const QString base = baseName(name);
-        if (!present.contains(URLFactory::fileName(base, type)))
-            mids += midFromFileName(base);
-    }
-    return mids;
+    const std::optional<QUrl> file = metadataFile(id);
+    return file && FileManager::fileExists(path(*file));
 }
 
-QStringList ElementUpdateService::getMissingMidsByQnk()
+bool ElementUpdateService::writeMetadata(const BaseElement &record, const QString &id)
 {
-    const QStringList names = bookFolderEntries(QString());
-    const QSet<QString> present(names.begin(), names.end());
-    QStringList mids;
-    for (const QString &name : names) {
-        const QString base = baseName(name);
-        if (name == URLFactory::fileName(base, FileType::txt)
-            && !present.contains(URLFactory::fileName(base, FileType::qnk)))
-            mids += midFromFileName(base);
-    }
-    mids.removeDuplicates();
-    return mids;
-}
-
-void ElementUpdateService::writeMetadata(const BaseElement &record)
-{
-    const std::optional<QUrl> folder = URLFactory::getBookURL();
-    if (folder)
-        FileService::writeFile(
-            record.textFileContent(),
-            URLFactory::fileURL(*folder, URLFactory::fileName(record.id, FileType::txt)));
+    const std::optional<QUrl> file = metadataFile(id);
+    return file && FileService::writeFile(record.textFileContent(), *file);
 }
 
 void ElementUpdateService::downloadTitleContent(const QString &publisherId, const QString &mid,
@@ -291,9 +313,10 @@ void ElementUpdateService::downloadTitleContent(const QString &publisherId, cons
                                                 DownloadFileService &downloadFileService,
                                                 const UpdateElement &row)
 {
-    const std::optional<QString> address = contentAddress(publisherId, mid, bookVersion, elementId);
+    const std::optional<QString> address =
+        contentAddress(publisherId, mid, bookVersion, nameOnServer(row));
     const std::optional<QUrl> folder = URLFactory::getBookURL();
-    if (!address || !folder || !isSafeFileName(elementId)) {
+    if (!address || !makeURL(*address) || !folder || !isSafeFileName(elementId)) {
         debugPrint(u"Could not create download URL for fetching QNK contents. Download wont "
                    u"happen."_s);
         downloadFileService.skipRow();
@@ -303,12 +326,12 @@ void ElementUpdateService::downloadTitleContent(const QString &publisherId, cons
         if (!success)
             debugPrint(u"Failed to download QNK contents for element ID "_s + elementId);
     };
-    const auto placed = [rowMid = row.mid] {
-        if (const ElementPtr record = pendingElement(rowMid))
-            writeMetadata(*record);
+    const auto placed = [row] {
+        if (const ElementPtr record = recordOf(row))
+            writeMetadata(*record, row.elementId);
         else
             debugPrint(u"Failed to update TXT file after new QNK download for media with MID "_s
-                       + rowMid);
+                       + row.mid);
     };
     downloadFileService.download(*address, *folder, URLFactory::fileName(elementId, FileType::qnk),
                                  UpdateFileType::qnk, told, placed);

@@ -2,7 +2,6 @@
 
 #include "download/DownloadQueue.h"
 #include "library/BaseElement.h"
-#include "pen/FileType.h"
 
 #include <QStringList>
 #include <QUrl>
@@ -45,17 +44,15 @@ public:
     /// The part of the name before the first "_", without leading zeros.
     [[nodiscard]] static QString midFromFileName(const QString &fileName);
 
-    /// For every entry of the book folder, newest first, whose title has no file of that type: the
-    /// title's MID. A title stands once for each other file it has.
-    [[nodiscard]] static QStringList getMissingFiles(FileType type);
-    /// The MIDs of titles with a metadata file and without content file, newest first, each once.
-    [[nodiscard]] static QStringList getMissingMidsByQnk();
-
-    /// Writes a record's metadata file into the book folder; nothing without pen.
-    static void writeMetadata(const BaseElement &record);
+    /// Whether the book folder has a metadata file of that identifier.
+    [[nodiscard]] static bool hasMetadata(const QString &id);
+    /// Writes a record's text into the identifier's metadata file in the book folder, unless it
+    /// holds just that; false without pen and when the pen does not take it.
+    static bool writeMetadata(const BaseElement &record, const QString &id);
 
     /// Downloads one title's content onto the pen and then refreshes its metadata file. A row that
-    /// cannot be asked for is given up, and the queue goes on. Main thread.
+    /// cannot be asked for, since there is no such address, is given up with a line, and the queue
+    /// goes on. Main thread.
     static void downloadTitleContent(const QString &publisherId, const QString &mid,
                                      const QString &bookVersion, const QString &elementId,
                                      DownloadFileService &downloadFileService,

@@ -16,12 +16,17 @@ using namespace Qt::StringLiterals;
 
 void LogPostService::postLogFIleMidsToServer(std::stop_token stop)
 {
-    const QStringList mids = getLogMids();
-    if (!mids.isEmpty())
-        postMids(mids, std::move(stop));
+    const UsageLog log = readLog();
+    if (!log.mids.isEmpty())
+        post(log, std::move(stop));
 }
 
 QStringList LogPostService::getLogMids()
+{
+    return readLog().mids;
+}
+
+LogPostService::UsageLog LogPostService::readLog()
 {
     const std::optional<QUrl> log = URLFactory::getLogFileURL();
     if (!log) {
@@ -30,18 +35,17 @@ QStringList LogPostService::getLogMids()
     }
     if (!UsbService::isQuilloConnected())
         return {};
-    QStringList mids;
-    const QStringList lines =
-        splitAtNewlines(FileService::getFileContent(*log).value_or(QString()));
+    UsageLog usage{FileService::getFileContent(*log).value_or(QString()), {}};
+    const QStringList lines = splitAtNewlines(usage.text);
     for (const QString &line : lines) {
         const QString value = valueAfter(line, u'=').value_or(QString());
         if (!value.isEmpty())
-            mids += QString(value).remove(QChar(u'\0'));
+            usage.mids += QString(value).remove(QChar(u'\0'));
     }
-    return mids;
+    return usage;
 }
 
-void LogPostService::postMids(const QStringList &mids, std::stop_token stop)
+void LogPostService::post(const UsageLog &log, std::stop_token stop)
 {
     const std::optional<QUrl> url = configuredURL(URLFactory::logPostKey);
     if (!url)
@@ -50,16 +54,20 @@ void LogPostService::postMids(const QStringList &mids, std::stop_token stop)
     request.url = *url;
     request.method = "POST";
     request.headers = {{"Content-Type", "application/json"}};
-    request.body = QJsonDocument(QJsonArray::fromStringList(mids)).toJson(QJsonDocument::Indented);
-    sharedSession().dataTask(request, [stop = std::move(stop)](const DataTaskResult &result) {
-        const bool accepted = result.isSuccess() && result.response->statusCode == 200;
-        if (accepted && !stop.stop_requested())
-            clearLog();
-    });
+    request.body =
+        QJsonDocument(QJsonArray::fromStringList(log.mids)).toJson(QJsonDocument::Indented);
+    sharedSession().dataTask(
+        request, [sent = log.text, stop = std::move(stop)](const DataTaskResult &result) {
+            const bool accepted = result.isSuccess() && result.response->statusCode == 200;
+            if (accepted && !stop.stop_requested())
+                clearLog(sent);
+        });
 }
 
-void LogPostService::clearLog()
+/// What the server has not seen, of this pen or of another one, stays.
+void LogPostService::clearLog(const QString &sent)
 {
-    if (const std::optional<QUrl> log = URLFactory::getLogFileURL())
+    const std::optional<QUrl> log = URLFactory::getLogFileURL();
+    if (log && FileService::getFileContent(*log) == sent)
         FileService::writeFile(QString(), *log);
 }

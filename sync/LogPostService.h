@@ -8,14 +8,21 @@
 class LogPostService
 {
 public:
-    /// Posts what the log holds, if anything. Once `stop` is requested the log is left alone.
+    /// Posts what the log holds, if anything. A log that has changed meanwhile stays, to be sent as
+    /// a whole the next time; once `stop` is requested it is left alone.
     static void postLogFIleMidsToServer(std::stop_token stop = {});
 
     /// The values of the pen's log, in the order of its lines; empty without log or pen.
     [[nodiscard]] static QStringList getLogMids();
 
-    static void postMids(const QStringList &mids, std::stop_token stop = {});
+private:
+    struct UsageLog
+    {
+        QString text; ///< as the pen wrote it
+        QStringList mids;
+    };
 
-    /// Overwrites the log with the empty text.
-    static void clearLog();
+    [[nodiscard]] static UsageLog readLog();
+    static void post(const UsageLog &log, std::stop_token stop);
+    static void clearLog(const QString &sent);
 };

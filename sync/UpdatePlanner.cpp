@@ -1,6 +1,7 @@
 #include "sync/UpdatePlanner.h"
 
 #include "app/ApplicationLog.h"
+#include "library/ElementService.h"
 #include "pen/URLFactory.h"
 #include "platform/Address.h"
 #include "platform/Dispatch.h"
@@ -9,7 +10,10 @@
 #include "platform/StandardOutput.h"
 #include "platform/URLSession.h"
 #include "sync/ElementUpdateService.h"
+#include "sync/PenTitles.h"
 #include "sync/RequestAddresses.h"
+
+#include <QSet>
 
 #include <atomic>
 #include <utility>
@@ -18,13 +22,15 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-UpdateElement contentRow(const BaseElement &remote)
+/// The pen keeps the content under `id`, whatever the server calls it.
+UpdateElement contentRow(const BaseElement &remote, const QString &id)
 {
     UpdateElement row;
     row.publisherId = QString::number(remote.publisherId);
     row.mid = remote.mid;
     row.bookVersion = QString::number(remote.bookVersion);
-    row.elementId = remote.id;
+    row.elementId = id;
+    row.serverElementId = remote.id;
     row.title = remote.name;
     row.image = dummyCover();
     return row;
@@ -33,8 +39,7 @@ UpdateElement contentRow(const BaseElement &remote)
 /// The row that brings a pen title up to its remote version.
 UpdateElement updateRow(const BaseElement &local, const BaseElement &remote, qint64 length)
 {
-    UpdateElement row = contentRow(remote);
-    row.elementId = local.id;
+    UpdateElement row = contentRow(remote, local.id);
     row.title = local.name;
     row.contentLength = length;
     row.updateURLString = remote.url;
@@ -54,12 +59,15 @@ QString noMatchLine(const QString &mid)
     return u"Did not find a matching remote element for "_s + mid + u'.';
 }
 
-/// A record of which the server gave no version has no content to be asked for, and would take
-/// the title's own version from it.
-bool hasVersion(const BaseElement &record)
+/// A record without any version has no content to be asked for. One of a title that the versions
+/// lack names the first version: enough for content that is missing, not for what is there.
+bool namesContent(const BaseElement &record)
 {
-    return record.bookVersion > 0;
+    return record.isVersionTold || record.bookVersion > 0;
 }
+
+/// As many requests as one server answers at a time without being troubled.
+constexpr int coversAtOnce = 4;
 
 } // namespace
 
@@ -76,9 +84,13 @@ UpdatePlanner::UpdatePlanner(PlanningTask task)
     }
 }
 
-ElementPtr UpdatePlanner::remote(const QString &mid) const
+ElementPtr UpdatePlanner::remote(const QString &mid, const QString &id) const
 {
     const qsizetype first = m_firstOfMid.value(mid, none);
+    for (auto i = first; i != none; i = m_nextOfMid.at(i)) {
+        if (m_task.remoteMedias.at(i)->id == id)
+            return m_task.remoteMedias.at(i);
+    }
     return first == none ? nullptr : m_task.remoteMedias.at(first);
 }
 
@@ -86,14 +98,14 @@ void UpdatePlanner::run(std::function<void()> finished)
 {
     writeLog(u"updateAll in"_s);
     checkLocalMedias([](int) { writeLog(u"updateAll in 2"_s); });
-    queueMissingContent();
-    downloadMissingCovers([self = shared_from_this(), finished = std::move(finished)] {
-        if (self->m_task.stop.stop_requested())
-            return;
-        self->restoreMissingTextFiles();
-        writeLog(u"updateAll nach missing ..."_s);
-        finished();
-    });
+    const PenTitles pen(m_task.remoteMedias);
+    queueMissingContent(pen);
+    downloadMissingCovers(pen);
+    restoreMissingTextFiles(pen);
+    if (m_task.stop.stop_requested())
+        return;
+    writeLog(u"updateAll nach missing ..."_s);
+    finished();
 }
 
 void UpdatePlanner::checkLocalMedias(std::function<void(int rows)> completion)
@@ -103,12 +115,13 @@ void UpdatePlanner::checkLocalMedias(std::function<void(int rows)> completion)
     for (const ElementPtr &local : std::as_const(m_task.localMedias)) {
         if (m_task.stop.stop_requested())
             return;
-        const ElementPtr remote = this->remote(local->mid);
+        const ElementPtr remote = this->remote(local->mid, local->id);
         if (!remote) {
             debugPrint(noMatchLine(local->mid));
+        } else if (!remote->isVersionTold) {
+            continue; // nobody knows whether it is up to date
         } else if (local->bookVersion >= remote->bookVersion) {
-            if (hasVersion(*remote))
-                ElementUpdateService::writeMetadata(*remote);
+            refreshMetadata(*local, *remote);
         } else {
             group.enter();
             m_task.sizeOf(remote->url, [group, queued, local, remote, queueRow = m_task.queueRow](
@@ -125,90 +138,110 @@ void UpdatePlanner::checkLocalMedias(std::function<void(int rows)> completion)
                  [queued, completion = std::move(completion)] { completion(*queued); });
 }
 
-void UpdatePlanner::queueMissingContent()
+/// Not of a title that has been deleted since it was read.
+void UpdatePlanner::refreshMetadata(const BaseElement &local, const BaseElement &remote)
 {
-    const QStringList mids = ElementUpdateService::getMissingMidsByQnk();
-    for (const QString &mid : mids) {
-        const ElementPtr record = remote(mid);
-        if (record && hasVersion(*record) && !m_task.stop.stop_requested())
-            m_task.queueRow(contentRow(*record));
+    if (ElementUpdateService::hasMetadata(local.id))
+        ElementUpdateService::writeMetadata(remote, local.id);
+}
+
+void UpdatePlanner::queueMissingContent(const PenTitles &pen)
+{
+    const QStringList ids = pen.withoutContent();
+    for (const QString &id : ids) {
+        const ElementPtr record = remote(PenTitles::midOf(id), id);
+        if (record && namesContent(*record) && !m_task.stop.stop_requested())
+            m_task.queueRow(contentRow(*record, id));
     }
 }
 
-QList<UpdatePlanner::Cover> UpdatePlanner::missingCovers() const
+/// Each once, for titles and for what only looks like one: a file beside the title's own.
+QList<UpdatePlanner::Cover> UpdatePlanner::missingCovers(const PenTitles &pen) const
 {
     QList<Cover> covers;
-    const QStringList mids = ElementUpdateService::getMissingFiles(FileType::png);
-    for (const QString &mid : mids) {
-        for (auto i = m_firstOfMid.value(mid, none); i != none; i = m_nextOfMid.at(i)) {
-            const ElementPtr &record = m_task.remoteMedias.at(i);
-            const auto address =
-                coverAddress(QString::number(record->publisherId), record->mid, record->id);
-            if (const auto encoded = address ? percentEncodedForQuery(*address) : std::nullopt)
-                covers.append({*encoded, URLFactory::fileName(record->id, FileType::png)});
-        }
+    QSet<QString> asked;
+    const QStringList ids = pen.without(FileType::png);
+    for (const QString &id : ids) {
+        const ElementPtr record = remote(PenTitles::midOf(id), id);
+        if (!record)
+            continue;
+        const QString title = pen.has(id, FileType::txt) ? id : pen.identifierOf(*record);
+        if (pen.has(title, FileType::png) || asked.contains(title))
+            continue;
+        asked += title;
+        const auto address =
+            coverAddress(QString::number(record->publisherId), record->mid, record->id);
+        const auto encoded = address ? percentEncodedForQuery(*address) : std::nullopt;
+        if (const auto url = encoded ? makeURL(*encoded) : std::nullopt)
+            covers.append({*url, title});
     }
     return covers;
 }
 
-void UpdatePlanner::downloadMissingCovers(std::function<void()> done)
+/// Nobody waits for them, so that a slow server holds no title up.
+void UpdatePlanner::downloadMissingCovers(const PenTitles &pen)
 {
-    downloadCovers(std::make_shared<QList<Cover>>(missingCovers()), std::move(done));
-}
-
-void UpdatePlanner::downloadCovers(const std::shared_ptr<QList<Cover>> &covers,
-                                   std::function<void()> done)
-{
-    std::optional<QUrl> url;
-    Cover cover;
-    while (!url && !covers->isEmpty()) {
-        cover = covers->takeFirst();
-        url = makeURL(cover.address);
-    }
-    if (!url || m_task.stop.stop_requested()) {
-        done();
-        return;
-    }
-    URLRequest request;
-    request.url = *url;
-    sharedSession().dataTask(request, [self = shared_from_this(), covers, cover,
-                                       done = std::move(done)](const DataTaskResult &result) {
-        if (!result.isSuccess())
-            print(u"No cover: "_s + result.failure());
-        else if (!result.data.isEmpty())
-            self->storeCover(cover, result.data);
-        self->downloadCovers(covers, done);
+    sharedSession().async([self = shared_from_this(), covers = missingCovers(pen)] {
+        self->m_covers = covers;
+        for (int i = 0; i < coversAtOnce; ++i)
+            self->downloadNextCover();
     });
 }
 
-/// What is no picture never becomes a cover.
+void UpdatePlanner::downloadNextCover()
+{
+    if (m_covers.isEmpty() || m_task.stop.stop_requested())
+        return;
+    const Cover cover = m_covers.takeFirst();
+    URLRequest request;
+    request.url = cover.url;
+    sharedSession().dataTask(
+        request, [self = shared_from_this(), cover](const DataTaskResult &result) {
+            if (!result.response)
+                self->m_covers.clear(); // nor would the server answer for the others
+            if (!result.isSuccess())
+                print(u"No cover: "_s + result.failure());
+            else
+                self->storeCover(cover, result.data);
+            self->downloadNextCover();
+        });
+}
+
+/// What is no picture never becomes a cover, nor does that of a title deleted meanwhile, which
+/// would come back with it.
 void UpdatePlanner::storeCover(const Cover &cover, const QByteArray &picture) const
 {
+    if (m_task.stop.stop_requested())
+        return;
     if (!pictureSize(picture)) {
-        print(u"No picture at "_s + cover.address);
+        print(u"No picture at "_s + cover.url.toString(QUrl::FullyEncoded));
         return;
     }
     const std::optional<QUrl> folder = URLFactory::getBookURL();
-    if (!folder || m_task.stop.stop_requested())
+    const bool isThere =
+        ElementUpdateService::hasMetadata(cover.id) || ElementService::qnkFileExists(cover.id);
+    if (!folder || !isThere)
         return;
-    const QString path = URLFactory::fileURL(*folder, cover.fileName).path(QUrl::FullyDecoded);
+    const QString name = URLFactory::fileName(cover.id, FileType::png);
+    const QString path = URLFactory::fileURL(*folder, name).path(QUrl::FullyDecoded);
     const FileResult written = FileManager::write(path, picture, FileManager::WriteMode::Atomic);
     if (!written)
         print(written.error);
 }
 
-void UpdatePlanner::restoreMissingTextFiles()
+void UpdatePlanner::restoreMissingTextFiles(const PenTitles &pen)
 {
-    const QStringList mids = ElementUpdateService::getMissingFiles(FileType::txt);
-    for (const QString &mid : mids) {
+    const QStringList ids = pen.without(FileType::txt);
+    for (const QString &id : ids) {
         if (m_task.stop.stop_requested() || !URLFactory::getBookURL())
             return;
-        const ElementPtr record = remote(mid);
+        const ElementPtr record = remote(PenTitles::midOf(id), id);
         if (!record) {
-            debugPrint(noMatchLine(mid));
+            debugPrint(noMatchLine(PenTitles::midOf(id)));
             return;
         }
-        if (hasVersion(*record))
-            ElementUpdateService::writeMetadata(*record);
+        const QString title = pen.identifierOf(*record);
+        if (record->isVersionTold && !pen.has(title, FileType::txt))
+            ElementUpdateService::writeMetadata(*record, title);
     }
 }

@@ -4,12 +4,15 @@
 #include "library/BaseElement.h"
 
 #include <QHash>
-#include <QStringList>
+#include <QString>
+#include <QUrl>
 
 #include <functional>
 #include <memory>
 #include <optional>
 #include <stop_token>
+
+class PenTitles;
 
 /// What planning works on: its own copies, and the ways out of its thread.
 struct PlanningTask
@@ -30,37 +33,36 @@ class UpdatePlanner : public std::enable_shared_from_this<UpdatePlanner>
 public:
     explicit UpdatePlanner(PlanningTask task);
 
-    /// All steps in order; `finished` runs after the last, unless planning was stopped.
+    /// All steps in order; `finished` runs after the last, unless planning was stopped. Missing
+    /// covers come afterwards, on the shared session's thread, until `stop` is requested.
     void run(std::function<void()> finished);
 
     /// Compares every pen title with its remote record: queues the outdated, refreshes the metadata
-    /// files of the others. `completion` gets the number of rows queued, on the main thread.
+    /// files of the others, leaves alone what the server told no version of. `completion` gets the
+    /// number of rows queued, on the main thread.
     void checkLocalMedias(std::function<void(int rows)> completion);
-
-    /// Queues content rows for titles with a metadata file and without content.
-    void queueMissingContent();
-
-    /// Fetches the covers that are missing on the pen one after another. `done` runs after the
-    /// last, on the shared session's thread when there was one.
-    void downloadMissingCovers(std::function<void()> done);
-
-    /// Writes the metadata files that are missing on the pen, up to the first unknown title.
-    void restoreMissingTextFiles();
 
 private:
     struct Cover
     {
-        QString address;
-        QString fileName;
+        QUrl url;
+        QString id; ///< of the title on the pen
     };
 
-    [[nodiscard]] ElementPtr remote(const QString &mid) const;
-    [[nodiscard]] QList<Cover> missingCovers() const;
-    void downloadCovers(const std::shared_ptr<QList<Cover>> &covers, std::function<void()> done);
+    /// The record of a pen title: of that identifier, or else the first of that MID.
+    [[nodiscard]] ElementPtr remote(const QString &mid, const QString &id) const;
+    static void refreshMetadata(const BaseElement &local, const BaseElement &remote);
+    void queueMissingContent(const PenTitles &pen);
+    [[nodiscard]] QList<Cover> missingCovers(const PenTitles &pen) const;
+    void downloadMissingCovers(const PenTitles &pen);
+    void downloadNextCover();
     void storeCover(const Cover &cover, const QByteArray &picture) const;
+    /// Writes the metadata files that are missing on the pen, up to the first unknown title.
+    void restoreMissingTextFiles(const PenTitles &pen);
 
     PlanningTask m_task;
     static constexpr qsizetype none = -1;
     QHash<QString, qsizetype> m_firstOfMid; ///< in the remote medias
     QList<qsizetype> m_nextOfMid;           ///< for each of them the next one with its MID, or none
+    QList<Cover> m_covers;                  ///< still to be asked for; the session's thread only
 };

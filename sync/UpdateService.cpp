@@ -11,6 +11,7 @@
 #include "platform/Address.h"
 #include "platform/Dispatch.h"
 #include "platform/FileManager.h"
+#include "platform/NotificationCenter.h"
 #include "platform/StandardOutput.h"
 #include "sync/ElementUpdateService.h"
 #include "sync/LogPostService.h"
@@ -39,14 +40,38 @@ QString text(bool flag)
 /// Rows of one name load the same file.
 QString contentName(const UpdateElement &row)
 {
-    return QStringList{row.publisherId, row.mid, row.bookVersion, row.elementId}.join(u'/');
+    return QStringList{row.publisherId, row.mid, row.bookVersion, nameOnServer(row)}.join(u'/');
 }
 
-bool isAnySizeKnown(qsizetype first, qsizetype end)
+bool isSized(const UpdateElement &row)
 {
-    const QList<UpdateElement> &rows = updateElements();
-    return std::any_of(rows.begin() + first, rows.begin() + end,
-                       [](const UpdateElement &row) { return row.contentLength > 0; });
+    return row.updateFileType == UpdateFileType::qnk && row.downloadType == DownloadType::Waiting;
+}
+
+/// False when none of the rows whose size was asked for has got one.
+bool areSizesTold(qsizetype first, qsizetype end)
+{
+    QList<UpdateElement> rows = updateElements().mid(first, end - first);
+    rows.removeIf([](const UpdateElement &row) { return !isSized(row); });
+    return rows.isEmpty() || std::any_of(rows.begin(), rows.end(), [](const UpdateElement &row) {
+               return row.contentLength > 0;
+           });
+}
+
+/// Texts that name the same title are one, in the highest version any of them names.
+ElementList titlesOf(const ElementList &texts)
+{
+    ElementList titles;
+    QHash<QString, qsizetype> places;
+    for (const ElementPtr &text : texts) {
+        const qsizetype place = places.value(text->id, titles.size());
+        places.insert(text->id, place);
+        if (place == titles.size())
+            titles += text;
+        else if (titles.at(place)->bookVersion < text->bookVersion)
+            titles[place] = text;
+    }
+    return titles;
 }
 
 /// Sweeps what interrupted placements left on the pen.
@@ -71,6 +96,10 @@ UpdateService::UpdateService(LibraryReloading &viewController, QObject *parent)
     m_softwareWait.setInterval(softwareWait);
     connect(m_downloadWindowController.get(), &DownloadWindowController::runEnded, this,
             &UpdateService::rowsEnded);
+    NotificationCenter::defaultCenter().addObserver(
+        QueueWindow::titlesDeleted, this, [this](const QVariantMap &userInfo) {
+            titlesDeleted(userInfo.value(QueueWindow::elementIdsKey).toStringList());
+        });
 }
 
 UpdateService::~UpdateService()
@@ -114,7 +143,8 @@ void UpdateService::prepareRun()
     m_state = State::Planning;
     m_stop.request_stop();
     m_stop = std::stop_source();
-    auto finished = std::exchange(m_downloadFileService, std::make_unique<DownloadFileService>(&m_kept));
+    auto finished =
+        std::exchange(m_downloadFileService, std::make_unique<DownloadFileService>(&m_kept));
     m_downloadFileService->setDownloadWindowController(m_downloadWindowController.get());
     m_downloadWindowController->setDownloadFileService(m_downloadFileService.get());
     m_versionService = std::make_unique<VersionService>(*m_downloadFileService);
@@ -122,6 +152,7 @@ void UpdateService::prepareRun()
     updateElements().removeIf(
         [](const UpdateElement &row) { return row.downloadType != DownloadType::Ready; });
     m_queuedContents.clear();
+    m_deletedTitles.clear();
     m_plannedRows.clear();
     m_needsSoftwareUpdate = false;
     m_softwareIsChecked = false;
@@ -194,7 +225,7 @@ PlanningTask UpdateService::planningTask()
 {
     const QPointer<QObject> guard(this);
     PlanningTask task;
-    task.localMedias = m_localMediasArray;
+    task.localMedias = titlesOf(m_localMediasArray);
     task.remoteMedias = pendingElements();
     task.stop = m_stop.get_token();
     task.sizeOf = [this, guard](const QString &address,
@@ -214,14 +245,22 @@ PlanningTask UpdateService::planningTask()
     return task;
 }
 
-/// A file that is already on its way is not queued again.
+/// A file that is already on its way is not queued again, nor is that of a deleted title at all.
 void UpdateService::queueRow(const UpdateElement &row)
 {
     const QString content = contentName(row);
-    if (m_queuedContents.contains(content))
+    if (m_queuedContents.contains(content) || m_deletedTitles.contains(row.elementId))
         return;
     m_queuedContents += content;
     m_plannedRows.append(row);
+}
+
+/// For the rows that are still planned; the window looks after those in the queue.
+void UpdateService::titlesDeleted(const QStringList &elementIds)
+{
+    m_deletedTitles += QSet<QString>(elementIds.begin(), elementIds.end());
+    m_plannedRows.removeIf(
+        [this](const UpdateElement &row) { return m_deletedTitles.contains(row.elementId); });
 }
 
 /// The window counts system software first, so its rows are waited for a while.
@@ -264,7 +303,7 @@ void UpdateService::showDownloadWindow()
 void UpdateService::triggerElementDownloads()
 {
     if (updateElements().isEmpty() || m_downloadWindowController->isWorking()) {
-        QueueWindow::postNotification(QueueWindow::downloadComplete);
+        m_downloadWindowController->postDownloadComplete();
         return;
     }
     m_downloadWindowController->resetProgress();
@@ -284,7 +323,7 @@ void UpdateService::sizeRows(qsizetype first)
         if (stop.stop_requested())
             return;
         // A server that tells no sizes is not asked for all of them, each until it times out.
-        if (end < updateElements().size() && isAnySizeKnown(first, end))
+        if (end < updateElements().size() && areSizesTold(first, end))
             sizeRows(end);
         else
             QueueWindow::postStartElementDownloads();
@@ -314,7 +353,7 @@ void UpdateService::sizeRow(qsizetype index, DispatchGroup group)
         group.leave();
     };
     m_downloadFileService->getContentLength(
-        contentAddress(row.publisherId, row.mid, row.bookVersion, row.elementId)
+        contentAddress(row.publisherId, row.mid, row.bookVersion, nameOnServer(row))
             .value_or(QString()),
         sized);
 }
@@ -358,6 +397,17 @@ void UpdateService::penRemoved()
     m_state = State::Idle;
     m_downloadWindowController->penRemoved();
     finishRun();
+}
+
+void UpdateService::releasePen(std::function<void()> done)
+{
+    m_runRequested = false;
+    if (isRunning())
+        m_downloadWindowController->penWillGo();
+    if (m_downloadFileService)
+        m_downloadFileService->whenAtRest(this, std::move(done));
+    else
+        Dispatch::main(this, std::move(done));
 }
 
 void UpdateService::finishRun()

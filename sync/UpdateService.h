@@ -8,6 +8,7 @@
 #include <QString>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stop_token>
@@ -37,6 +38,9 @@ public:
     /// The pen went away: a run under way ends without writing, and its window says so.
     void penRemoved();
 
+    /// Stops a run under way; `done` runs on the main thread once it has nothing open on the pen.
+    void releasePen(std::function<void()> done);
+
     [[nodiscard]] DownloadWindowController &downloadWindowController();
     [[nodiscard]] bool isRunning() const { return m_state != State::Idle; }
 
@@ -61,6 +65,7 @@ private:
     void sizeRows(qsizetype first);
     void sizeRow(qsizetype index, DispatchGroup group);
     void queueRow(const UpdateElement &row);
+    void titlesDeleted(const QStringList &elementIds);
     void rowsEnded();
     /// Starts rows that came after the run had gone through all others; false when there are none.
     bool startLateRows();
@@ -78,6 +83,7 @@ private:
     State m_state = State::Idle;
     bool m_runRequested = false;
     QSet<QString> m_queuedContents;     ///< what the run under way has queued already
+    QSet<QString> m_deletedTitles;      ///< since it began
     QList<UpdateElement> m_plannedRows; ///< until the software's rows stand before them
     QTimer m_softwareWait;              ///< how long planned rows wait for them
     std::stop_source m_stop;            ///< of the run under way

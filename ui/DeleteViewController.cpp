@@ -1,5 +1,6 @@
 #include "ui/DeleteViewController.h"
 
+#include "download/QueueWindow.h"
 #include "library/ElementService.h"
 #include "library/LibraryLists.h"
 #include "pen/NavStorageItem.h"
@@ -136,6 +137,7 @@ void DeleteViewController::deleteTitles(const QStringList &ids,
     if (DeletionHandling *shown = viewController->shownDeletionHandling())
         shown->willDelete(ids);
     const QStringList withFiles = chosen.isEmpty() ? ids : ElementService::deleteElements(chosen);
+    QueueWindow::postTitlesDeleted(chosen);
     viewController->getBaseElementsFromPen();
     const QStringList left = stillThere(ids, withFiles);
     if (DeletionHandling *shown = viewController->shownDeletionHandling())

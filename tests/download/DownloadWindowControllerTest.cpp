@@ -91,6 +91,44 @@ TEST_F(DownloadWindowTest, AnEmptyQueueIsCompleteFromTheMainQueue)
     EXPECT_EQ(shown().headline, u"label_all_downloaded"_s);
 }
 
+TEST_F(DownloadWindowTest, TheEndOfARunIsNotHeardInTheNext)
+{
+    QueueWindow::postStartElementDownloads();
+    window.prepareForRun();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(events, QStringList());
+    EXPECT_EQ(shown().headline, u"label_downloading"_s);
+}
+
+TEST_F(DownloadWindowTest, WhileATransferRunsThePenIsToStay)
+{
+    serveSoftware();
+    addTitle(u"42"_s); // fails
+    QueueWindow::postStartElementDownloads();
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_EQ(shown().headline, u"label_some_failed"_s);
+    addRow(UpdateFileType::bin, 8); // known late
+    QueueWindow::postStartElementDownloads();
+    EXPECT_TRUE(shown().headline.endsWith(stillLoading)) << qPrintable(shown().headline);
+    events.clear();
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_EQ(shown().headline, u"label_some_failed"_s);
+
+    reset();
+    window.prepareForRun();
+    addTitle(u"43"_s);
+    addTitle(u"44"_s);
+    for (const char *mid : {"43", "44"})
+        serveTitle(mid, {.body = "content"});
+    QueueWindow::postStartElementDownloads();
+    QueueWindow::postNoResponseFromServer();
+    EXPECT_TRUE(shown().headline.endsWith(stillLoading) && isPending());
+    events.clear();
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_EQ(shown().headline, u"label_no_response_from_server"_s);
+    EXPECT_EQ(states(), States(2, DownloadType::Ready));
+}
+
 TEST_F(DownloadWindowTest, ANegativeIndexStartsAndEndsNothing)
 {
     addTitle(u"42"_s).downloadType = DownloadType::Ready;

@@ -150,10 +150,7 @@ void parseContentRange(const QByteArray &bytes)
 
 void parsePicture(const QByteArray &bytes)
 {
-    if (const std::optional<QSize> size = pictureSize(bytes)) {
-        EXPECT_FALSE(size->isEmpty());
-        EXPECT_EQ(size->boundedTo(QSize(4096, 4096)), *size);
-    }
+    EXPECT_FALSE(pictureSize(bytes).value_or(QSize(1, 1)).isEmpty());
 }
 
 void parseMounts(const QByteArray &bytes)

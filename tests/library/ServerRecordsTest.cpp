@@ -95,20 +95,23 @@ TEST(ServerRecords, VersionIsTheLastObjects)
         const char *name;
         qint64 version;
         int lines; ///< that say it was set to 1
+        bool told = false;
     };
     forEachRow<Row>({{"[]", 0, 0},
                      {R"([{"42":3}])", 1, 1},
-                     {R"([{"00042":3},{"00042":2}])", 2, 0},
+                     {R"([{"00042":3},{"00042":2}])", 2, 0, true},
                      {R"([{"00042":3},{}])", 1, 1},
-                     {R"([{},{"00042":3}])", 3, 1},
+                     {R"([{},{"00042":3}])", 3, 1, true},
                      {R"([{"00042":"3"}])", 1, 1},
                      {R"([{"00042":3.5}])", 1, 1},
                      {R"([{"00042":null}])", 1, 1},
-                     {R"([{"00042":0}])", 0, 0},
+                     {R"([{"00042":0}])", 0, 0, true},
                      {R"([{"00042":-1}])", -1, 0}},
                     [](const Row &row) {
                         EXPECT_EQ(printedBy([&row] {
-                                      EXPECT_EQ(record(title, row.name).bookVersion, row.version);
+                                      const BaseElement element = record(title, row.name);
+                                      EXPECT_EQ(element.bookVersion, row.version);
+                                      EXPECT_EQ(element.isVersionTold, row.told);
                                   }),
                                   QStringList(row.lines, noVersion));
                     });
@@ -162,6 +165,19 @@ TEST(ServerRecords, OtherKeysFallBackToInitialValues)
     EXPECT_EQ(wrong.name + wrong.author + wrong.isbn + wrong.volume + wrong.publisher, QString());
     EXPECT_EQ(record(changed(R"("publisherId":7)", R"("publisherId":"7")")).publisherId, 0);
     EXPECT_EQ(record(changed(R"("Verlag")", "1")).publisherId, 7);
+}
+
+TEST(ServerRecords, TextsStayOnOneLine)
+{
+    for (const char *text : {"Drache", "978", "Verlag", R"("A")"}) {
+        for (const char *end :
+             {R"(\n)", R"(\r)", R"(\u000b)", R"(\f)", R"(\u0085)", R"(\u2028)", R"(\u2029)"}) {
+            const QByteArray broken = QByteArray(text).insert(2, QByteArray(end) + "Id: 00099_en");
+            const QString metadata = record(changed(text, broken)).textFileContent();
+            EXPECT_EQ(metadata.count(u" Id: 00099_en"_s), 1) << text << end;
+            EXPECT_EQ(BaseElement::parseTextFile(metadata).id, QString()) << text << end;
+        }
+    }
 }
 
 TEST(ServerRecords, MediaTypeMustBeExact)

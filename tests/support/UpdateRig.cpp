@@ -62,13 +62,14 @@ UpdateRig::~UpdateRig()
     FileManager::setVolumeSource(nullptr);
 }
 
-void UpdateRig::configure(const QStringList &missingKeys)
+void UpdateRig::configure(const QStringList &missingKeys, const QByteArray &instead)
 {
     QByteArray list = R"(<?xml version="1.0" encoding="UTF-8"?><plist version="1.0"><dict>)";
     for (const auto &[key, path] : addresses()) {
-        if (!missingKeys.contains(key))
-            list += "<key>" + key.toUtf8() + "</key><string>" + server.address(path).toUtf8()
-                    + "</string>";
+        const bool missing = missingKeys.contains(key);
+        if (!missing || !instead.isEmpty())
+            list += "<key>" + key.toUtf8() + "</key><string>"
+                    + (missing ? instead : server.address(path).toUtf8()) + "</string>";
     }
     configureWith(list + "</dict></plist>");
 }

@@ -17,8 +17,8 @@ public:
     UpdateRig();
     ~UpdateRig() override;
 
-    /// Every key with an address on the server, but those named.
-    void configure(const QStringList &missingKeys = {});
+    /// Every key with an address on the server, but those named, which have `instead` or nothing.
+    void configure(const QStringList &missingKeys = {}, const QByteArray &instead = {});
     /// The shipped list replaced by these bytes.
     void configureWith(const QByteArray &propertyList);
 

@@ -4,6 +4,7 @@
 #include "platform/FileManager.h"
 #include "platform/SharedSession.h"
 #include "sync/LogPostService.h"
+#include "sync/PenTitles.h"
 #include "sync/VersionService.h"
 #include "tests/support/Output.h"
 #include "tests/support/Rows.h"
@@ -120,15 +121,15 @@ TEST_F(ElementUpdate, LocalMidsComeFromEveryFileOnceInTextOrder)
                 ElementsAre(u"12"_s, u"34"_s, u"9"_s, u"readme"_s));
 }
 
-TEST_F(ElementUpdate, MissingFilesNameATitleOncePerOtherFile)
+TEST_F(ElementUpdate, MissingFilesNameATitleOnce)
 {
     rig.putTitle(u"00042_en"_s, 1, true, false);
     rig.putTitle(u"00043_en"_s, 1, false, true);
     rig.pen.write(u"book/00044_en.png"_s, "x");
-    EXPECT_THAT(ElementUpdateService::getMissingFiles(FileType::png),
-                ElementsAre(u"42"_s, u"42"_s));
-    EXPECT_THAT(ElementUpdateService::getMissingFiles(FileType::txt), ElementsAre(u"44"_s));
-    EXPECT_THAT(ElementUpdateService::getMissingMidsByQnk(), ElementsAre(u"43"_s));
+    const PenTitles titles({});
+    EXPECT_THAT(titles.without(FileType::png), ElementsAre(u"00042_en"_s));
+    EXPECT_THAT(titles.without(FileType::txt), ElementsAre(u"00044_en"_s));
+    EXPECT_THAT(titles.withoutContent(), ElementsAre(u"00043_en"_s));
 }
 
 TEST_F(ElementUpdate, WithoutAnyMidOrAddressNobodyIsAsked)

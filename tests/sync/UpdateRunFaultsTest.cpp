@@ -1,5 +1,6 @@
 // Update runs against broken input: each gives its line, ends, and leaves nothing broken on the
 // pen.
+#include "library/ElementService.h"
 #include "tests/support/Rows.h"
 #include "tests/sync/UpdateRunFixture.h"
 
@@ -80,20 +81,23 @@ TEST_F(UpdateRunFaults, NoConfigurationAtAll)
     expectOldTitle();
 }
 
-TEST_F(UpdateRunFaults, ARowWhoseAddressIsMissingIsGivenUp)
+TEST_F(UpdateRunFaults, ARowWhoseAddressIsMissingOrNoneIsGivenUp)
 {
     rig.putTitle(u"00042_en"_s, 2);
-    serveCatalogueOfOne();
-    rig.configure({u"STREAMING_SERVER_FILES_URL"_s});
-    CapturedOutput output;
-    ASSERT_TRUE(rig.run());
-    EXPECT_THAT(output.lines(),
-                testing::IsSupersetOf(
-                    {u"\"No address is configured under STREAMING_SERVER_FILES_URL\""_s,
-                     u"\"Could not create download URL for fetching QNK contents. Download wont "
-                     u"happen.\""_s}));
-    EXPECT_THAT(states(), testing::ElementsAre(DownloadType::Failed));
-    expectOldTitle();
+    for (const QByteArray address : {"", "http://[no address/", "7: none"}) {
+        serveCatalogueOfOne();
+        rig.configure({u"STREAMING_SERVER_FILES_URL"_s}, address);
+        CapturedOutput output;
+        ASSERT_TRUE(rig.run());
+        const QStringList lines = output.lines();
+        EXPECT_THAT(lines, testing::Contains(u"\"Could not create download URL for fetching QNK "
+                                             u"contents. Download wont happen.\""_s));
+        EXPECT_EQ(
+            lines.contains(u"\"No address is configured under STREAMING_SERVER_FILES_URL\""_s),
+            address.isEmpty());
+        EXPECT_THAT(states(), testing::ElementsAre(DownloadType::Failed));
+        expectOldTitle();
+    }
 }
 
 TEST_F(UpdateRunFaults, BrokenContentNeverReplacesTheOld)
@@ -124,16 +128,105 @@ TEST_F(UpdateRunFaults, BrokenContentNeverReplacesTheOld)
                     });
 }
 
-TEST_F(UpdateRunFaults, ACoverThatIsNoPictureIsNotWritten)
+/// Covers of ten titles that are up to date, beside an outdated one.
+class UpdateRunCovers : public UpdateRun
 {
-    rig.putTitle(u"00042_en"_s, 3, true, false);
-    serveCatalogueOfOne();
-    rig.server.serve("/files/7/42/42_en.png", "<html>Sorry</html>");
+protected:
+    UpdateRunCovers()
+    {
+        for (int mid = 110; mid < 120; ++mid)
+            rig.putTitle(u"00%1_en"_s.arg(mid), 3, true, false);
+        rig.pen.write(u"book/00115_en copy.qnk"_s, "no title of its own");
+        serve();
+    }
+
+    void serve()
+    {
+        serveOneOutdatedTitle();
+        QList<QByteArray> titles{UpdateRig::title(42, "Drache")};
+        QByteArray versions = R"({"00042":3)";
+        for (int mid = 110; mid < 120; ++mid) {
+            titles += UpdateRig::title(mid, "Titel");
+            versions += ",\"00" + QByteArray::number(mid) + "\":3";
+        }
+        rig.serveCatalogue(versions + '}', titles);
+    }
+    void serveCovers(const Reply &reply)
+    {
+        for (int mid = 110; mid < 120; ++mid) {
+            const QByteArray number = QByteArray::number(mid);
+            rig.server.serve("/files/7/" + number + '/' + number + "_en.png", reply);
+        }
+    }
+    [[nodiscard]] QByteArrayList asked()
+    {
+        QByteArrayList paths;
+        for (const FaultServer::Request &request : rig.server.requests()) {
+            if (request.target.endsWith(".png"))
+                paths += request.target;
+        }
+        return paths;
+    }
+    [[nodiscard]] qsizetype covers()
+    {
+        return rig.pen.names(u"book"_s).filter(u".png"_s).size() - 1;
+    }
+};
+
+TEST_F(UpdateRunCovers, ComeAFewAtATimeAndHoldNoTitleUp)
+{
+    serveCovers({.body = pngPicture(30, 40), .hold = gate});
+    ASSERT_TRUE(rig.run());
+    expectNewTitle();
+    EXPECT_TRUE(QTest::qWaitFor([this] { return asked().size() == 4; }));
+    EXPECT_EQ(covers(), 0);
+    const QString deleted = u"00%1_en"_s.arg(QString::fromLatin1(asked().first().mid(9, 3)));
+    ElementService::deleteElement(deleted);
+    gate->open();
+    EXPECT_TRUE(QTest::qWaitFor([this] { return covers() == 9; }));
+    EXPECT_EQ(asked().size(), 10);
+    EXPECT_FALSE(rig.pen.exists(u"book/"_s + deleted + u".png"_s));
+}
+
+TEST_F(UpdateRunCovers, AreGivenUpAfterTheFirstWithoutAnswer)
+{
+    serveCovers(Reply::closeBeforeHeader());
+    for (int run = 0; run < 2; ++run) {
+        ASSERT_TRUE(rig.run());
+        serve();
+    }
+    // Both runs begin with the same ones.
+    EXPECT_TRUE(QTest::qWaitFor([this] { return asked().size() >= 8; }));
+    const QByteArrayList paths = asked();
+    EXPECT_EQ(QSet<QByteArray>(paths.begin(), paths.end()).size(), 4)
+        << paths.join(' ').constData();
+}
+
+TEST_F(UpdateRunCovers, ThatAreNoPictureAreNotWritten)
+{
+    serveCovers({.body = "<html>Sorry</html>"});
+    rig.server.serve("/files/7/110/110_en.png", pngPicture(30, 40));
     CapturedOutput output;
     ASSERT_TRUE(rig.run());
-    EXPECT_FALSE(rig.pen.exists(u"book/00042_en.png"_s));
-    EXPECT_THAT(output.lines(), testing::Contains(u"No picture at "_s
-                                                  + rig.server.address("/files/7/42/42_en.png")));
+    EXPECT_TRUE(QTest::qWaitFor([this] { return covers() > 0 && asked().size() == 10; }));
+    EXPECT_TRUE(onPen(u".png"_s, u"00110_en"_s).startsWith("\x89PNG"));
+    EXPECT_EQ(covers(), 1);
+    EXPECT_FALSE(
+        output.lines().filter(u"No picture at "_s + rig.server.address("/files/7/11")).isEmpty());
+}
+
+TEST_F(UpdateRunCovers, OnTheirWayAreNotWrittenOnceThePenHasGone)
+{
+    serveCovers({.body = pngPicture(30, 40), .hold = gate});
+    ASSERT_TRUE(rig.run());
+    ASSERT_TRUE(QTest::qWaitFor([this] { return asked().size() == 4; }));
+    rig.service->penRemoved();
+    gate->open();
+    serve();
+    serveCovers({.status = 404});
+    ASSERT_TRUE(rig.run()); // another pen
+    EXPECT_TRUE(QTest::qWaitFor([this] { return asked().size() == 14; }));
+    EXPECT_EQ(covers(), 0);
 }
 
 TEST_F(UpdateRunFaults, SoftwareThatLeavesTheFolderOrIsMissingIsGivenUp)

@@ -1,5 +1,10 @@
 #include "tests/sync/UpdateRunFixture.h"
 
+#include "download/QueueWindow.h"
+#include "library/ElementService.h"
+
+#include <QFileInfo>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -11,6 +16,12 @@ protected:
     void expectLog(const QByteArray &text)
     {
         EXPECT_EQ(rig.pen.read(u"configure/log.txt"_s), text);
+    }
+    void setTime(const QString &relative, const QDateTime &time)
+    {
+        QFile file(rig.pen.path(relative));
+        EXPECT_TRUE(file.open(QFile::ReadWrite)
+                    && file.setFileTime(time, QFile::FileModificationTime));
     }
 };
 
@@ -56,16 +67,165 @@ TEST_F(UpdateRunKeeps, MetadataOfARequestedTitleUntilItsContentHasCome)
     expectNewTitle();
 }
 
-TEST_F(UpdateRunKeeps, RequestsThatThePenCouldNotTake)
+TEST_F(UpdateRunKeeps, RequestsThatThePenCouldNotTakeAsTheyWereAskedFor)
 {
     rig.pen.write(u"book/00042_en.txt/stands in the way"_s, "");
-    rig.pen.write(u"configure/tbd.txt"_s, "MID=42 MID=43\nMID=43\n");
-    const QList<QByteArray> titles{UpdateRig::title(42, "Drache"), UpdateRig::title(43, "Fee")};
-    rig.serveCatalogue(R"({"00042":3,"00043":3})", titles, titles);
+    rig.pen.write(u"book/12345_en.txt/stands in the way"_s, "");
+    rig.pen.write(u"configure/tbd.txt"_s, "MID=0042 MID=43\nMID=43\nMID=12345\nMID=0042\n");
+    const QList<QByteArray> titles{UpdateRig::title(42, "Drache"), UpdateRig::title(43, "Fee"),
+                                   UpdateRig::title(12345, "Gast")};
+    rig.serveCatalogue(R"({"00042":3,"00043":3,"12345":1})", titles, titles);
     rig.serveContent(43, 3, content);
     ASSERT_TRUE(rig.run());
-    EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "MID=42\n");
+    EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "MID=0042\nMID=1234\n");
     EXPECT_EQ(onPen(u".qnk"_s, u"00043_en"_s), content);
+}
+
+TEST_F(UpdateRunKeeps, RequestedTitlesOfWhichOnlyTheContentIsThereInSight)
+{
+    rig.pen.write(u"book/00042_en.qnk"_s, "old content");
+    rig.putTitle(u"00043_en"_s, 3);
+    rig.pen.write(u"book/00043_en.txt"_s, "\xff");
+    rig.pen.write(u"book/00098_en.qnk"_s, "unknown, and the newest: no missing text is restored");
+    setTime(u"book/00098_en.qnk"_s, QDateTime::currentDateTime().addDays(1));
+    rig.pen.write(u"configure/tbd.txt"_s, "MID=42\nMID=43\n");
+    const QList<QByteArray> titles{UpdateRig::title(42, "Drache"), UpdateRig::title(43, "Fee")};
+    rig.serveCatalogue(R"({"00042":3,"00043":3})", titles, titles);
+    ASSERT_TRUE(rig.run());
+    EXPECT_TRUE(onPen(u".txt"_s).startsWith("Name: Drache\n"));
+    EXPECT_TRUE(onPen(u".txt"_s, u"00043_en"_s).startsWith("Name: Fee\n"));
+    EXPECT_EQ(onPen(u".qnk"_s) + onPen(u".qnk"_s, u"00043_en"_s), "old contentold content");
+}
+
+TEST_F(UpdateRunKeeps, ATitleThatTheVersionsLackAndTakesAZeroForAVersion)
+{
+    rig.putTitle(u"00042_en"_s, 2);
+    rig.putTitle(u"00043_en"_s, 0, false);
+    const QList<QByteArray> titles{UpdateRig::title(42, "Drache"), UpdateRig::title(43, "Fee")};
+    rig.serveCatalogue(R"({"00043":0})", titles);
+    rig.serveContent(43, 0, content);
+    ASSERT_TRUE(rig.run());
+    expectOldTitle();
+    EXPECT_EQ(onPen(u".qnk"_s, u"00043_en"_s), content);
+    EXPECT_TRUE(onPen(u".txt"_s, u"00043_en"_s).contains("Name: Fee\n"));
+    rig.pen.write(u"book/00042_en.txt"_s, "Name: Drache\nType: Buch\n"); // version 0
+    rig.serveCatalogue(R"({"00043":0})", titles);
+    ASSERT_TRUE(rig.run());
+    EXPECT_EQ(onPen(u".qnk"_s), "old content");
+}
+
+TEST_F(UpdateRunKeeps, ThePensIdentifierAndLoadsTheTitleOnce)
+{
+    for (const QString &id : {u"00042_de"_s, u"0042_en"_s}) {
+        rig.putTitle(id, 2, true, false);
+        rig.pen.write(u"configure/tbd.txt"_s, "MID=42\n");
+        rig.serveContent(42, 3, content);
+        rig.server.serve("/files/7/42/42_en.png", pngPicture(30, 40));
+        const QList<QByteArray> titles{UpdateRig::title(42, "Drache")};
+        const qsizetype before = rig.server.requests(UpdateRig::contentPath(42, 3)).size();
+        for (int run = 0; run < 2; ++run) {
+            rig.serveCatalogue(R"({"00042":3})", titles, titles);
+            ASSERT_TRUE(rig.run());
+            EXPECT_TRUE(
+                QTest::qWaitFor([&] { return rig.pen.exists(u"book/"_s + id + u".png"_s); }));
+            EXPECT_EQ(rig.pen.names(u"book"_s),
+                      QStringList({id + u".png"_s, id + u".qnk"_s, id + u".txt"_s}));
+        }
+        EXPECT_EQ(onPen(u".qnk"_s, id), content);
+        EXPECT_TRUE(onPen(u".txt"_s, id).startsWith("Name: Drache\n"));
+        const auto requests = rig.server.requests(UpdateRig::contentPath(42, 3)).mid(before);
+        EXPECT_EQ(requests.size(), 2) << "sized and loaded";
+        for (const QString &name : rig.pen.names(u"book"_s))
+            rig.pen.remove(u"book/"_s + name);
+    }
+}
+
+TEST_F(UpdateRunKeeps, ATitleWithTwoTextsFromBeingLoadedInEveryRun)
+{
+    serveOneOutdatedTitle();
+    rig.pen.write(u"book/1_en.txt"_s, "Id: 00042_en\nName: Old\nType: Buch\nBook Version: 2\n");
+    ASSERT_TRUE(rig.run());
+    expectNewTitle();
+    rig.pen.write(u"book/00042_en.qnk"_s, "stays");
+    serveCatalogueOfOne();
+    ASSERT_TRUE(rig.run());
+    EXPECT_EQ(onPen(u".qnk"_s), "stays");
+}
+
+TEST_F(UpdateRunKeeps, MetadataThatSaysTheSameUntouched)
+{
+    serveOneOutdatedTitle();
+    rig.server.serve(UpdateRig::contentPath(42, 3), content);
+    ASSERT_TRUE(rig.run());
+    const QDateTime then = QDateTime::currentDateTime().addDays(-1);
+    setTime(u"book/00042_en.txt"_s, then);
+    serveCatalogueOfOne();
+    ASSERT_TRUE(rig.run());
+    expectNewTitle();
+    EXPECT_EQ(QFileInfo(rig.pen.path(u"book/00042_en.txt"_s)).lastModified(), then);
+}
+
+TEST_F(UpdateRunKeeps, TheSizingOfNewRowsWhateverEarlierOnesLeft)
+{
+    updateElements().resize(50);
+    for (UpdateElement &row : updateElements())
+        row.downloadType = DownloadType::Ready;
+    serveOneOutdatedTitle();
+    ASSERT_TRUE(rig.run());
+    EXPECT_EQ(updateElements().last().contentLength, content.size());
+}
+
+TEST_F(UpdateRunKeeps, TitlesDeletedThatWereDeletedWhileTheirRowsWait)
+{
+    rig.putTitle(u"00043_en"_s, 2);
+    serveOneOutdatedTitle();
+    serveCatalogueOfTwo();
+    rig.serveContent(43, 3, content);
+    rig.server.serveInTurn(
+        UpdateRig::contentPath(42, 3),
+        {{.body = content}, {.body = content, .fault = Fault::Stall, .faultAt = 10, .gate = gate}});
+    const auto remove = [this](const QString &id) {
+        ElementService::deleteElement(id);
+        QueueWindow::postTitlesDeleted({id});
+    };
+    rig.service->updateAll();
+    ASSERT_TRUE(gate->waitUntilReached());
+    remove(u"00043_en"_s);
+    QueueWindow::postTitlesDeleted({u"00042_en"_s}); // is under way
+    EXPECT_EQ(totalBytesToDownload(), content.size());
+    gate->open();
+    ASSERT_TRUE(rig.waitForEnd());
+    expectNewTitle();
+    EXPECT_THAT(states(),
+                testing::UnorderedElementsAre(DownloadType::Ready, DownloadType::Canceled));
+    EXPECT_EQ(rig.pen.names(u"book"_s).filter(u"00043"_s), QStringList());
+
+    // As long as they are only planned, too.
+    const auto version = std::make_shared<Gate>();
+    rig.putTitle(u"00043_en"_s, 2);
+    serveCatalogueOfTwo();
+    rig.server.serve("/firmwareversion", {.body = "1", .hold = version});
+    rig.service->updateAll();
+    ASSERT_TRUE(rig.server.waitForRequests("/medias", 4));
+    remove(u"00043_en"_s);
+    version->open();
+    ASSERT_TRUE(rig.waitForEnd());
+    EXPECT_THAT(states(), testing::ElementsAre(DownloadType::Ready)) << "of the run before";
+    EXPECT_EQ(rig.pen.names(u"book"_s).filter(u"00043"_s), QStringList());
+}
+
+TEST_F(UpdateRunKeeps, WhatThePenAddedToALogThatHasBeenSent)
+{
+    rig.pen.write(u"configure/log.txt"_s, "MID=1\n");
+    rig.server.serve("/log", {.hold = gate});
+    rig.service->updateAll();
+    ASSERT_TRUE(gate->waitUntilReached());
+    rig.pen.write(u"configure/log.txt"_s, "MID=1\nMID=2\n");
+    gate->open();
+    ASSERT_TRUE(rig.waitForEnd());
+    rig.server.serve("/log", {.status = 500});
+    ASSERT_TRUE(rig.run());
+    expectLog("MID=1\nMID=2\n");
 }
 
 TEST_F(UpdateRunKeeps, ItsTimeFromAServerThatTellsNoSizes)

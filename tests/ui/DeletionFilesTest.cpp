@@ -2,6 +2,7 @@
 
 #include "tests/support/Output.h"
 
+#include "download/DownloadQueue.h"
 #include "library/ElementService.h"
 #include "ui/DeletionOwner.h"
 
@@ -19,6 +20,9 @@ TEST_F(Deletion, ConfirmingRemovesTheFilesOfEveryChosenTitle)
     Alerts alerts;
     pen.write(u"book/00001_de.png"_s, "picture");
     pen.write(u"book/00001_de.old"_s, "other");
+    updateElements().resize(2);
+    updateElements()[0].elementId = affe;
+    updateElements()[1].elementId = zebra;
     press({zebra, pirat});
     CapturedOutput output;
     alerts.answer(true);
@@ -31,6 +35,10 @@ TEST_F(Deletion, ConfirmingRemovesTheFilesOfEveryChosenTitle)
     EXPECT_EQ(selectedElementIds(), QStringList());
     EXPECT_FALSE(button().isEnabled());
     EXPECT_EQ(alerts.shown.size(), 1);
+    ASSERT_EQ(updateElements().size(), 2);
+    EXPECT_EQ(updateElements().at(0).downloadType, DownloadType::Waiting);
+    EXPECT_EQ(updateElements().at(1).downloadType, DownloadType::Canceled);
+    updateElements().clear();
 }
 
 TEST_F(Deletion, TitlesThatAreInNoListAreRemovedToo)
