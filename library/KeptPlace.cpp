@@ -6,6 +6,29 @@
 
 #include <algorithm>
 
+namespace {
+
+/// The selected rows in as few pieces as there can be. Asked of the view row by row, ten thousand
+/// would take longer than a person should wait for an alert.
+QList<ElementTableModel::RowRange> markedRanges(const QAbstractItemView &view)
+{
+    QList<ElementTableModel::RowRange> ranges;
+    for (const QItemSelectionRange &range : view.selectionModel()->selection())
+        ranges.append({range.top(), range.bottom()});
+    std::sort(ranges.begin(), ranges.end(),
+              [](const auto &one, const auto &other) { return one.first < other.first; });
+    QList<ElementTableModel::RowRange> joined;
+    for (const auto &range : std::as_const(ranges)) {
+        if (!joined.isEmpty() && range.first <= joined.constLast().last + 1)
+            joined.last().last = std::max(joined.constLast().last, range.last);
+        else
+            joined.append(range);
+    }
+    return joined;
+}
+
+} // namespace
+
 KeptPlace::KeptPlace(const QAbstractItemView &view, const ElementTableModel &model)
     : m_value(view.verticalScrollBar()->value())
 {
@@ -42,7 +65,12 @@ void KeptPlace::restore(QAbstractItemView &view, const ElementTableModel &model)
 
 QStringList KeptPlace::markedIds(const QAbstractItemView &view, const ElementTableModel &model)
 {
-    return model.idsOf(view.selectionModel()->selectedRows());
+    QStringList ids;
+    for (const auto &[first, last] : markedRanges(view)) {
+        for (int row = first; row <= last; ++row)
+            ids.append(model.elements().at(row)->id);
+    }
+    return ids;
 }
 
 void KeptPlace::standAt(QAbstractItemView &view, const ElementTableModel &model, int row)
@@ -54,16 +82,16 @@ void KeptPlace::standAt(QAbstractItemView &view, const ElementTableModel &model,
 
 void KeptPlace::showMarked(QAbstractItemView &view, const ElementTableModel &model)
 {
-    const int row = model.rowsOf(markedIds(view, model)).value(0, -1);
-    if (row >= 0)
-        view.scrollTo(model.titleIndex(row));
+    const QList<ElementTableModel::RowRange> marked = markedRanges(view);
+    if (!marked.isEmpty())
+        view.scrollTo(model.titleIndex(marked.first().first));
 }
 
 void KeptPlace::markChoice(QAbstractItemView &view, const ElementTableModel &model)
 {
     const QList<ElementTableModel::RowRange> chosen = model.rangesOf(selectedElementIds());
     // Selecting anew would cut off a selection that the pointer is still drawing.
-    if (model.rangesOf(markedIds(view, model)) == chosen)
+    if (markedRanges(view) == chosen)
         return;
     if (!view.currentIndex().isValid() && !chosen.isEmpty())
         standAt(view, model, chosen.first().first);

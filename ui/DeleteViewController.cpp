@@ -11,6 +11,7 @@
 
 #include "ui_DeleteViewController.h"
 
+#include <QHash>
 #include <QSet>
 #include <QShortcut>
 
@@ -18,17 +19,16 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// A title whose record is missing goes by its id.
-QHash<QString, QString> namesById(const QStringList &ids)
+/// As the titles call them; one whose record is missing goes by its id.
+QStringList namesOf(const QStringList &ids, const ElementList &titles)
 {
     QHash<QString, QString> names;
+    for (const ElementPtr &title : titles)
+        names.insert(title->id, title->name);
+    QStringList told;
     for (const QString &id : ids)
-        names.insert(id, id);
-    for (const ElementPtr &title : allElements()) {
-        if (names.contains(title->id))
-            names[title->id] = title->name;
-    }
-    return names;
+        told += names.value(id, id);
+    return told;
 }
 
 QStringList idsOf(const ElementList &titles)
@@ -42,6 +42,8 @@ QStringList idsOf(const ElementList &titles)
 /// Those of the ids that are among the others, too.
 QStringList common(QStringList ids, const QStringList &others)
 {
+    if (ids == others) // as a rule; a set of ten thousand takes its time
+        return ids;
     const QSet<QString> known(others.begin(), others.end());
     ids.removeIf([&known](const QString &id) { return !known.contains(id); });
     return ids;
@@ -122,14 +124,13 @@ void DeleteViewController::deleteButtonAction()
     const QStringList ids = visibleChoice();
     if (ids.isEmpty())
         return;
-    DialogUtil::confirmDeletion(ids, *this, [this, ids, names = namesById(ids)](bool confirmed) {
+    DialogUtil::confirmDeletion(ids, *this, [this, ids, titles = allElements()](bool confirmed) {
         if (confirmed)
-            deleteTitles(ids, names);
+            deleteTitles(ids, titles);
     });
 }
 
-void DeleteViewController::deleteTitles(const QStringList &ids,
-                                        const QHash<QString, QString> &names)
+void DeleteViewController::deleteTitles(const QStringList &ids, const ElementList &titles)
 {
     // What is no longer chosen when it is confirmed has gone, most likely with its pen: another one
     // in its place must not lose its titles. Asked before the view drops its selection.
@@ -146,10 +147,6 @@ void DeleteViewController::deleteTitles(const QStringList &ids,
         NavStorageItem::current->updateValues();
     viewController->focusTitles();
     clearSelectedElementIds();
-    if (left.isEmpty())
-        return;
-    QStringList leftNames;
-    for (const QString &id : left)
-        leftNames += names.value(id);
-    DialogUtil::tellDeletionFailed(leftNames, *this);
+    if (!left.isEmpty())
+        DialogUtil::tellDeletionFailed(namesOf(left, titles), *this);
 }

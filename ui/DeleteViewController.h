@@ -1,8 +1,8 @@
 #pragma once
 
+#include "library/BaseElement.h"
 #include "library/Deletion.h"
 
-#include <QHash>
 #include <QStringList>
 #include <QWidget>
 
@@ -44,5 +44,5 @@ public:
 
 private:
     [[nodiscard]] QStringList visibleChoice() const;
-    void deleteTitles(const QStringList &ids, const QHash<QString, QString> &names);
+    void deleteTitles(const QStringList &ids, const ElementList &titles);
 };

@@ -88,10 +88,7 @@ void present(const Alert &alert, QWidget &parent, DialogUtil::Answer completion)
 
 QString listText(const QStringList &names)
 {
-    QStringList quoted;
-    for (const QString &name : names)
-        quoted += u'"' + name + u'"';
-    return quoted.join(u", "_s);
+    return names.isEmpty() ? QString() : u'"' + names.join(u"\", \""_s) + u'"';
 }
 
 } // namespace
