@@ -48,6 +48,8 @@ TEST_F(URLFactoryTest, TracesTheSearchAndTakesTheFirstPen)
 {
     mount(u"ARCHIV \"1\""_s);
     mount(u"NO NAME"_s);
+    FolderVolumes sorted(pen.volumes());
+    FileManager::setVolumeSource(&sorted);
     const QString each = u"getQuilloURL in for loop - current path components: "_s;
     const QString found = u"getQuilloURL Quillo URL = file:///Volumes/"_s;
     EXPECT_EQ(

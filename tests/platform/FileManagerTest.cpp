@@ -74,7 +74,7 @@ TEST_F(FileManagerTest, NamesVolumesByTheirAddresses)
     const auto urls = FileManager::mountedVolumeURLs();
     for (const QUrl &url : urls.value())
         texts.append(url.toString(QUrl::FullyEncoded));
-    EXPECT_EQ(texts, QStringList({u"file:///Volumes/NO%20NAME/"_s, u"file:///Volumes/QUILLO/"_s,
+    EXPECT_EQ(texts, QStringList({u"file:///Volumes/QUILLO/"_s, u"file:///Volumes/NO%20NAME/"_s,
                                   u"file:///Volumes/%C3%A4%23%251%3F/"_s}));
     EXPECT_TRUE(FileManager::fileExists(urls->at(2).path(QUrl::FullyDecoded)));
 }
