@@ -225,7 +225,9 @@ void UpdatePlanner::storeCover(const Cover &cover, const QByteArray &picture) co
     const QString name = URLFactory::fileName(cover.id, FileType::png);
     const QString path = URLFactory::fileURL(*folder, name).path(QUrl::FullyDecoded);
     const FileResult written = FileManager::write(path, picture, FileManager::WriteMode::Atomic);
-    if (!written)
+    if (written)
+        m_task.coverCame(cover.id);
+    else
         print(written.error);
 }
 

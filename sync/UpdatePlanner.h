@@ -24,6 +24,8 @@ struct PlanningTask
     std::function<void(const QString &address, std::function<void(std::optional<qint64>)>)> sizeOf;
     /// Takes a row for the queue. Called on any thread.
     std::function<void(const UpdateElement &row)> queueRow;
+    /// Told of a title whose cover has come. Called on the shared session's thread.
+    std::function<void(const QString &elementId)> coverCame;
 };
 
 /// Decides what the pen lacks or holds in an old version. Runs on the shared session's thread, in

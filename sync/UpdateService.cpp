@@ -242,7 +242,25 @@ PlanningTask UpdateService::planningTask()
                 queueRow(row);
         });
     };
+    task.coverCame = [this, guard, stop = task.stop](const QString &elementId) {
+        Dispatch::main(guard, [this, stop, elementId] {
+            if (!stop.stop_requested())
+                showCover(elementId);
+        });
+    };
     return task;
+}
+
+void UpdateService::showCover(const QString &elementId)
+{
+    QList<UpdateElement> &rows = updateElements();
+    const auto row = std::find_if(rows.begin(), rows.end(), [&elementId](const UpdateElement &r) {
+        return r.elementId == elementId;
+    });
+    if (row == rows.end())
+        return;
+    row->image = ElementService::loadCoverImage(elementId).value_or(dummyCover());
+    m_downloadWindowController->reloadQueueTable();
 }
 
 /// A file that is already on its way is not queued again, nor is that of a deleted title at all.

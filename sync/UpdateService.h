@@ -65,6 +65,7 @@ private:
     void sizeRows(qsizetype first);
     void sizeRow(qsizetype index, DispatchGroup group);
     void queueRow(const UpdateElement &row);
+    void showCover(const QString &elementId);
     void titlesDeleted(const QStringList &elementIds);
     void rowsEnded();
     /// Starts rows that came after the run had gone through all others; false when there are none.

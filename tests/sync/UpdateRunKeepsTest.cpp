@@ -155,7 +155,6 @@ TEST_F(UpdateRunKeeps, ATitleWithTwoTextsFromBeingLoadedInEveryRun)
 TEST_F(UpdateRunKeeps, MetadataThatSaysTheSameUntouched)
 {
     serveOneOutdatedTitle();
-    rig.server.serve(UpdateRig::contentPath(42, 3), content);
     ASSERT_TRUE(rig.run());
     const QDateTime then = QDateTime::currentDateTime().addDays(-1);
     setTime(u"book/00042_en.txt"_s, then);
@@ -178,6 +177,7 @@ TEST_F(UpdateRunKeeps, TheSizingOfNewRowsWhateverEarlierOnesLeft)
 TEST_F(UpdateRunKeeps, TitlesDeletedThatWereDeletedWhileTheirRowsWait)
 {
     rig.putTitle(u"00043_en"_s, 2);
+    setTime(u"book/00043_en.txt"_s, QDateTime::currentDateTime().addDays(-1)); // comes second
     serveOneOutdatedTitle();
     serveCatalogueOfTwo();
     rig.serveContent(43, 3, content);

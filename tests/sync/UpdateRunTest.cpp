@@ -136,7 +136,10 @@ TEST_F(UpdateRun, FetchesContentCoverAndMetadataThatAreMissing)
     ASSERT_TRUE(rig.run());
     expectNewTitle();
     EXPECT_THAT(states(), ElementsAre(DownloadType::Ready)) << "out of date and missing is one row";
-    EXPECT_TRUE(QTest::qWaitFor([this] { return onPen(u".png"_s) == pngPicture(30, 40); }));
+    EXPECT_TRUE(QTest::qWaitFor([] {
+        return updateElements().first().image.value_or(CoverImage()).size == QSize(30, 40);
+    }));
+    EXPECT_EQ(onPen(u".png"_s), pngPicture(30, 40));
     EXPECT_TRUE(onPen(u".txt"_s, u"00043_en"_s).contains("Book Version: 3\n"));
     EXPECT_EQ(onPen(u".qnk"_s, u"00043_en"_s), "content");
 }
