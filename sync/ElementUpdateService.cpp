@@ -81,13 +81,19 @@ bool isMetadataReadable(const QString &id)
 /// False when the pen has not taken the title's metadata. Metadata beside content is left to
 /// planning, which writes it with the content, and a title without a version, of which the server
 /// told none, takes nothing off the pen.
-bool storeRequestedTitle(const BaseElement &record, const QString &id, bool removePrevious)
+bool storeRequestedTitle(const BaseElement &record, const QString &id)
 {
-    const bool replaceable = record.isVersionTold;
-    if (removePrevious && replaceable && !FileService::deleteFiles(record.mid))
-        debugPrint(u"Error while deleting book "_s + record.mid);
-    const bool stays = !replaceable || ElementService::qnkFileExists(id);
+    const bool stays = !record.isVersionTold || ElementService::qnkFileExists(id);
     return (stays && isMetadataReadable(id)) || ElementUpdateService::writeMetadata(record, id);
+}
+
+/// Whether the pen has the content that it asks for. It is loaded again, and goes by being replaced
+/// only.
+bool isAskedAnew(const BaseElement &record)
+{
+    const std::optional<QUrl> content = URLFactory::url(record.mid, FileType::qnk);
+    return record.isVersionTold && content
+           && FileManager::fileExists(content->path(QUrl::FullyDecoded));
 }
 
 /// What became of the titles that the pen asked for; plain MIDs.
@@ -116,22 +122,27 @@ QString linesToKeep(const QStringList &asked, const RequestedTitles &titles)
 }
 
 /// Leaves on the pen's list what the pen could not take, and the list alone once the run is
-/// stopped.
-void storeRequestedTitles(const CatalogueRun &run, const ElementList &requested,
-                          const ElementList &all)
+/// stopped. The identifiers of what was asked for anew.
+QStringList storeRequestedTitles(const CatalogueRun &run, const ElementList &requested,
+                                 const ElementList &all)
 {
     RequestedTitles titles;
+    QStringList askedAnew;
     const PenTitles pen(all + requested);
     for (const ElementPtr &record : requested) {
         if (run.stop.stop_requested())
-            return;
+            return {};
+        const QString id = pen.identifierOf(*record);
         titles.answered += record->mid;
-        if (!storeRequestedTitle(*record, pen.identifierOf(*record), run.removePrevious))
+        if (run.removePrevious && isAskedAnew(*record))
+            askedAnew += id;
+        if (!storeRequestedTitle(*record, id))
             titles.refused += record->mid;
     }
     const std::optional<QUrl> tbd = URLFactory::getTbdFileURL();
     if (tbd && !run.stop.stop_requested())
         FileService::writeFile(linesToKeep(run.tbdMids, titles), *tbd);
+    return askedAnew;
 }
 
 void processAnswers(const CatalogueRun &run)
@@ -145,7 +156,7 @@ void processAnswers(const CatalogueRun &run)
     Catalogue catalogue;
     catalogue.records = BaseElement::elementsFromServer(*all, *versions);
     const ElementList requested = BaseElement::elementsFromServer(*tbd, *versions);
-    storeRequestedTitles(run, requested, *catalogue.records);
+    catalogue.askedAnew = storeRequestedTitles(run, requested, *catalogue.records);
     if (run.stop.stop_requested())
         return;
     catalogue.result = debugDescription(run.tbdMids);

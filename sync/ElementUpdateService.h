@@ -19,6 +19,8 @@ struct Catalogue
     QString result;
     /// The records of all listed titles; absent when the answers were not processed.
     std::optional<ElementList> records;
+    /// The pen's identifiers of titles that it asked for although it has their content.
+    QStringList askedAnew;
 };
 
 /// Brings the media server's view of the pen's titles into the program. Without state.

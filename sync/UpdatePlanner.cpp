@@ -100,6 +100,7 @@ void UpdatePlanner::run(std::function<void()> finished)
     checkLocalMedias([](int) { writeLog(u"updateAll in 2"_s); });
     const PenTitles pen(m_task.remoteMedias);
     queueMissingContent(pen);
+    queueContent(m_task.askedAnew);
     downloadMissingCovers(pen);
     restoreMissingTextFiles(pen);
     if (m_task.stop.stop_requested())
@@ -147,7 +148,11 @@ void UpdatePlanner::refreshMetadata(const BaseElement &local, const BaseElement 
 
 void UpdatePlanner::queueMissingContent(const PenTitles &pen)
 {
-    const QStringList ids = pen.withoutContent();
+    queueContent(pen.withoutContent());
+}
+
+void UpdatePlanner::queueContent(const QStringList &ids)
+{
     for (const QString &id : ids) {
         const ElementPtr record = remote(PenTitles::midOf(id), id);
         if (record && namesContent(*record) && !m_task.stop.stop_requested())

@@ -19,7 +19,8 @@ struct PlanningTask
 {
     ElementList localMedias; ///< with plain MIDs
     ElementList remoteMedias;
-    std::stop_token stop; ///< once requested nothing is written or queued any more
+    QStringList askedAnew; ///< identifiers of titles to be loaded whatever their version
+    std::stop_token stop;  ///< once requested nothing is written or queued any more
     /// Asks for the size of an address; absent when it is none.
     std::function<void(const QString &address, std::function<void(std::optional<qint64>)>)> sizeOf;
     /// Takes a row for the queue. Called on any thread.
@@ -55,6 +56,7 @@ private:
     [[nodiscard]] ElementPtr remote(const QString &mid, const QString &id) const;
     static void refreshMetadata(const BaseElement &local, const BaseElement &remote);
     void queueMissingContent(const PenTitles &pen);
+    void queueContent(const QStringList &ids);
     [[nodiscard]] QList<Cover> missingCovers(const PenTitles &pen) const;
     void downloadMissingCovers(const PenTitles &pen);
     void downloadNextCover();

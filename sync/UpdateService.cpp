@@ -202,6 +202,7 @@ void UpdateService::fetchCatalogue()
     const PlanningTask task = planningTask();
     const auto answered = [this, guard, stop, task](const Catalogue &catalogue) {
         PlanningTask planning = task;
+        planning.askedAnew = catalogue.askedAnew;
         if (catalogue.records) {
             planning.remoteMedias = *catalogue.records;
             Dispatch::main(guard, [stop, records = *catalogue.records] {

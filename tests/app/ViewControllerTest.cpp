@@ -288,8 +288,7 @@ protected:
     [[nodiscard]] bool isAsked(int times)
     {
         QTest::mouseClick(&penButton(), Qt::LeftButton);
-        QCoreApplication::sendPostedEvents();
-        return stuck.asked.size() == times;
+        return QTest::qWaitFor([&] { return stuck.asked.size() == times; });
     }
     [[nodiscard]] bool isTold(const QString &reason)
     {

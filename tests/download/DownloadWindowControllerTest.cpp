@@ -20,7 +20,7 @@ TEST_F(DownloadWindowTest, DrivesTheQueueToItsEnd)
     serveSoftware();
     addRow(UpdateFileType::iso, 5);
     addRow(UpdateFileType::bin, 8);
-    addTitle(u"42"_s);
+    addTitle(u"42"_s, 10);
     serveTitle("42", {.body = "content 42"});
     window.resetProgress();
     EXPECT_EQ(shown().headline, u"0label_systemsoftware, 0label_media"_s + stillLoading);

@@ -69,7 +69,7 @@ protected:
                          [this] { bars += window.presentation().bar; });
     }
 
-    static UpdateElement &addTitle(const QString &mid, qint64 length = 10)
+    static UpdateElement &addTitle(const QString &mid, qint64 length = 7)
     {
         UpdateElement &row = addRow(UpdateFileType::qnk, length);
         row.publisherId = QStringLiteral("7");

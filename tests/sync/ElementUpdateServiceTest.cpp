@@ -191,21 +191,6 @@ TEST_F(ElementUpdate, StoppedWhileItWritesItWritesNoMore)
         });
 }
 
-TEST_F(ElementUpdate, AnOldFileThatCannotBeDeletedIsTold)
-{
-    rig.putTitle(u"01234_en"_s, 1);
-    rig.serveCatalogue(R"({"01234":1})", {}, {UpdateRig::title(1234, "Drache")});
-    constexpr auto ownerWrites = QFile::Permissions(0x7755);
-    constexpr auto nobodyWrites = QFile::Permissions(0x5555);
-    QFile::setPermissions(QFileInfo(rig.pen.volumes()).path(), ownerWrites);
-    QFile::setPermissions(rig.pen.path(u"book"_s), nobodyWrites);
-    sharedSession().async([] { setfsuid(65534); }); // root could delete anything
-    CapturedOutput output;
-    EXPECT_TRUE(ask());
-    EXPECT_THAT(output.lines(), testing::Contains(u"\"Error while deleting book 1234\""_s));
-    QFile::setPermissions(rig.pen.path(u"book"_s), ownerWrites);
-}
-
 TEST_F(ElementUpdate, VersionsMissingInTheSettingsAreBelowAll)
 {
     DownloadFileService transfers;

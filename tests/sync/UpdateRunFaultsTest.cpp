@@ -112,20 +112,20 @@ TEST_F(UpdateRunFaults, BrokenContentNeverReplacesTheOld)
                     .fault = Fault::Close,
                     .faultAt = 5};
     rig.putTitle(u"00042_en"_s, 2);
-    forEachRow<Row>({{"NotFound", {.status = 404, .body = "not here"}},
-                     {"Cut", cut},
-                     {"AnnouncesMore", {.body = "0123456789", .announced = 20}},
-                     {"RedirectToAFile", Reply::redirect("file:///etc/hostname")},
-                     {"Garbage", {.raw = "\x00\xff garbage\r\n\r\n"}}},
-                    [this](const Row &row) {
-                        serveCatalogueOfOne();
-                        rig.server.serve(UpdateRig::contentPath(42, 3), row.reply);
-                        ASSERT_TRUE(rig.run());
-                        expectOldTitle();
-                        EXPECT_THAT(states(), testing::ElementsAre(DownloadType::Failed));
-                        EXPECT_TRUE(QTest::qWaitFor(
-                            [this] { return rig.pen.names(u"book"_s).size() == 3; }));
-                    });
+    forEachRow<Row>(
+        {{"NotFound", {.status = 404, .body = "not here"}},
+         {"Cut", cut},
+         {"AnnouncesMore", {.body = "0123456789", .announced = 20}},
+         {"RedirectToAFile", Reply::redirect("file:///etc/hostname")},
+         {"Garbage", {.raw = "\x00\xff garbage\r\n\r\n"}}},
+        [this](const Row &row) {
+            serveCatalogueOfOne();
+            rig.server.serve(UpdateRig::contentPath(42, 3), row.reply);
+            ASSERT_TRUE(rig.run());
+            expectOldTitle();
+            EXPECT_THAT(states(), testing::ElementsAre(DownloadType::Failed));
+            EXPECT_TRUE(QTest::qWaitFor([this] { return rig.pen.names(u"book"_s).size() == 3; }));
+        });
 }
 
 /// Covers of ten titles that are up to date, beside an outdated one.

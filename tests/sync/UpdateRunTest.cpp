@@ -33,7 +33,8 @@ TEST_F(UpdateRun, AsksWithTheExactAddresses)
     rig.putTitle(u"01234_en"_s, 1);
     rig.pen.write(u"configure/tbd.txt"_s, "x MID=0007 y\nMID=\nMID=1234");
     rig.pen.write(u"configure/log.txt"_s, "MID=12\nMID=12\nMID=345\n");
-    rig.serveCatalogue(R"({"00042":3,"01234":1})", {UpdateRig::title(42, "Drache")},
+    rig.serveCatalogue(R"({"00042":3,"01234":1})",
+                       {UpdateRig::title(42, "Drache"), UpdateRig::title(1234, "Neu")},
                        {UpdateRig::title(7, "Neu", "de"), UpdateRig::title(1234, "Neu")});
     rig.serveContent(42, 3, content);
     ASSERT_TRUE(rig.run());
@@ -50,14 +51,29 @@ TEST_F(UpdateRun, AsksWithTheExactAddresses)
                                        "GET /medias?mids=%220007%22,%221234%22"));
     EXPECT_THAT(others,
                 IsSupersetOf({QByteArray("POST /log"), "HEAD " + UpdateRig::contentPath(42, 3)}));
-    EXPECT_EQ(others.last(), "GET " + UpdateRig::contentPath(42, 3));
+    EXPECT_THAT(others, Contains("GET " + UpdateRig::contentPath(42, 3)));
     EXPECT_EQ(rig.server.requests("/log").first().header("Content-Type"), "application/json");
     EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "");
     EXPECT_TRUE(rig.pen.exists(u"configure/tbd.txt"_s));
     EXPECT_TRUE(onPen(u".txt"_s, u"00007_de"_s).startsWith("Name: Neu\n"));
-    // What was asked for anew has lost its old files.
+}
+
+TEST_F(UpdateRun, WhatIsAskedForAnewIsReplacedOnlyByTheWholeNew)
+{
+    rig.putTitle(u"01234_en"_s, 1);
+    const auto ask = [this] {
+        rig.pen.write(u"configure/tbd.txt"_s, "MID=1234\n");
+        rig.serveCatalogue(R"({"01234":1})", {UpdateRig::title(1234, "Neu")},
+                           {UpdateRig::title(1234, "Neu")});
+        ASSERT_TRUE(rig.run());
+    };
+    ask(); // the server has no content of it
+    EXPECT_THAT(states(), ElementsAre(DownloadType::Failed));
+    EXPECT_EQ(onPen(u".qnk"_s, u"01234_en"_s), "old content");
+    rig.serveContent(1234, 1, content);
+    ask();
+    EXPECT_EQ(onPen(u".qnk"_s, u"01234_en"_s), content);
     EXPECT_TRUE(onPen(u".txt"_s, u"01234_en"_s).startsWith("Name: Neu\n"));
-    EXPECT_FALSE(rig.pen.exists(u"book/01234_en.qnk"_s) || rig.pen.exists(u"book/01234_en.png"_s));
 }
 
 TEST_F(UpdateRun, TracesItsStepsInTheLog)
