@@ -150,8 +150,8 @@ int FilePlacement::checkSize(qint64 size) const
         return EFBIG;
     if (system.f_type != FUSE_SUPER_MAGIC || m_file < 0)
         return 0;
-    // What is behind it does not tell; the byte beyond the limit does.
-    const int error = errorOf(static_cast<int>(::pwrite(m_file, "", 1, largestOnFat)));
+    // What is behind it does not tell; a length beyond the limit does.
+    const int error = errorOf(::ftruncate(m_file, largestOnFat + 1));
     std::ignore = ::ftruncate(m_file, 0);
     return error == EFBIG ? EFBIG : 0;
 }

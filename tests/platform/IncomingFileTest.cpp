@@ -1,6 +1,7 @@
 #include "platform/IncomingFile.h"
 
 #include "tests/platform/FaultyCalls.h"
+#include "tests/support/FuseMedium.h"
 #include "tests/support/PenTest.h"
 #include "tests/support/Rows.h"
 
@@ -162,3 +163,30 @@ TEST_F(IncomingFileTest, AMediumThatIsFullAfterAllSaysWhatItLacks)
     file.discard();
     expectOldFileOnly();
 }
+
+class OnMedium : public PenTest, public testing::WithParamInterface<FuseMedium::Kind>
+{
+};
+
+TEST_P(OnMedium, AFileIsReplacedByTheWholeNewOne)
+{
+    FuseMedium medium(pen.root(), GetParam());
+    if (!medium.isAvailable())
+        GTEST_SKIP() << qPrintable(medium.reason());
+    const QString path = pen.volumePath(u"book/target.qnk"_s);
+    for (const QByteArray &content : {oldBytes, newBytes.repeated(1000)}) {
+        IncomingFile file(path);
+        EXPECT_FALSE(file.begin(content.size()));
+        EXPECT_FALSE(file.append(content.constData(), content.size()));
+        EXPECT_FALSE(file.place({}));
+        EXPECT_EQ(pen.read(u"book/target.qnk"_s), content);
+    }
+    EXPECT_EQ(pen.names(u"book"_s), QStringList(u"target.qnk"_s));
+    if (GetParam() == FuseMedium::Kind::FatImage) {
+        EXPECT_EQ(medium.faultsOfImage(), QString());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, OnMedium,
+                         testing::Values(FuseMedium::Kind::Fat, FuseMedium::Kind::FatWriteBack,
+                                         FuseMedium::Kind::FatImage));

@@ -1,0 +1,157 @@
+#include "tests/support/FuseMedium.h"
+#include "tests/sync/UpdateRunFixture.h"
+
+using namespace Qt::StringLiterals;
+using testing::Contains;
+using testing::ElementsAre;
+
+namespace {
+
+constexpr qint64 megabyte = 1'000'000;
+
+/// Whole runs onto a pen that is small, or fails, with the rules of FAT.
+class UpdateRunMedium : public UpdateRun
+{
+protected:
+    void SetUp() override
+    {
+        if (!medium.isAvailable())
+            GTEST_SKIP() << qPrintable(medium.reason());
+    }
+
+    static QByteArray bytes(char letter, qint64 size) { return QByteArray(size, letter); }
+
+    void putContent(const QString &id, const QByteArray &old)
+    {
+        rig.putTitle(id, 2);
+        rig.pen.write(u"book/"_s + id + u".qnk"_s, old);
+    }
+
+    void expectNothingHidden()
+    {
+        EXPECT_TRUE(QTest::qWaitFor(
+            [this] { return rig.pen.names(u"book"_s).filter(u".quillo-part"_s).isEmpty(); }));
+    }
+
+    FuseMedium medium{rig.pen.root(), FuseMedium::Kind::FatWriteBack};
+};
+
+} // namespace
+
+TEST_F(UpdateRunMedium, AFullPenKeepsWhatItHasAndIsToldSo)
+{
+    setCurrentLanguage(u"de"_s);
+    medium.setCapacity(6 * megabyte);
+    const QByteArray old = bytes('o', megabyte * 3 / 2);
+    for (const QString &id : {u"00042_en"_s, u"00043_en"_s, u"00044_en"_s})
+        putContent(id, old);
+    serveCatalogueOfTwo();
+    const QByteArray fits = bytes('n', old.size()); // once the old one has gone
+    const QByteArray tooMuch = bytes('N', 4 * megabyte);
+    rig.serveContent(42, 3, fits);
+    rig.serveContent(43, 3, tooMuch);
+    ASSERT_TRUE(rig.run());
+    EXPECT_THAT(states(), ElementsAre(DownloadType::Ready, DownloadType::Failed));
+    EXPECT_EQ(onPen(u".qnk"_s), fits);
+    EXPECT_EQ(onPen(u".qnk"_s, u"00043_en"_s), old);
+    EXPECT_EQ(onPen(u".qnk"_s, u"00044_en"_s), old);
+    EXPECT_THAT(window().headline.toStdString(),
+                testing::ContainsRegex("voll: 4,0 MB werden gebraucht, 1,[3-5] MB sind frei"));
+    EXPECT_EQ(rig.server.requests(UpdateRig::contentPath(43, 3)).size(), 2) << "HEAD and one GET";
+    expectNothingHidden();
+
+    rig.pen.remove(u"book/00044_en.qnk"_s);
+    rig.pen.remove(u"book/00044_en.txt"_s);
+    serveCatalogueOfTwo();
+    ASSERT_TRUE(rig.run());
+    EXPECT_EQ(onPen(u".qnk"_s, u"00043_en"_s), tooMuch);
+    expectHeadline(u"label_download_complete"_s);
+}
+
+TEST_F(UpdateRunMedium, APenThatDiesAnywhereHoldsOldOrNewAndTheNextRunMakesItWhole)
+{
+    const QByteArray old = bytes('o', 100'000);
+    const QByteArray fresh = bytes('n', 3 * megabyte);
+    for (const qint64 last : {qint64(0), megabyte, 2 * megabyte + 1, fresh.size() + 10}) {
+        SCOPED_TRACE(last);
+        FuseMedium dying(rig.pen.root(), FuseMedium::Kind::Fat);
+        putContent(u"00042_en"_s, old);
+        serveCatalogueOfOne();
+        rig.serveContent(42, 3, fresh);
+        dying.dieAfter(last);
+        ASSERT_TRUE(rig.run());
+        EXPECT_TRUE(window().headline.contains(localized(u"copy_failed_gone"_s))
+                    || last > fresh.size());
+        dying.pull();
+        EXPECT_TRUE(onPen(u".qnk"_s) == old || onPen(u".qnk"_s) == fresh);
+        FuseMedium again(rig.pen.root(), FuseMedium::Kind::Fat);
+        serveCatalogueOfOne();
+        ASSERT_TRUE(rig.run());
+        EXPECT_EQ(onPen(u".qnk"_s), fresh);
+        expectNothingHidden();
+    }
+}
+
+TEST_F(UpdateRunMedium, WhatTheMediumTellsOnlyWhenFlushedIsToldToo)
+{
+    putContent(u"00042_en"_s, "old content");
+    serveCatalogueOfOne();
+    rig.serveContent(42, 3, content);
+    medium.failFlushes(EIO);
+    ASSERT_TRUE(rig.run());
+    expectOldTitle();
+    EXPECT_TRUE(window().headline.contains(localized(u"copy_failed_gone"_s)));
+    medium.heal();
+    serveCatalogueOfOne();
+    ASSERT_TRUE(rig.run());
+    expectNewTitle();
+}
+
+TEST_F(UpdateRunMedium, AFileTooLargeForItIsRefusedBeforeItIsLoaded)
+{
+    putContent(u"00042_en"_s, "old content");
+    serveCatalogueOfOne();
+    rig.server.serve(UpdateRig::contentPath(42, 3), {.body = bytes('n', megabyte), .repeat = 4295});
+    const qint64 before = medium.written();
+    ASSERT_TRUE(rig.run());
+    expectOldTitle();
+    EXPECT_THAT(states(), ElementsAre(DownloadType::Failed));
+    EXPECT_EQ(window().headline, localized(u"label_file_too_large"_s).arg(u"4,3 GB"_s));
+    EXPECT_LT(medium.written() - before, megabyte);
+    expectNothingHidden();
+}
+
+TEST_F(UpdateRunMedium, AMediumThatTellsNoSizeIsTried)
+{
+    putContent(u"00042_en"_s, "old content");
+    serveCatalogueOfOne();
+    rig.serveContent(42, 3, content);
+    medium.tellSpace(0, 0);
+    ASSERT_TRUE(rig.run());
+    expectNewTitle();
+}
+
+/// A pen that is kept busy cannot be ejected.
+TEST_F(UpdateRunMedium, NothingStaysOpenOnThePen)
+{
+    rig.putTitle(u"00042_en"_s, 2);
+    rig.putTitle(u"00043_en"_s, 2);
+    serveCatalogueOfTwo();
+    rig.server.serveInTurn(UpdateRig::contentPath(42, 3),
+                           {{.body = content},
+                            {.body = content, .fault = Fault::Close, .faultAt = 1000},
+                            {.body = content}});
+    rig.server.serve(UpdateRig::contentPath(43, 3),
+                     {.body = content, .fault = Fault::Close, .faultAt = 1000});
+    ASSERT_TRUE(rig.run());
+    EXPECT_THAT(states(), ElementsAre(DownloadType::Ready, DownloadType::Failed));
+    const auto openOnPen = [this] {
+        QStringList open;
+        const QDir descriptors(u"/proc/self/fd"_s);
+        for (const QString &name : descriptors.entryList(QDir::Files | QDir::System))
+            open += QFile::symLinkTarget(descriptors.filePath(name));
+        return open.filter(rig.pen.root());
+    };
+    EXPECT_TRUE(QTest::qWaitFor([&] { return openOnPen().isEmpty(); }))
+        << qPrintable(openOnPen().join(u' '));
+}
