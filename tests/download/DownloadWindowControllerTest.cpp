@@ -261,6 +261,21 @@ TEST_F(DownloadWindowTest, NoAnswerLeavesOkOnlyWhateverAnEarlierRunLeft)
     EXPECT_EQ(events, QStringList(u"ended"_s));
 }
 
+TEST_F(DownloadWindowTest, TheBarNeverStartsBelowWhatIsReady)
+{
+    addTitle(u"42"_s).downloadType = DownloadType::Ready;
+    addTitle(u"43"_s, 0);
+    serveTitle("43", {.body = "content"});
+    window.prepareForRun();
+    window.resetProgress();
+    EXPECT_EQ(shown().bar, 50);
+    bars.clear();
+    QueueWindow::postStartElementDownloads();
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_EQ(std::count_if(bars.begin(), bars.end(), [](double bar) { return bar < 50; }), 0);
+    EXPECT_EQ(shown().bar, 100);
+}
+
 TEST_F(DownloadWindowTest, CancelStopsTheRunAndReloads)
 {
     const auto gate = std::make_shared<FaultServer::Gate>();

@@ -68,6 +68,29 @@ TEST_F(UpdateRunMedium, AFullPenKeepsWhatItHasAndIsToldSo)
     expectHeadline(u"label_download_complete"_s);
 }
 
+TEST_F(UpdateRunMedium, WhatCouldNotBePlacedOnceTheOldHadGoneIsNotLoadedTwice)
+{
+    medium.setCapacity(4 * megabyte);
+    putContent(u"00042_en"_s, bytes('o', 3 * megabyte));
+    const QByteArray fresh = bytes('n', 3 * megabyte);
+    serveCatalogueOfOne();
+    rig.serveContent(42, 3, fresh);
+    medium.failWritesAfter(megabyte, EIO);
+    ASSERT_TRUE(rig.run());
+    EXPECT_TRUE(window().headline.contains(localized(u"copy_failed_gone"_s)));
+    EXPECT_TRUE(onPen(u".qnk"_s).isNull());
+    expectNothingHidden();
+    medium.heal();
+    rig.server.forgetRequests();
+    serveCatalogueOfOne();
+    ASSERT_TRUE(rig.run());
+    EXPECT_EQ(onPen(u".qnk"_s), fresh);
+    EXPECT_EQ(onPen(u".txt"_s).count("Book Version: 3"), 1);
+    const auto requests = rig.server.requests(UpdateRig::contentPath(42, 3));
+    ASSERT_EQ(requests.size(), 1);
+    EXPECT_EQ(requests.first().method, "HEAD");
+}
+
 TEST_F(UpdateRunMedium, APenThatDiesAnywhereHoldsOldOrNewAndTheNextRunMakesItWhole)
 {
     const QByteArray old = bytes('o', 100'000);
