@@ -86,6 +86,7 @@ int main(int argc, char **argv)
         return runAsChild(argc, argv);
     const QTemporaryDir home;
     qputenv("HOME", home.path().toUtf8());
+    qputenv("no_proxy", "127.0.0.1"); // where the servers are
     qputenv("XDG_RUNTIME_DIR", home.path().toUtf8());
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", offscreen(home.path()));

@@ -33,6 +33,7 @@ int main(int argc, char **argv)
     if (!options)
         return report({2, u"quillo-demo: %1\n"_s.arg(error)});
 
+    qputenv("no_proxy", "127.0.0.1"); // where the demo has its servers
     DemoSetup setup(*options);
     if (options->headless && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", setup.headlessPlatform());

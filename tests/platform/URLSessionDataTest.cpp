@@ -59,6 +59,16 @@ TEST_F(URLSessionDataTest, APostIsSentOnce)
     }
 }
 
+TEST_F(URLSessionDataTest, AsksTheProxyOfTheEnvironment)
+{
+    const QByteArray foreign = "http://quillo.invalid/versions";
+    server.serve(foreign, "by proxy");
+    qputenv("http_proxy", server.address("").toUtf8());
+    const DataTaskResult result = fetch({QUrl(QString::fromLatin1(foreign)), "GET", {}, {}});
+    qunsetenv("http_proxy");
+    EXPECT_EQ(result.data, "by proxy");
+}
+
 TEST_F(URLSessionDataTest, HeadHandsOnTheAnnouncedLength)
 {
     // Longer than a body may be: that bound is not about the length of something else.

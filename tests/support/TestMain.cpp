@@ -13,6 +13,7 @@ int main(int argc, char **argv)
     QTemporaryDir home;
     for (const char *name : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"})
         qputenv(name, home.path().toUtf8());
+    qputenv("no_proxy", "127.0.0.1"); // where the tests have their servers
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
