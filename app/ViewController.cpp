@@ -265,8 +265,10 @@ void ViewController::ejectQuillo()
             guard->ejectEnded(error);
     };
     // A file that is just being loaded onto the pen would keep it busy.
-    updateService->releasePen(
-        [this, url = *volume, answered] { m_workspace.unmountVolume(url, answered); });
+    updateService->releasePen([this, url = *volume, answered, eject = m_eject] {
+        if (eject == m_eject)
+            m_workspace.unmountVolume(url, answered);
+    });
 }
 
 void ViewController::ejectEnded(const QString &error)
@@ -283,4 +285,5 @@ void ViewController::forgetEject()
 {
     m_ejecting.stop();
     ++m_eject;
+    updateService->keepPen();
 }

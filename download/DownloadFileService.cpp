@@ -276,20 +276,10 @@ void DownloadFileService::storingFailed(const Task &task, const FileFailure &fai
 
 void DownloadFileService::copyDownloadToDestination(const Download &download)
 {
-    const QStringList pieces = download.fileName.split(u'_', Qt::SkipEmptyParts);
-    if (pieces.isEmpty()) {
+    if (download.fileName.split(u'_', Qt::SkipEmptyParts).isEmpty()) {
         debugPrint(u"Could not extract MID from current file name. Aborting copying download to "
                    u"destination."_s);
         return;
-    }
-    QString metadataName = download.fileName;
-    metadataName.replace(fileExtension(FileType::qnk), fileExtension(FileType::txt));
-    for (const ElementPtr &record : std::as_const(pendingElements())) {
-        if (record->mid != pieces.first())
-            continue;
-        if (const std::optional<QUrl> folder = URLFactory::getBookURL())
-            FileService::writeFile(record->textFileContent(),
-                                   URLFactory::fileURL(*folder, metadataName));
     }
     if (download.index < updateElements().size() && m_downloadWindowController) {
         updateElements()[download.index].downloadType = DownloadType::Ready;

@@ -301,6 +301,7 @@ void DownloadWindowController::tellRunEnded()
 /// The queue goes no further; the window stays until the person closes it.
 void DownloadWindowController::endRun(Phase phase)
 {
+    m_isWorking = false;
     m_copyPercentageTimer.stop();
     enter(phase);
     tellRunEnded();
@@ -357,7 +358,6 @@ void DownloadWindowController::penWillGo()
 void DownloadWindowController::interrupt(Phase phase)
 {
     m_stopped = true;
-    m_isWorking = false;
     stopTransfers();
     endRun(phase);
 }

@@ -75,7 +75,8 @@ std::optional<QUrl> metadataFile(const QString &id)
 bool isMetadataReadable(const QString &id)
 {
     const std::optional<QUrl> file = metadataFile(id);
-    return file && ElementUpdateService::hasMetadata(id) && FileService::getFileContent(*file);
+    return file && ElementUpdateService::hasMetadata(id)
+           && !FileService::getFileContent(*file).value_or(QString()).isEmpty();
 }
 
 /// False when the pen has not taken the title's metadata. Metadata beside content is left to
@@ -87,21 +88,21 @@ bool storeRequestedTitle(const BaseElement &record, const QString &id)
     return (stays && isMetadataReadable(id)) || ElementUpdateService::writeMetadata(record, id);
 }
 
-/// Whether the pen has the content that it asks for. It is loaded again, and goes by being replaced
-/// only.
-bool isAskedAnew(const BaseElement &record)
-{
-    const std::optional<QUrl> content = URLFactory::url(record.mid, FileType::qnk);
-    return record.isVersionTold && content
-           && FileManager::fileExists(content->path(QUrl::FullyDecoded));
-}
-
 /// What became of the titles that the pen asked for; plain MIDs.
 struct RequestedTitles
 {
     QSet<QString> answered;
     QSet<QString> refused; ///< by the pen
+    QSet<QString> askedAnew;
 };
+
+QString requestLines(const QStringList &mids)
+{
+    QString lines;
+    for (const QString &mid : mids)
+        lines += u"MID="_s + mid + u'\n';
+    return lines;
+}
 
 /// The lines of the requests that the pen could not be given, as it asked for them. A refused title
 /// that nobody asked for stands for every request without an answer.
@@ -110,19 +111,30 @@ QString linesToKeep(const QStringList &asked, const RequestedTitles &titles)
     QSet<QString> unasked = titles.refused;
     for (const QString &mid : asked)
         unasked.remove(removeLeadingZeros(mid));
-    QStringList lines;
+    QStringList kept;
     for (const QString &mid : asked) {
         const QString plain = removeLeadingZeros(mid);
-        if (titles.refused.contains(plain)
+        if (titles.refused.contains(plain) || titles.askedAnew.contains(plain)
             || (!unasked.isEmpty() && !titles.answered.contains(plain)))
-            lines += u"MID="_s + mid + u'\n';
+            kept += mid;
     }
-    lines.removeDuplicates();
-    return lines.join(QString());
+    kept.removeDuplicates();
+    return requestLines(kept);
 }
 
-/// Leaves on the pen's list what the pen could not take, and the list alone once the run is
-/// stopped. The identifiers of what was asked for anew.
+/// A server may answer more than was asked for.
+bool isAskedAnew(const CatalogueRun &run, const BaseElement &record, const QString &id)
+{
+    const bool isAsked =
+        std::any_of(run.tbdMids.begin(), run.tbdMids.end(), [&record](const QString &mid) {
+            return removeLeadingZeros(mid) == record.mid;
+        });
+    return isAsked && record.isVersionTold && ElementService::qnkFileExists(id);
+}
+
+/// Leaves on the pen's list what the pen could not take and what it has content of, which is loaded
+/// again and goes by being replaced only; the list alone once the run is stopped. The identifiers
+/// of the latter.
 QStringList storeRequestedTitles(const CatalogueRun &run, const ElementList &requested,
                                  const ElementList &all)
 {
@@ -134,8 +146,10 @@ QStringList storeRequestedTitles(const CatalogueRun &run, const ElementList &req
             return {};
         const QString id = pen.identifierOf(*record);
         titles.answered += record->mid;
-        if (run.removePrevious && isAskedAnew(*record))
+        if (run.removePrevious && isAskedAnew(run, *record, id)) {
             askedAnew += id;
+            titles.askedAnew += record->mid;
+        }
         if (!storeRequestedTitle(*record, id))
             titles.refused += record->mid;
     }
@@ -154,9 +168,10 @@ void processAnswers(const CatalogueRun &run)
     if (!versions || !all || !tbd)
         return;
     Catalogue catalogue;
-    catalogue.records = BaseElement::elementsFromServer(*all, *versions);
+    const ElementList listed = BaseElement::elementsFromServer(*all, *versions);
     const ElementList requested = BaseElement::elementsFromServer(*tbd, *versions);
-    catalogue.askedAnew = storeRequestedTitles(run, requested, *catalogue.records);
+    catalogue.askedAnew = storeRequestedTitles(run, requested, listed);
+    catalogue.records = listed + requested; // the first of an identifier counts
     if (run.stop.stop_requested())
         return;
     catalogue.result = debugDescription(run.tbdMids);
@@ -188,6 +203,20 @@ void requestVersions(const std::shared_ptr<CatalogueRun> &run)
         if (!run->stop.stop_requested())
             requestAllTitles(run);
     });
+}
+
+/// Its content stands on the pen: what was kept of the request goes.
+void forgetRequest(const QString &mid)
+{
+    const std::optional<QUrl> tbd = URLFactory::getTbdFileURL();
+    if (!tbd || FileManager::contents(path(*tbd), 1).data.value_or(QByteArray()).isEmpty())
+        return;
+    QStringList left = ElementUpdateService::readTbdMids();
+    const auto isIt = [&mid](const QString &asked) {
+        return removeLeadingZeros(asked) == mid;
+    };
+    if (left.removeIf(isIt) > 0)
+        FileService::writeFile(requestLines(left), *tbd);
 }
 
 /// The record whose content the row brings.
@@ -338,6 +367,7 @@ void ElementUpdateService::downloadTitleContent(const QString &publisherId, cons
             debugPrint(u"Failed to download QNK contents for element ID "_s + elementId);
     };
     const auto placed = [row] {
+        forgetRequest(row.mid);
         if (const ElementPtr record = recordOf(row))
             writeMetadata(*record, row.elementId);
         else

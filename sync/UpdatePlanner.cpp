@@ -77,6 +77,8 @@ UpdatePlanner::UpdatePlanner(PlanningTask task)
     const ElementList &records = m_task.remoteMedias;
     m_nextOfMid.resize(records.size());
     m_firstOfMid.reserve(records.size());
+    for (const ElementPtr &local : std::as_const(m_task.localMedias))
+        m_idsOnPen += local->id;
     for (auto i = records.size() - 1; i >= 0; --i) {
         const QString &mid = records.at(i)->mid;
         m_nextOfMid[i] = m_firstOfMid.value(mid, none);
@@ -86,12 +88,15 @@ UpdatePlanner::UpdatePlanner(PlanningTask task)
 
 ElementPtr UpdatePlanner::remote(const QString &mid, const QString &id) const
 {
-    const qsizetype first = m_firstOfMid.value(mid, none);
-    for (auto i = first; i != none; i = m_nextOfMid.at(i)) {
-        if (m_task.remoteMedias.at(i)->id == id)
-            return m_task.remoteMedias.at(i);
+    ElementPtr other;
+    for (auto i = m_firstOfMid.value(mid, none); i != none; i = m_nextOfMid.at(i)) {
+        const ElementPtr &record = m_task.remoteMedias.at(i);
+        if (record->id == id)
+            return record;
+        if (!other && !m_idsOnPen.contains(record->id))
+            other = record;
     }
-    return first == none ? nullptr : m_task.remoteMedias.at(first);
+    return other;
 }
 
 void UpdatePlanner::run(std::function<void()> finished)
@@ -202,7 +207,7 @@ void UpdatePlanner::downloadNextCover()
     request.url = cover.url;
     sharedSession().dataTask(
         request, [self = shared_from_this(), cover](const DataTaskResult &result) {
-            if (!result.response)
+            if (!result.error.isEmpty())
                 self->m_covers.clear(); // nor would the server answer for the others
             if (!result.isSuccess())
                 print(u"No cover: "_s + result.failure());

@@ -4,6 +4,7 @@
 #include "library/BaseElement.h"
 
 #include <QHash>
+#include <QSet>
 #include <QString>
 #include <QUrl>
 
@@ -52,7 +53,8 @@ private:
         QString id; ///< of the title on the pen
     };
 
-    /// The record of a pen title: of that identifier, or else the first of that MID.
+    /// The record of a pen title: of that identifier, or else the first of that MID that is not
+    /// another title on the pen.
     [[nodiscard]] ElementPtr remote(const QString &mid, const QString &id) const;
     static void refreshMetadata(const BaseElement &local, const BaseElement &remote);
     void queueMissingContent(const PenTitles &pen);
@@ -66,6 +68,7 @@ private:
 
     PlanningTask m_task;
     static constexpr qsizetype none = -1;
+    QSet<QString> m_idsOnPen;
     QHash<QString, qsizetype> m_firstOfMid; ///< in the remote medias
     QList<qsizetype> m_nextOfMid;           ///< for each of them the next one with its MID, or none
     QList<Cover> m_covers;                  ///< still to be asked for; the session's thread only

@@ -12,7 +12,9 @@
 #include "platform/Dispatch.h"
 #include "platform/FileManager.h"
 #include "platform/NotificationCenter.h"
+#include "platform/SharedSession.h"
 #include "platform/StandardOutput.h"
+#include "platform/URLSession.h"
 #include "sync/ElementUpdateService.h"
 #include "sync/LogPostService.h"
 #include "sync/RequestAddresses.h"
@@ -31,6 +33,9 @@ constexpr qsizetype rowsPerSlice = 50;
 
 /// System software is loaded before titles, unless its servers make the titles wait too long.
 constexpr auto softwareWait = 3s;
+
+/// Covers that come soon after one another are shown together.
+constexpr auto coversSettle = 500ms;
 
 QString text(bool flag)
 {
@@ -53,9 +58,9 @@ bool areSizesTold(qsizetype first, qsizetype end)
 {
     QList<UpdateElement> rows = updateElements().mid(first, end - first);
     rows.removeIf([](const UpdateElement &row) { return !isSized(row); });
-    return rows.isEmpty() || std::any_of(rows.begin(), rows.end(), [](const UpdateElement &row) {
-               return row.contentLength > 0;
-           });
+    return rows.size() < rowsPerSlice
+           || std::any_of(rows.begin(), rows.end(),
+                          [](const UpdateElement &row) { return row.contentLength > 0; });
 }
 
 /// Texts that name the same title are one, in the highest version any of them names.
@@ -94,6 +99,9 @@ UpdateService::UpdateService(LibraryReloading &viewController, QObject *parent)
     m_downloadWindowController->setViewController(&viewController);
     m_softwareWait.setSingleShot(true);
     m_softwareWait.setInterval(softwareWait);
+    m_coversSettle.setSingleShot(true);
+    m_coversSettle.setInterval(coversSettle);
+    connect(&m_coversSettle, &QTimer::timeout, this, [this] { m_viewController.loadData(); });
     connect(m_downloadWindowController.get(), &DownloadWindowController::runEnded, this,
             &UpdateService::rowsEnded);
     NotificationCenter::defaultCenter().addObserver(
@@ -115,6 +123,8 @@ DownloadWindowController &UpdateService::downloadWindowController()
 
 void UpdateService::updateAll()
 {
+    if (m_isPenReleased)
+        return;
     if (isRunning()) {
         m_runRequested = true;
         return;
@@ -254,6 +264,7 @@ PlanningTask UpdateService::planningTask()
 
 void UpdateService::showCover(const QString &elementId)
 {
+    m_coversSettle.start();
     QList<UpdateElement> &rows = updateElements();
     const auto row = std::find_if(rows.begin(), rows.end(), [&elementId](const UpdateElement &r) {
         return r.elementId == elementId;
@@ -381,11 +392,11 @@ void UpdateService::rowsEnded()
 {
     // Also cancelled while it is planned, in a window left open from an earlier run.
     const bool stopped = m_downloadWindowController->isStopped();
+    if (stopped)
+        m_stop.request_stop();
     if (m_state != State::Downloading && !(stopped && isRunning()))
         return;
     m_state = State::Idle;
-    if (stopped)
-        m_stop.request_stop();
     if (stopped || !startLateRows())
         finishRun();
 }
@@ -405,9 +416,7 @@ bool UpdateService::startLateRows()
 
 void UpdateService::penRemoved()
 {
-    m_stop.request_stop(); // also for what an ended run has not heard of yet
-    m_penGone.request_stop();
-    m_penGone = std::stop_source();
+    forgetPen();
     if (!isRunning()) {
         m_downloadWindowController->explainFailedCopy();
         return;
@@ -420,13 +429,28 @@ void UpdateService::penRemoved()
 
 void UpdateService::releasePen(std::function<void()> done)
 {
+    m_isPenReleased = true;
     m_runRequested = false;
+    forgetPen();
     if (isRunning())
         m_downloadWindowController->penWillGo();
+    const QPointer<QObject> guard(this);
+    // Covers and the usage log are written on the shared session's thread.
+    const auto sharedAtRest = [guard, done = std::move(done)] {
+        sharedSession().async([guard, done] { Dispatch::main(guard, done); });
+    };
     if (m_downloadFileService)
-        m_downloadFileService->whenAtRest(this, std::move(done));
+        m_downloadFileService->whenAtRest(guard, sharedAtRest);
     else
-        Dispatch::main(this, std::move(done));
+        sharedAtRest();
+}
+
+/// Nothing on its way, of an ended run either, reaches the pen any more.
+void UpdateService::forgetPen()
+{
+    m_stop.request_stop();
+    m_penGone.request_stop();
+    m_penGone = std::stop_source();
 }
 
 void UpdateService::finishRun()

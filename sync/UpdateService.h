@@ -38,8 +38,11 @@ public:
     /// The pen went away: a run under way ends without writing, and its window says so.
     void penRemoved();
 
-    /// Stops a run under way; `done` runs on the main thread once it has nothing open on the pen.
+    /// Stops a run under way and begins none before keepPen(); `done` runs on the main thread once
+    /// nothing of a run is open on the pen.
     void releasePen(std::function<void()> done);
+    /// The pen stays, or another one may come.
+    void keepPen() { m_isPenReleased = false; }
 
     [[nodiscard]] DownloadWindowController &downloadWindowController();
     [[nodiscard]] bool isRunning() const { return m_state != State::Idle; }
@@ -70,6 +73,7 @@ private:
     void rowsEnded();
     /// Starts rows that came after the run had gone through all others; false when there are none.
     bool startLateRows();
+    void forgetPen();
     void finishRun();
 
     KeptDownloads m_kept;
@@ -83,10 +87,12 @@ private:
 
     State m_state = State::Idle;
     bool m_runRequested = false;
+    bool m_isPenReleased = false;
     QSet<QString> m_queuedContents;     ///< what the run under way has queued already
     QSet<QString> m_deletedTitles;      ///< since it began
     QList<UpdateElement> m_plannedRows; ///< until the software's rows stand before them
-    QTimer m_softwareWait;              ///< how long planned rows wait for them
-    std::stop_source m_stop;            ///< of the run under way
-    std::stop_source m_penGone;         ///< of the pen that is there, for what outlives a run
+    QTimer m_coversSettle;
+    QTimer m_softwareWait;      ///< how long planned rows wait for them
+    std::stop_source m_stop;    ///< of the run under way
+    std::stop_source m_penGone; ///< of the pen that is there, for what outlives a run
 };

@@ -125,18 +125,14 @@ Reply broken(const QByteArray &body, qint64 at, bool resumable)
 
 } // namespace
 
-TEST_F(DownloadFileServiceTest, PutsTheFileAndItsMetadataOnThePen)
+TEST_F(DownloadFileServiceTest, PutsTheFileOnThePen)
 {
     const QByteArray content = bytes(300'000);
     server.serve("/c", content);
     addRow(UpdateFileType::qnk, content.size());
-    for (const QString &mid : {u"42"_s, u"00042"_s, u"00043"_s})
-        addPending(mid);
     EXPECT_THAT(linesOfDownload("/c", 1), ElementsAre(start(1), handlers(), noHandlers));
     EXPECT_EQ(pen.read(u"book/00042_en.qnk"_s), content);
-    EXPECT_EQ(pen.names(u"book"_s), QStringList({u"00042_en.qnk"_s, u"00042_en.txt"_s}));
-    EXPECT_EQ(QString::fromUtf8(pen.read(u"book/00042_en.txt"_s)),
-              pendingElements().at(1)->textFileContent());
+    EXPECT_EQ(pen.names(u"book"_s), QStringList(u"00042_en.qnk"_s));
     EXPECT_EQ(states(), QList{DownloadType::Ready});
     EXPECT_EQ(window.index, 1);
     EXPECT_EQ(window.calls, QStringList(u"copy 0"_s));
@@ -199,7 +195,6 @@ TEST_F(DownloadFileServiceTest, ResumesAndKeepsEveryByteCounted)
     const QByteArray content = bytes(3'000'000);
     server.serveInTurn("/c", {broken(content, 2'000'000, true), Reply{.body = content}});
     addRow(UpdateFileType::qnk, content.size());
-    addPending(u"00042"_s);
     const auto lines = linesOfDownload("/c", 2);
     EXPECT_THAT(lines,
                 ElementsAre(start(1), handlers(), StartsWith(failure), start(2), noHandlers));
@@ -208,7 +203,6 @@ TEST_F(DownloadFileServiceTest, ResumesAndKeepsEveryByteCounted)
     EXPECT_NE(retry.header("Range"), "bytes=0-");
     EXPECT_TRUE(retry.hasHeader("If-Range"));
     EXPECT_EQ(pen.read(u"book/00042_en.qnk"_s), content);
-    EXPECT_TRUE(pen.exists(u"book/00042_en.txt"_s));
     EXPECT_EQ(told, QList{false});
     EXPECT_EQ(placed, 1);
     EXPECT_EQ(states(), QList{DownloadType::Ready});
@@ -349,17 +343,6 @@ TEST_F(DownloadFileServiceTest, APenPulledWhileMovingStopsTheQueue)
     EXPECT_EQ(window.index + starts + placed, 0);
     EXPECT_EQ(server.requests("/c").size(), 1);
     EXPECT_EQ(pen.names(u"book"_s), QStringList(u"00043_en.qnk"_s));
-}
-
-TEST_F(DownloadFileServiceTest, APenPulledAfterTheMoveGetsNoMetadata)
-{
-    server.serve("/c", "content");
-    addRow(UpdateFileType::qnk, 7);
-    addPending(u"00042"_s);
-    service->download(server.address("/c"), URLFactory::getBookURL().value(), u"00042_en.qnk"_s,
-                      UpdateFileType::qnk, [this](bool) { pen.pullOut(); });
-    ASSERT_TRUE(waitForStarts(1));
-    EXPECT_EQ(pen.names(u"book"_s), QStringList(u"00042_en.qnk"_s));
 }
 
 TEST_F(DownloadFileServiceTest, ARetiredServiceTellsNobodyAndGoesOnItsOwn)

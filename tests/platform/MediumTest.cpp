@@ -4,14 +4,12 @@
 #include "tests/support/Rows.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -23,7 +21,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qint64 megabyte = 1'000'000;
-constexpr off_t longestFatFile = 0xffffffff;
 
 class Medium : public testing::Test
 {
@@ -34,7 +31,7 @@ protected:
     }
 
     /// Writes, flushes and closes; the errno value of what failed first, else 0.
-    int write(const QString &name, const QByteArray &data, off_t offset = 0)
+    int write(const QString &name, const QByteArray &data)
     {
         const int file = ::open(path(name).constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
         if (file < 0)
@@ -43,7 +40,7 @@ protected:
         int error = 0;
         while (error == 0 && done < data.size()) {
             const ssize_t count = ::pwrite(file, data.constData() + done,
-                                           static_cast<size_t>(data.size() - done), offset + done);
+                                           static_cast<size_t>(data.size() - done), done);
             done += count < 0 ? 0 : count;
             error = count < 0 ? errno : 0;
         }
@@ -61,13 +58,6 @@ protected:
     int rename(const QString &from, const QString &to)
     {
         return ::rename(path(from).constData(), path(to).constData()) == 0 ? 0 : errno;
-    }
-
-    [[nodiscard]] qint64 room() const
-    {
-        struct statvfs space = {};
-        EXPECT_EQ(::statvfs(path(u"."_s).constData(), &space), 0);
-        return static_cast<qint64>(space.f_bavail * space.f_frsize);
     }
 
     QTemporaryDir m_folder;
@@ -111,59 +101,4 @@ TEST_F(Medium, KeepsFilesByTheRulesOfFat)
                          {"written back", FuseMedium::Kind::FatWriteBack},
                          {"image", FuseMedium::Kind::FatImage}},
                         check);
-}
-
-TEST_F(Medium, EndsFilesAtFourGigabytesAndAtItsCapacity)
-{
-    FuseMedium medium(m_folder.path());
-    if (!medium.isAvailable())
-        GTEST_SKIP() << qPrintable(medium.reason());
-    EXPECT_EQ(write(u"long"_s, "12345678", longestFatFile - 5), EFBIG);
-    EXPECT_EQ(QFile(QFile::decodeName(path(u"long"_s))).size(), longestFatFile);
-    EXPECT_EQ(::truncate(path(u"long"_s).constData(), longestFatFile + 1), -1);
-    EXPECT_EQ(errno, EFBIG);
-    EXPECT_EQ(::unlink(path(u"long"_s).constData()), 0);
-
-    medium.setCapacity(409'600);
-    EXPECT_EQ(room(), 409'600);
-    EXPECT_EQ(write(u"old"_s, QByteArray(100'000, 'o')), 0);
-    EXPECT_EQ(write(u"new"_s, QByteArray(400'000, 'n')), ENOSPC);
-    EXPECT_EQ(room(), 0);
-    EXPECT_EQ(rename(u"new"_s, u"old"_s), 0);
-    EXPECT_EQ(room(), 102'400); // of whole clusters
-    medium.tellSpace(0, 0);
-    EXPECT_EQ(room(), 0);
-    EXPECT_EQ(write(u"more"_s, QByteArray(100'000, 'm')), 0);
-}
-
-TEST_F(Medium, FailsAsItIsTold)
-{
-    const auto check = [this](const KindRow &row) {
-        FuseMedium medium(m_folder.path(), row.kind);
-        if (!medium.isAvailable())
-            GTEST_SKIP() << qPrintable(medium.reason());
-        medium.failWritesAfter(megabyte, EIO);
-        EXPECT_EQ(write(u"a"_s, QByteArray(2 * megabyte, 'a')), EIO);
-        EXPECT_EQ(medium.written(), megabyte);
-        medium.heal();
-        medium.failFlushes(ENOSPC);
-        EXPECT_EQ(write(u"b"_s, "b"), ENOSPC);
-        EXPECT_GT(medium.flushes(), 0);
-        medium.heal();
-        medium.setBytesPerSecond(10 * megabyte);
-        QElapsedTimer time;
-        time.start();
-        EXPECT_EQ(write(u"c"_s, QByteArray(2 * megabyte, 'c')), 0);
-        EXPECT_GE(time.elapsed(), 190);
-        const qint64 before = medium.written();
-        medium.dieAfter(megabyte);
-        EXPECT_NE(write(u"d"_s, QByteArray(2 * megabyte, 'd')), 0);
-        EXPECT_EQ(write(u"e"_s, "e"), ENOTCONN);
-        medium.pull();
-        EXPECT_EQ(read(u"c"_s).size(), 2 * megabyte);
-        EXPECT_EQ(medium.written(), before + megabyte);
-    };
-    forEachRow<KindRow>(
-        {{"at once", FuseMedium::Kind::Fat}, {"written back", FuseMedium::Kind::FatWriteBack}},
-        check);
 }

@@ -289,3 +289,65 @@ TEST_F(UpdateRunKeeps, TheLastWordForThePulledPenAfterAFailedCopy)
 }
 
 } // namespace
+
+TEST_F(UpdateRunKeeps, TitlesOfOneMidAreNotTakenForEachOther)
+{
+    const auto contentOf = [this](const QByteArray &mid, const QByteArray &area) {
+        const QByteArray path = "/files/7/" + mid + "/3/" + mid.rightJustified(5, '0') + '_' + area;
+        rig.server.serve(path + ".qnk", content + area);
+    };
+    rig.putTitle(u"12345_en"_s, 2);
+    rig.putTitle(u"12345_de"_s, 2);
+    rig.putTitle(u"00042_en"_s, 3);
+    rig.putTitle(u"00042_de"_s, 2); // of which the server says nothing
+    rig.serveCatalogue(R"({"12345":3,"00042":3})",
+                       {UpdateRig::title(12345, "English"),
+                        UpdateRig::title(12345, "Deutsch", "de"), UpdateRig::title(42, "Drache")});
+    for (const QByteArray area : {"en", "de"})
+        contentOf("12345", area);
+    contentOf("42", "en");
+    ASSERT_TRUE(rig.run());
+    EXPECT_TRUE(onPen(u".txt"_s, u"12345_en"_s).startsWith("Name: English\n"));
+    EXPECT_TRUE(onPen(u".txt"_s, u"12345_de"_s).startsWith("Name: Deutsch\n"));
+    EXPECT_EQ(onPen(u".qnk"_s, u"12345_de"_s), content + "de");
+    EXPECT_EQ(onPen(u".qnk"_s, u"00042_de"_s), "old content");
+    EXPECT_TRUE(onPen(u".txt"_s, u"00042_de"_s).startsWith("Name: Old\n"));
+}
+
+TEST_F(UpdateRunKeeps, SoftwareThatIsKnownLateIsLoadedAfterOk)
+{
+    serveOneOutdatedTitle();
+    rig.server.serve(UpdateRig::contentPath(42, 3), {.status = 503});
+    rig.server.serveInTurn("/medias",
+                           {{.body = "[" + UpdateRig::title(42, "Drache") + "]"}, {.status = 503}});
+    rig.server.serve("/firmwareversion", {.body = "2", .hold = gate});
+    rig.server.serve("/software/firmwareV2.bin", "firmware");
+    ASSERT_TRUE(rig.run());
+    expectHeadline(u"label_no_response_from_server"_s);
+    rig.service->downloadWindowController().okBtnKlicked();
+    gate->open();
+    EXPECT_TRUE(QTest::qWaitFor([this] { return rig.pen.exists(u"configure/firmwareV2.bin"_s); }));
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !rig.service->isRunning(); }));
+}
+
+TEST_F(UpdateRunKeeps, NothingBeginsOnAPenThatIsBeingEjected)
+{
+    rig.putTitle(u"00042_en"_s, 3);
+    serveCatalogueOfOne();
+    rig.server.serve("/firmwareversion", {.body = "2", .hold = gate});
+    ASSERT_TRUE(rig.run());
+    bool isReleased = false;
+    rig.service->releasePen([&] { isReleased = true; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return isReleased; }));
+    const qsizetype asked = rig.server.requests().size();
+    rig.service->updateAll();
+    EXPECT_FALSE(rig.service->isRunning());
+    QSignalSpy softwareChecked(&rig.service->downloadWindowController(),
+                               &DownloadWindowController::queueChanged);
+    gate->open();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !softwareChecked.isEmpty(); }));
+    EXPECT_FALSE(rig.service->isRunning());
+    EXPECT_EQ(rig.server.requests().size(), asked);
+    rig.service->keepPen();
+    EXPECT_TRUE(rig.run());
+}

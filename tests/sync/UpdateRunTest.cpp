@@ -37,6 +37,7 @@ TEST_F(UpdateRun, AsksWithTheExactAddresses)
                        {UpdateRig::title(42, "Drache"), UpdateRig::title(1234, "Neu")},
                        {UpdateRig::title(7, "Neu", "de"), UpdateRig::title(1234, "Neu")});
     rig.serveContent(42, 3, content);
+    rig.serveContent(1234, 1, content);
     ASSERT_TRUE(rig.run());
 
     QList<QByteArray> catalogue;
@@ -70,8 +71,11 @@ TEST_F(UpdateRun, WhatIsAskedForAnewIsReplacedOnlyByTheWholeNew)
     ask(); // the server has no content of it
     EXPECT_THAT(states(), ElementsAre(DownloadType::Failed));
     EXPECT_EQ(onPen(u".qnk"_s, u"01234_en"_s), "old content");
+    EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "MID=1234\n");
     rig.serveContent(1234, 1, content);
-    ask();
+    rig.serveCatalogue(R"({"01234":1})", {}, {UpdateRig::title(1234, "Neu")});
+    ASSERT_TRUE(rig.run());
+    EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "");
     EXPECT_EQ(onPen(u".qnk"_s, u"01234_en"_s), content);
     EXPECT_TRUE(onPen(u".txt"_s, u"01234_en"_s).startsWith("Name: Neu\n"));
 }
