@@ -49,6 +49,7 @@ void queueNextStart(const QPointer<QObject> &guard)
 
 DownloadFileService::DownloadFileService(KeptDownloads *kept)
     : m_kept(kept)
+    , m_keptGuard(kept)
     , m_defaultSession(this)
 {
 }
@@ -67,12 +68,14 @@ void DownloadFileService::retire(std::unique_ptr<DownloadFileService> service, Q
     retired->setParent(owner);
     retired->cancelAllDownloads();
     retired->m_callbackGuard.reset();
-    retired->whenAtRest(retired, [retired] { delete retired; });
+    retired->whenAtRest([guard = QPointer<QObject>(retired), retired] {
+        Dispatch::main(guard, [retired] { delete retired; });
+    });
 }
 
-void DownloadFileService::whenAtRest(const QPointer<QObject> &guard, std::function<void()> done)
+void DownloadFileService::whenAtRest(std::function<void()> done)
 {
-    m_defaultSession.async([guard, done = std::move(done)] { Dispatch::main(guard, done); });
+    m_defaultSession.async(std::move(done));
 }
 
 void DownloadFileService::setDownloadWindowController(QueueWindow *window)
@@ -130,8 +133,8 @@ DownloadFileService::Task DownloadFileService::makeTask(const Download &download
 {
     DownloadRequest request{*download.url, download.target, download.expectedSize, download.index};
     request.rest = download.resumeData;
-    if (!request.rest && m_kept)
-        request.rest = m_kept->take(request);
+    if (!request.rest && m_keptGuard)
+        request.rest = m_kept->find(request);
     return m_defaultSession.downloadTask(request);
 }
 
@@ -218,7 +221,7 @@ void DownloadFileService::transferEnded(const Task &task, const std::optional<UR
     // A failure that was on its way while its download was cancelled is part of the cancelling.
     const bool cancelled = error->kind == URLError::Kind::Cancelled || task != m_downloadTask;
     if (!cancelled && error->kind == URLError::Kind::File)
-        storingFailed(task, error->file, {});
+        storingFailed(task, error->file);
     else if (cancelled || restart(task, *error, answered))
         taskFinished(task, false);
 }
@@ -254,14 +257,11 @@ void DownloadFileService::placed(const Task &task)
 }
 
 /// What is about this file alone fails its row; anything else would meet the next one, too.
-void DownloadFileService::storingFailed(const Task &task, const FileFailure &failure,
-                                        const std::optional<PartialDownload> &whole)
+void DownloadFileService::storingFailed(const Task &task, const FileFailure &failure)
 {
     using Reason = FileFailure::Reason;
     print(u"file error: "_s + failure.text);
     taskFinished(task, false);
-    if (whole && m_kept)
-        m_kept->keep(task->request(), *whole);
     const std::shared_ptr<Download> download = m_activeDownloads.value(task->originalUrl());
     if (!m_downloadWindowController || !download || failure.reason == Reason::Cancelled)
         return;
@@ -370,13 +370,18 @@ void DownloadFileService::didFinishDownloading(const Task &task,
     });
     const FileFailure failure = file->place(task->stopToken());
     if (!failure) {
+        Dispatch::main(m_keptGuard,
+                       [kept = m_kept, url = task->originalUrl()] { kept->forget(url); });
         Dispatch::main(m_guard, [this, task] { placed(task); });
         return;
     }
-    std::optional<PartialDownload> whole;
-    if (file->isOnComputer())
-        whole = PartialDownload{file, {}, file->size()};
-    Dispatch::main(m_guard, [this, task, failure, whole] { storingFailed(task, failure, whole); });
+    if (file->isOnComputer()) { // told past a retirement: nothing else may hold the content
+        const PartialDownload whole{file, {}, file->size()};
+        Dispatch::main(m_keptGuard, [kept = m_kept, request = task->request(), whole] {
+            kept->keep(request, whole);
+        });
+    }
+    Dispatch::main(m_guard, [this, task, failure] { storingFailed(task, failure); });
 }
 
 void DownloadFileService::didFinishCollectingMetrics(const Task &)

@@ -47,7 +47,7 @@ public:
     /// Called on the main thread when the file stands on the pen, by whichever attempt.
     using PlacedHandler = std::function<void()>;
 
-    /// What cannot be placed is handed to `kept`, which may be absent and must outlive the service.
+    /// What cannot be placed is handed to `kept`, which may be absent, also by a retired service.
     explicit DownloadFileService(KeptDownloads *kept = nullptr);
     ~DownloadFileService() override;
 
@@ -76,9 +76,9 @@ public:
     /// a slow medium holds nobody up; with `owner` at the latest.
     static void retire(std::unique_ptr<DownloadFileService> service, QObject *owner);
 
-    /// Runs `done` on the main thread once nothing of this service is open on the pen any more, to
-    /// be called behind cancelAllDownloads().
-    void whenAtRest(const QPointer<QObject> &guard, std::function<void()> done);
+    /// Runs `done` on the session's thread, or drops it with the service, once nothing of what was
+    /// cancelled is open on the pen any more.
+    void whenAtRest(std::function<void()> done);
 
 private:
     using Task = std::shared_ptr<URLSessionDownloadTask>;
@@ -95,9 +95,7 @@ private:
     /// False when there was nothing left to restart.
     bool restart(const Task &task, const URLError &error, bool answered);
     void placed(const Task &task);
-    /// `whole` is there when the file can be placed by another try.
-    void storingFailed(const Task &task, const FileFailure &failure,
-                       const std::optional<PartialDownload> &whole);
+    void storingFailed(const Task &task, const FileFailure &failure);
     void copyDownloadToDestination(const Download &download);
     void taskFinished(const Task &task, bool success);
     void completionHandlersChanged() const;
@@ -109,7 +107,8 @@ private:
     void didComplete(const Task &task, const std::optional<URLError> &error) override;
 
     Task m_downloadTask; ///< of the last start; absent once cancelled
-    KeptDownloads *m_kept;
+    KeptDownloads *const m_kept;
+    const QPointer<QObject> m_keptGuard;
     QueueWindow *m_downloadWindowController = nullptr;
     QHash<QUrl, std::shared_ptr<Download>> m_activeDownloads;
     std::shared_ptr<Download> m_latestDownload = std::make_shared<Download>();

@@ -3,25 +3,21 @@
 #include "platform/URLTypes.h"
 
 #include <QHash>
+#include <QObject>
 
 /// Files that came whole but could not be placed on the pen once the old one had made room: they
 /// wait on the computer for another try while the program lives. Main thread only.
-class KeptDownloads
+class KeptDownloads : public QObject
 {
-public:
-    void keep(const DownloadRequest &request, const PartialDownload &whole)
-    {
-        m_files.insert(request.url, {request.target, whole});
-    }
+    Q_OBJECT
 
-    /// What was kept of that address for that target, if it still has the expected size.
-    [[nodiscard]] std::optional<PartialDownload> take(const DownloadRequest &request)
-    {
-        const File kept = m_files.take(request.url);
-        const bool fits = kept.target == request.target
-                          && (request.expectedSize < 0 || request.expectedSize == kept.whole.total);
-        return kept.whole.file && fits ? std::optional(kept.whole) : std::nullopt;
-    }
+public:
+    void keep(const DownloadRequest &request, const PartialDownload &whole);
+
+    /// What is kept of that address for that target, if it still has the expected size.
+    [[nodiscard]] std::optional<PartialDownload> find(const DownloadRequest &request) const;
+
+    void forget(const QUrl &url) { m_files.remove(url); }
 
 private:
     struct File

@@ -35,5 +35,6 @@ void DataTransfer::received(const char *data, qint64 size)
 
 void DataTransfer::ended(End, const QString &error)
 {
-    m_completion({m_data, response(), error});
+    const auto told = response() ? BodyLength::of(*response()).told : BodyLength::Told::Not;
+    m_completion({m_data, response(), error, told != BodyLength::Told::Not});
 }

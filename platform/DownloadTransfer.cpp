@@ -60,9 +60,7 @@ bool DownloadTransfer::begin()
     if (bytes() > 0)
         request().headers = {{"Range", "bytes=" + QByteArray::number(bytes()) + '-'},
                              {"If-Range", m_partial.validator}};
-    const bool isReady = Transfer::begin();
-    useFreshConnection(); // so that no attempt counts twice
-    return isReady;
+    return Transfer::begin();
 }
 
 void DownloadTransfer::answered(const URLResponse &response)
@@ -116,8 +114,19 @@ QString DownloadTransfer::objectionToWhole(const URLResponse &response) const
     return {};
 }
 
+/// No more than the file has is ever written; a server may not know an end.
+qint64 DownloadTransfer::limit() const
+{
+    const qint64 expected = m_task->request().expectedSize;
+    if (expected >= 0)
+        return expected;
+    return m_partial.total >= 0 ? m_partial.total : largestFile;
+}
+
 void DownloadTransfer::received(const char *data, qint64 size)
 {
+    if (bytes() + size > limit())
+        return refuse(QStringLiteral("The file has more than %1 bytes").arg(limit()));
     if (const FileFailure failure = m_partial.file->append(data, size))
         return refuseFor(failure);
     m_unreported += size;
@@ -169,7 +178,8 @@ void DownloadTransfer::ended(End how, const QString &error)
             [this](auto &delegate) { delegate.didFinishDownloading(m_task, m_partial.file); });
     else
         failure = errorFor(how, error);
-    const bool isUseless = failure ? !failure->rest : m_partial.file.use_count() == 1;
+    const bool isOthers = how == End::Cancelled && m_task->request().rest;
+    const bool isUseless = failure ? !failure->rest && !isOthers : m_partial.file.use_count() == 1;
     if (isUseless)
         m_partial.file->discard();
     callDelegate([this](auto &delegate) { delegate.didFinishCollectingMetrics(m_task); });

@@ -33,6 +33,7 @@ private:
     [[nodiscard]] std::shared_ptr<IncomingFile> newFile() const;
     [[nodiscard]] bool isWhole() const;
     [[nodiscard]] qint64 bytes() const;
+    [[nodiscard]] qint64 limit() const;
     void continueFile(const URLResponse &response);
     void startFile(const URLResponse &response);
     [[nodiscard]] QString objectionToWhole(const URLResponse &response) const;

@@ -93,8 +93,6 @@ FileFailure IncomingFile::beginOnMedium(qint64 size)
     int error = m_onMedium->open();
     if (error == 0)
         error = m_onMedium->checkSize(size);
-    if (error != 0)
-        m_onMedium->discard();
     return failureOf(error);
 }
 
@@ -124,8 +122,10 @@ FileFailure IncomingFile::place(const std::stop_token &stop)
     if (!m_onMedium)
         return placeFromComputer(stop);
     const int error = m_onMedium->finish(target(), stop);
-    m_onMedium.reset(); // holds the medium busy
-    return failureOf(error);
+    const FileFailure failure = failureOf(error);
+    if (!failure)
+        discard(); // would hold the medium busy
+    return failure;
 }
 
 FileFailure IncomingFile::placeFromComputer(const std::stop_token &stop)
@@ -150,12 +150,17 @@ FileFailure IncomingFile::placeFromComputer(const std::stop_token &stop)
     if (error == 0)
         error = placement.finish(target(), heeded);
     placement.discard();
-    return failureOf(error);
+    const FileFailure failure = failureOf(error);
+    if (!failure)
+        discard();
+    return failure;
 }
 
-/// With figures where the medium was full after all.
-FileFailure IncomingFile::failureOf(int error) const
+/// With figures where the medium was full after all; without the neighbour, which takes room.
+FileFailure IncomingFile::failureOf(int error)
 {
+    if (error != 0)
+        m_onMedium.reset();
     FileFailure failure = FileFailure::of(error);
     failure.needed = std::max(m_announced, m_size);
     if (Room room; error == ENOSPC && FilePlacement(target(), m_calls).room(room) == 0)

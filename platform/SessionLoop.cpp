@@ -7,11 +7,16 @@
 
 namespace {
 
+/// As many as servers commonly grant one client.
+constexpr long connectionsPerHost = 8;
+
 CURLM *newMulti()
 {
     static std::once_flag once;
     std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
-    return curl_multi_init();
+    CURLM *multi = curl_multi_init();
+    curl_multi_setopt(multi, CURLMOPT_MAX_HOST_CONNECTIONS, connectionsPerHost);
+    return multi;
 }
 
 Transfer &transferOf(CURL *easy)
@@ -56,10 +61,12 @@ void SessionLoop::run()
 
 void SessionLoop::drive()
 {
+    // What came while a callback took its time is read before anybody counts as silent.
+    const auto begin = Transfer::Clock::now();
     int running = 0;
     curl_multi_perform(m_multi, &running);
     endFinished();
-    endCancelledAndSilent();
+    endCancelledAndSilent(begin);
 }
 
 void SessionLoop::start(std::unique_ptr<Transfer> transfer)
@@ -97,9 +104,8 @@ void SessionLoop::endFinished()
     }
 }
 
-void SessionLoop::endCancelledAndSilent()
+void SessionLoop::endCancelledAndSilent(Transfer::Clock::time_point now)
 {
-    const auto now = Transfer::Clock::now();
     for (size_t i = m_running.size(); i-- > 0;) {
         Transfer &transfer = *m_running[i];
         if (transfer.isCancelled())

@@ -28,7 +28,7 @@ public:
 private:
     void drive();
     void endFinished();
-    void endCancelledAndSilent();
+    void endCancelledAndSilent(Transfer::Clock::time_point now);
     void end(Transfer &transfer, const std::function<void()> &tell);
     [[nodiscard]] int longestWait() const;
 

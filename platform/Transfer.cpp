@@ -58,6 +58,11 @@ void Transfer::setOptions()
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, bodyBytes);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    curl_easy_setopt(easy, CURLOPT_XFERINFOFUNCTION, progress);
+    curl_easy_setopt(easy, CURLOPT_XFERINFODATA, this);
+    curl_easy_setopt(easy, CURLOPT_NOPROGRESS, 0L);
+    curl_easy_setopt(easy, CURLOPT_FRESH_CONNECT, 1L);
+    curl_easy_setopt(easy, CURLOPT_FORBID_REUSE, 1L);
     curl_easy_setopt(easy, CURLOPT_URL, m_request.url.toEncoded().constData());
     curl_easy_setopt(easy, CURLOPT_PATH_AS_IS, 1L);
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
@@ -85,8 +90,6 @@ void Transfer::setMethod()
         curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t(m_request.body.size()));
         curl_easy_setopt(easy, CURLOPT_POSTFIELDS, m_request.body.constData());
     }
-    if (!isRepeatable(m_request))
-        useFreshConnection();
 }
 
 void Transfer::setHeaders()
@@ -100,11 +103,6 @@ void Transfer::setHeaders()
         list = curl_slist_append(list, line.constData());
     m_headers.reset(list);
     curl_easy_setopt(handle(), CURLOPT_HTTPHEADER, list);
-}
-
-void Transfer::useFreshConnection()
-{
-    curl_easy_setopt(handle(), CURLOPT_FRESH_CONNECT, 1L);
 }
 
 size_t Transfer::headerLine(char *data, size_t, size_t size, void *transfer)
@@ -162,6 +160,14 @@ size_t Transfer::bodyBytes(char *data, size_t, size_t size, void *transfer)
     self->received(data, static_cast<qint64>(size));
     self->m_lastSign = Clock::now();
     return self->m_refusal.isNull() ? size : 0;
+}
+
+int Transfer::progress(void *transfer, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent)
+{
+    auto *self = static_cast<Transfer *>(transfer);
+    if (std::exchange(self->m_sent, sent) != sent)
+        self->m_lastSign = Clock::now();
+    return 0;
 }
 
 bool Transfer::followRedirect()

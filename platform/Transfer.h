@@ -8,8 +8,8 @@
 #include <memory>
 
 /// One request and its one answer, on a session's thread: sends, follows redirects, reads, and says
-/// how it ended. A request is sent once; only one for which a kept connection turns out to be dead
-/// before a byte of the answer may be sent again, and those are GET and HEAD of data.
+/// how it ended. Every request has a connection of its own: on a kept one it would be sent twice
+/// when that had died, and could be answered with what an earlier answer left there.
 class Transfer
 {
 public:
@@ -25,8 +25,8 @@ public:
     /// Makes the request ready; false when it has ended without one.
     [[nodiscard]] virtual bool begin();
     [[nodiscard]] virtual bool isCancelled() const { return false; }
-    /// When a byte of the body came last; before that, when the transfer began: a header is no sign
-    /// of life, or one without end would hold the transfer for ever.
+    /// When a byte of a body was sent or came last; before that, when the transfer began: a header
+    /// is no sign of life, or one without end would hold the transfer for ever.
     [[nodiscard]] Clock::time_point lastSign() const { return m_lastSign; }
 
     /// True when the answer leads on to another address, which is ready to be asked.
@@ -50,8 +50,6 @@ protected:
     /// "HTTP 404 Not Found"
     [[nodiscard]] QString statusText() const;
 
-    /// Has the answer to this request come over a connection of its own.
-    void useFreshConnection();
     /// Has the transfer end with this; the rest of the answer is dropped.
     void refuse(const QString &error) { m_refusal = error; }
 
@@ -72,6 +70,7 @@ private:
 
     static size_t headerLine(char *data, size_t one, size_t size, void *transfer);
     static size_t bodyBytes(char *data, size_t one, size_t size, void *transfer);
+    static int progress(void *transfer, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent);
 
     void setOptions();
     void setMethod();
@@ -91,6 +90,7 @@ private:
     std::optional<URLResponse> m_response;
     std::optional<QUrl> m_redirect;
     int m_redirects = 0;
+    curl_off_t m_sent = 0; ///< bytes of the body
     QString m_refusal;
     Clock::time_point m_lastSign = Clock::now();
 };

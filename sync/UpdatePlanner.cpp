@@ -209,7 +209,7 @@ void UpdatePlanner::downloadNextCover()
         request, [self = shared_from_this(), cover](const DataTaskResult &result) {
             if (!result.error.isEmpty())
                 self->m_covers.clear(); // nor would the server answer for the others
-            if (!result.isSuccess())
+            if (!result.isSuccess() || !result.isEndTold)
                 print(u"No cover: "_s + result.failure());
             else
                 self->storeCover(cover, result.data);

@@ -79,6 +79,15 @@ ElementList titlesOf(const ElementList &texts)
     return titles;
 }
 
+/// Work that keeps the group waiting for as long as it is waited for itself, done or dropped.
+std::function<void()> inGroup(DispatchGroup group)
+{
+    group.enter();
+    const std::shared_ptr<void> waited(nullptr, [group](void *) mutable { group.leave(); });
+    return [waited] {
+    };
+}
+
 /// Sweeps what interrupted placements left on the pen.
 void removeLeftovers()
 {
@@ -434,15 +443,14 @@ void UpdateService::releasePen(std::function<void()> done)
     forgetPen();
     if (isRunning())
         m_downloadWindowController->penWillGo();
-    const QPointer<QObject> guard(this);
-    // Covers and the usage log are written on the shared session's thread.
-    const auto sharedAtRest = [guard, done = std::move(done)] {
-        sharedSession().async([guard, done] { Dispatch::main(guard, done); });
-    };
+    DispatchGroup writers;
+    QList<DownloadFileService *> services = findChildren<DownloadFileService *>(); // retired
     if (m_downloadFileService)
-        m_downloadFileService->whenAtRest(guard, sharedAtRest);
-    else
-        sharedAtRest();
+        services += m_downloadFileService.get();
+    for (DownloadFileService *service : std::as_const(services))
+        service->whenAtRest(inGroup(writers));
+    sharedSession().async(inGroup(writers)); // covers and the usage log
+    writers.notify(this, std::move(done));
 }
 
 /// Nothing on its way, of an ended run either, reaches the pen any more.

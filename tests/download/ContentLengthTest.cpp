@@ -17,6 +17,7 @@ TEST_F(TransferTest, ContentLengthIsAskedForByHead)
     forEachRow<Row>(
         {{"Announced", {.body = "12345"}, 5},
          {"MoreThanFourGigabytes", {.body = "x", .announced = 5'000'000'000}, 5'000'000'000},
+         {"MoreThanAnyPen", {.body = "x", .announced = 1'099'511'627'777}, {}},
          {"Absent", {.body = "12345", .length = FaultServer::Length::Absent}, {}},
          {"NotANumber", {.headers = {{"Content-Length", "many"}}, .body = "x"}, {}},
          {"TooLarge", {.headers = {{"Content-Length", "99999999999999999999"}}, .body = "x"}, {}},

@@ -188,6 +188,8 @@ TEST_F(DownloadFileServiceTest, RetriesFromZeroOnceThenSkips)
     EXPECT_EQ(totalBytesToDownload(), 500);
     EXPECT_EQ(pen.read(u"book/00042_en.qnk"_s), "old");
     EXPECT_EQ(totalBytesDownloaded(), 0);
+    download("/c"); // skipped at once
+    EXPECT_EQ(totalBytesDownloaded(), 0);
 }
 
 TEST_F(DownloadFileServiceTest, ResumesAndKeepsEveryByteCounted)

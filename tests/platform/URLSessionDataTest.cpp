@@ -1,5 +1,9 @@
 #include "tests/platform/URLSessionFixture.h"
 
+#include <QTest>
+
+#include <atomic>
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -48,15 +52,41 @@ TEST_F(URLSessionDataTest, APostIsFollowedOnlyWhereItStaysOne)
     }
 }
 
-TEST_F(URLSessionDataTest, APostIsSentOnce)
+TEST_F(URLSessionDataTest, EveryRequestIsSentOnceOverAConnectionOfItsOwn)
 {
-    server.serve("/log", {.body = "first", .keepsAlive = false});
-    EXPECT_EQ(fetch("/log").data, "first"); // a kept connection that the server has ended since
+    server.serve("/log", "kept alive");
+    EXPECT_EQ(fetch("/log").data, "kept alive");
     server.serve("/log", Reply::closeBeforeHeader());
-    for (const int count : {1, 2}) {
-        EXPECT_FALSE(fetch({server.url("/log"), "POST", {}, "[1]"}).isSuccess());
-        EXPECT_EQ(server.requests("/log").size(), 1 + count);
+    int sent = 1;
+    for (const char *method : {"POST", "GET", "HEAD"}) {
+        EXPECT_FALSE(fetch({server.url("/log"), method, {}, {}}).isSuccess()) << method;
+        EXPECT_EQ(server.requests("/log").size(), ++sent) << method;
     }
+    EXPECT_EQ(download("/log").calls, failure);
+    EXPECT_EQ(server.requests("/log").size(), sent + 1);
+    EXPECT_EQ(server.connections(), sent + 1);
+}
+
+TEST_F(URLSessionDataTest, ACallbackThatTakesItsTimeIsNoSilenceOfOthers)
+{
+    const auto gate = std::make_shared<Gate>();
+    session->setTimeout(200ms);
+    server.serve("/slow", {.body = "slow", .hold = gate});
+    std::optional<DataTaskResult> told;
+    std::atomic<bool> isTold = false;
+    session->dataTask({server.url("/slow"), "GET", {}, {}}, [&](const DataTaskResult &result) {
+        told = result;
+        isTold = true;
+    });
+    ASSERT_TRUE(gate->waitUntilReached());
+    session->async([&gate] {
+        const auto end = std::chrono::steady_clock::now() + 300ms; // as a slow medium's flush
+        gate->open();
+        while (std::chrono::steady_clock::now() < end)
+            std::this_thread::yield();
+    });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return isTold.load(); }));
+    EXPECT_EQ(told->error, QString());
 }
 
 TEST_F(URLSessionDataTest, AsksTheProxyOfTheEnvironment)

@@ -109,6 +109,7 @@ void FaultServer::acceptConnections()
                 ::close(socket);
             return;
         }
+        m_connectionCount += socket >= 0 ? 1 : 0;
         if (socket >= 0)
             m_connections.push_back(std::make_unique<Connection>(
                 socket, m_stop.get_token(),

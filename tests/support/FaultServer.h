@@ -6,6 +6,7 @@
 #include <QString>
 #include <QUrl>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -100,7 +101,6 @@ public:
         qint64 slice = 0;                   ///< a slow server: this many bytes at a time ...
         std::chrono::milliseconds pause{0}; ///< ... and this long between them
         std::optional<QByteArray> raw = std::nullopt; ///< these bytes and the end, nothing else
-        bool keepsAlive = true; ///< false: the connection ends behind the answer without a word
 
         [[nodiscard]] static Reply redirect(const QByteArray &location, int status = 302);
         [[nodiscard]] static Reply closeBeforeHeader() { return {.raw = QByteArray()}; }
@@ -138,6 +138,8 @@ public:
                                        int timeout = 10'000) const;
 
     void forgetRequests();
+    /// How many came so far.
+    [[nodiscard]] int connections() const { return m_connectionCount; }
 
 private:
     class Connection;
@@ -152,6 +154,7 @@ private:
     QList<Request> m_requests;
     std::mutex m_handlerMutex; ///< one handler at a time
     std::stop_source m_stop;
+    std::atomic<int> m_connectionCount = 0;
     std::vector<std::unique_ptr<Connection>> m_connections; ///< touched by the accepting thread
     std::thread m_acceptor;
 };

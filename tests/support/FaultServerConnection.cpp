@@ -203,7 +203,7 @@ FaultServer::Connection::Next FaultServer::Connection::sendBody(const Reply &rep
     if (reply.length == Length::Chunked && !write("0\r\n\r\n"))
         return Next::End;
     const bool honest = reply.length != Length::Absent && reply.announced.value_or(total) == total;
-    return honest && reply.keepsAlive ? Next::Continue : Next::End;
+    return honest ? Next::Continue : Next::End;
 }
 
 bool FaultServer::Connection::sendPiece(const Reply &reply, const char *data, qint64 size)

@@ -45,18 +45,22 @@ TEST_F(UpdateRunMedium, AFullPenKeepsWhatItHasAndIsToldSo)
     const QByteArray old = bytes('o', megabyte * 3 / 2);
     for (const QString &id : {u"00042_en"_s, u"00043_en"_s, u"00044_en"_s})
         putContent(id, old);
-    serveCatalogueOfTwo();
+    const QList<QByteArray> titles = {UpdateRig::title(42, "Drache"), UpdateRig::title(43, "Pirat"),
+                                      UpdateRig::title(44, "Fee")};
+    rig.serveCatalogue(R"({"00042":3,"00043":3,"00044":3})", titles);
     const QByteArray fits = bytes('n', old.size()); // once the old one has gone
     const QByteArray tooMuch = bytes('N', 4 * megabyte);
     rig.serveContent(42, 3, fits);
     rig.serveContent(43, 3, tooMuch);
+    rig.serveContent(44, 3, tooMuch);
     ASSERT_TRUE(rig.run());
-    EXPECT_THAT(states(), ElementsAre(DownloadType::Ready, DownloadType::Failed));
+    EXPECT_THAT(states(),
+                ElementsAre(DownloadType::Ready, DownloadType::Failed, DownloadType::Failed));
     EXPECT_EQ(onPen(u".qnk"_s), fits);
     EXPECT_EQ(onPen(u".qnk"_s, u"00043_en"_s), old);
     EXPECT_EQ(onPen(u".qnk"_s, u"00044_en"_s), old);
     EXPECT_THAT(window().headline.toStdString(),
-                testing::ContainsRegex("voll: 4,0 MB werden gebraucht, 1,[3-5] MB sind frei"));
+                testing::ContainsRegex("voll: 8,0 MB werden gebraucht, 1,[3-5] MB sind frei"));
     EXPECT_EQ(rig.server.requests(UpdateRig::contentPath(43, 3)).size(), 2) << "HEAD and one GET";
     expectNothingHidden();
 
@@ -89,6 +93,33 @@ TEST_F(UpdateRunMedium, WhatCouldNotBePlacedOnceTheOldHadGoneIsNotLoadedTwice)
     const auto requests = rig.server.requests(UpdateRig::contentPath(42, 3));
     ASSERT_EQ(requests.size(), 1);
     EXPECT_EQ(requests.first().method, "HEAD");
+}
+
+/// The old content has gone, and nobody may stop that any more.
+TEST_F(UpdateRunMedium, WhatCouldNotBePlacedIsKeptThoughTheRunWasCancelled)
+{
+    medium.setCapacity(450'000);
+    putContent(u"00042_en"_s, bytes('o', 300'000));
+    serveCatalogueOfOne();
+    rig.serveContent(42, 3, content);
+    medium.setBytesPerSecond(500'000);
+    medium.failFlushes(EIO);
+    rig.service->updateAll();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !rig.pen.exists(u"book/00042_en.qnk"_s); }));
+    rig.service->downloadWindowController().cancelBtnKlicked();
+    rig.server.serve(UpdateRig::contentPath(42, 3), {.status = 503});
+    serveCatalogueOfOne();
+    rig.service->updateAll(); // retires what still places
+    bool isFree = false;
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !rig.service->isRunning(); }));
+    rig.service->releasePen([&] { isFree = true; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return isFree; }, 20'000));
+    EXPECT_EQ(rig.pen.names(u"book"_s).filter(u".quillo-part"_s), QStringList());
+    rig.service->keepPen();
+    medium.heal();
+    serveCatalogueOfOne();
+    ASSERT_TRUE(rig.run());
+    EXPECT_EQ(onPen(u".qnk"_s), content);
 }
 
 TEST_F(UpdateRunMedium, APenThatDiesAnywhereHoldsOldOrNewAndTheNextRunMakesItWhole)
