@@ -202,7 +202,7 @@ TEST_F(UpdateRunMedium, NothingStaysOpenOnThePen)
     const auto openOnPen = [this] {
         QStringList open;
         const QDir descriptors(u"/proc/self/fd"_s);
-        for (const QString &name : descriptors.entryList(QDir::Files | QDir::System))
+        for (const QString &name : descriptors.entryList(QDir::AllEntries | QDir::System))
             open += QFile::symLinkTarget(descriptors.filePath(name));
         return open.filter(rig.pen.root());
     };
