@@ -30,7 +30,9 @@ QString mediaPart(const QueueCounts &counts)
 
 QString sizeText(qint64 bytes)
 {
-    return QLocale(currentLanguage()).formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
+    QString text =
+        QLocale(currentLanguage()).formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
+    return text.replace(u' ', QChar::Nbsp); // stays in one line
 }
 
 QString reasonKey(FileFailure::Reason reason)

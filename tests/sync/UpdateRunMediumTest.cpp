@@ -59,8 +59,9 @@ TEST_F(UpdateRunMedium, AFullPenKeepsWhatItHasAndIsToldSo)
     EXPECT_EQ(onPen(u".qnk"_s), fits);
     EXPECT_EQ(onPen(u".qnk"_s, u"00043_en"_s), old);
     EXPECT_EQ(onPen(u".qnk"_s, u"00044_en"_s), old);
-    EXPECT_THAT(window().headline.toStdString(),
-                testing::ContainsRegex("voll: 8,0 MB werden gebraucht, 1,[3-5] MB sind frei"));
+    EXPECT_THAT(
+        window().headline.toStdString(),
+        testing::ContainsRegex("voll: 8,0\u00a0MB werden gebraucht, 1,[3-5]\u00a0MB sind frei"));
     EXPECT_EQ(rig.server.requests(UpdateRig::contentPath(43, 3)).size(), 2) << "HEAD and one GET";
     expectNothingHidden();
 
@@ -170,7 +171,7 @@ TEST_F(UpdateRunMedium, AFileTooLargeForItIsRefusedBeforeItIsLoaded)
     ASSERT_TRUE(rig.run());
     expectOldTitle();
     EXPECT_THAT(states(), ElementsAre(DownloadType::Failed));
-    EXPECT_EQ(window().headline, localized(u"label_file_too_large"_s).arg(u"4,3 GB"_s));
+    EXPECT_EQ(window().headline, localized(u"label_file_too_large"_s).arg(u"4,3\u00a0GB"_s));
     EXPECT_LT(medium.written() - before, megabyte);
     expectNothingHidden();
 }
