@@ -157,6 +157,8 @@ TEST_F(Choice, IsScrolledToWhereItIsShownAnew)
     controller().setViewMode(ViewMode::list);
     controller().showView(NavElementType::Books);
     expectSeen(*controller().myBooksController->listTable());
+    controller().toggleViewMode();
+    expectSeen(*controller().myBooksController->collectionView);
 }
 
 class PenGoneWhileAsking : public Deletion, public testing::WithParamInterface<bool>
