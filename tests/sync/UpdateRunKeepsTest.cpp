@@ -117,20 +117,27 @@ TEST_F(UpdateRunKeeps, ATitleThatTheVersionsLackAndTakesAZeroForAVersion)
 
 TEST_F(UpdateRunKeeps, ThePensIdentifierAndLoadsTheTitleOnce)
 {
+    const QByteArray cover = "/files/7/42/42_en.png";
+    rig.server.serve(cover, pngPicture(30, 40));
+    const QList<QByteArray> titles{UpdateRig::title(42, "Drache")};
     for (const QString &id : {u"00042_de"_s, u"0042_en"_s}) {
         rig.putTitle(id, 2, true, false);
+        rig.pen.write(u"book/"_s + id + u" copy.qnk"_s, "no title of its own");
         rig.pen.write(u"configure/tbd.txt"_s, "MID=42\n");
-        rig.serveContent(42, 3, content);
-        rig.server.serve("/files/7/42/42_en.png", pngPicture(30, 40));
-        const QList<QByteArray> titles{UpdateRig::title(42, "Drache")};
-        const qsizetype before = rig.server.requests(UpdateRig::contentPath(42, 3)).size();
-        for (int run = 0; run < 2; ++run) {
+        rig.server.serve(UpdateRig::contentPath(42, 3), {.status = 503});
+        qsizetype before = 0;
+        for (int run = 0; run < 3; ++run) {
             rig.serveCatalogue(R"({"00042":3})", titles, titles);
             ASSERT_TRUE(rig.run());
             EXPECT_TRUE(
                 QTest::qWaitFor([&] { return rig.pen.exists(u"book/"_s + id + u".png"_s); }));
-            EXPECT_EQ(rig.pen.names(u"book"_s),
-                      QStringList({id + u".png"_s, id + u".qnk"_s, id + u".txt"_s}));
+            EXPECT_EQ(rig.pen.names(u"book"_s), QStringList({id + u" copy.qnk"_s, id + u".png"_s,
+                                                             id + u".qnk"_s, id + u".txt"_s}));
+            if (run > 0)
+                continue;
+            EXPECT_TRUE(onPen(u".txt"_s, id).startsWith("Name: Old\n")) << "as its content";
+            before = rig.server.requests(UpdateRig::contentPath(42, 3)).size();
+            rig.serveContent(42, 3, content);
         }
         EXPECT_EQ(onPen(u".qnk"_s, id), content);
         EXPECT_TRUE(onPen(u".txt"_s, id).startsWith("Name: Drache\n"));
@@ -139,6 +146,7 @@ TEST_F(UpdateRunKeeps, ThePensIdentifierAndLoadsTheTitleOnce)
         for (const QString &name : rig.pen.names(u"book"_s))
             rig.pen.remove(u"book/"_s + name);
     }
+    EXPECT_EQ(rig.server.requests(cover).size(), 2) << "each once";
 }
 
 TEST_F(UpdateRunKeeps, ATitleWithTwoTextsFromBeingLoadedInEveryRun)

@@ -157,8 +157,13 @@ TEST_F(Choice, IsScrolledToWhereItIsShownAnew)
     controller().setViewMode(ViewMode::list);
     controller().showView(NavElementType::Books);
     expectSeen(*controller().myBooksController->listTable());
-    controller().toggleViewMode();
-    expectSeen(*controller().myBooksController->collectionView);
+    for (const QString &id : {u"300"_s, u"110"_s}) {
+        choose({id});
+        controller().setViewMode(ViewMode::tiled);
+        expectSeen(*controller().myBooksController->collectionView);
+        controller().setViewMode(ViewMode::list);
+        expectSeen(*controller().myBooksController->listTable());
+    }
 }
 
 class PenGoneWhileAsking : public Deletion, public testing::WithParamInterface<bool>
