@@ -39,18 +39,6 @@ TEST_F(Deletion, PullingOutThePenDropsTheChoice)
     EXPECT_FALSE(button().isEnabled());
 }
 
-TEST_F(Deletion, CancellingLeavesEverythingAsItWas)
-{
-    Alerts alerts;
-    const QStringList before = penFiles();
-    press({zebra});
-    alerts.answer(false);
-    EXPECT_EQ(penFiles(), before);
-    EXPECT_EQ(selectedElementIds(), QStringList(zebra));
-    EXPECT_TRUE(button().isEnabled());
-    EXPECT_EQ(alerts.shown.size(), 1);
-}
-
 TEST_F(Deletion, GaugeIsRefreshed)
 {
     Alerts alerts;
