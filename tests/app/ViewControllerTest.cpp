@@ -6,6 +6,8 @@
 #include "download/DownloadWindow.h"
 #include "download/DownloadWindowController.h"
 #include "pen/NavStorageItem.h"
+#include "platform/SharedSession.h"
+#include "platform/URLSession.h"
 #include "sync/UpdateService.h"
 
 #include <QDir>
@@ -324,9 +326,16 @@ TEST_F(EjectTest, WithoutAnswerEndsWithThePenOrInTime)
     EXPECT_TRUE(isAsked(2)); // still under way
     stuck.asked.last()(u"no"_s);
     controller().ejectPatience = 1ms;
-    ASSERT_TRUE(isAsked(3));
+    QSemaphore written;
+    sharedSession().async([&written] { written.acquire(); });
+    QTest::mouseClick(&penButton(), Qt::LeftButton);
     EXPECT_TRUE(isTold(localized(u"eject_no_answer"_s)));
     EXPECT_TRUE(penButton().isEnabled());
+    bool isReleased = false;
+    controller().updateService->releasePen([&isReleased] { isReleased = true; });
+    written.release();
+    ASSERT_TRUE(QTest::qWaitFor([&isReleased] { return isReleased; }));
+    EXPECT_EQ(stuck.asked.size(), 2) << "for an eject that was told as failed";
 }
 
 TEST_F(StartWithoutPen, TextsFollowTheLanguage)

@@ -103,6 +103,8 @@ TEST_F(DownloadWindowTest, TheEndOfARunIsNotHeardInTheNext)
 TEST_F(DownloadWindowTest, WhileATransferRunsThePenIsToStay)
 {
     serveSoftware();
+    window.fileDidNotFit({.reason = FileFailure::Reason::Full}); // in the run before
+    window.prepareForRun();
     addTitle(u"42"_s); // fails
     QueueWindow::postStartElementDownloads();
     ASSERT_TRUE(waitForEnd());
@@ -197,17 +199,25 @@ TEST_F(DownloadWindowTest, PercentagesMoveTheDisplay)
     EXPECT_TRUE(bars.isEmpty());
 }
 
-TEST_F(DownloadWindowTest, SoftwareThatHasStartedCannotBeCancelled)
+TEST_F(DownloadWindowTest, SoftwareThatHasStartedCannotBeCancelledButGoesNoFurtherWithoutPen)
 {
     serveSoftware();
+    const auto gate = std::make_shared<FaultServer::Gate>();
+    server.serve("/firmware", {.body = "13", .hold = gate});
     addRow(UpdateFileType::bin, 5);
     QueueWindow::postStartElementDownloads();
     EXPECT_FALSE(shown().cancelEnabled);
+    ASSERT_TRUE(gate->waitUntilReached());
+    window.penRemoved();
+    gate->open();
     reset();
+    events.clear();
     window.prepareForRun();
     addTitle(u"42"_s);
     QueueWindow::postStartElementDownloads();
     EXPECT_TRUE(shown().cancelEnabled);
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_TRUE(server.requests("/software/firmwareV13.bin").isEmpty());
 }
 
 TEST_F(DownloadWindowTest, CopyShareFillsInStepsAndWithTheNextRow)
@@ -360,7 +370,9 @@ TEST_F(DownloadWindowTest, APulledPenEndsTheRunUntilTheNext)
     EXPECT_FALSE(window.isWorking());
     QueueWindow::postDownloadPercentage(50);
     window.copyStarted(0);
+    window.copyFailed({});
     EXPECT_NE(states().first(), DownloadType::Copying);
+    EXPECT_EQ(events.size(), 1);
     EXPECT_EQ(shown().headline, u"label_pen_removed"_s);
     EXPECT_TRUE(shown().okEnabled && !shown().cancelEnabled);
 

@@ -136,7 +136,6 @@ protected:
     {
         for (int mid = 110; mid < 120; ++mid)
             rig.putTitle(u"00%1_en"_s.arg(mid), 3, true, false);
-        rig.pen.write(u"book/00115_en copy.qnk"_s, "no title of its own");
         serve();
     }
 

@@ -31,15 +31,15 @@ TEST_F(UpdateRunKeeps, TitlesAsTheyAreWhenTheVersionsAreUnknown)
     rig.putTitle(u"01234_en"_s, 2);
     rig.putTitle(u"00043_en"_s, 2, false);
     rig.pen.write(u"book/00044_en.qnk"_s, "old content");
-    rig.pen.write(u"configure/tbd.txt"_s, "MID=1234\n");
     for (const FaultServer::Reply &versions :
          {FaultServer::Reply{.status = 503, .body = "{}"}, FaultServer::Reply{}}) {
         SCOPED_TRACE(versions.status);
-        const QByteArray requested = UpdateRig::title(1234, "Pirat");
-        rig.serveCatalogue({},
-                           {UpdateRig::title(42, "Drache"), UpdateRig::title(43, "Fee"),
-                            UpdateRig::title(44, "Gast"), requested},
-                           {requested});
+        rig.pen.write(u"configure/tbd.txt"_s, "MID=1234\nMID=43\n");
+        const QList<QByteArray> requested{UpdateRig::title(1234, "Pirat"),
+                                          UpdateRig::title(43, "Fee")};
+        rig.serveCatalogue(
+            {}, requested + QList{UpdateRig::title(42, "Drache"), UpdateRig::title(44, "Gast")},
+            requested);
         rig.server.serve("/versions", versions);
         CapturedOutput output;
         ASSERT_TRUE(rig.run());
@@ -47,7 +47,8 @@ TEST_F(UpdateRunKeeps, TitlesAsTheyAreWhenTheVersionsAreUnknown)
                   versions.status == 503);
         expectOldTitle();
         EXPECT_EQ(onPen(u".qnk"_s, u"01234_en"_s), "old content");
-        EXPECT_EQ(onPen(u".txt"_s, u"01234_en"_s), onPen(u".txt"_s));
+        for (const QString &id : {u"01234_en"_s, u"00043_en"_s})
+            EXPECT_EQ(onPen(u".txt"_s, id), onPen(u".txt"_s));
         EXPECT_FALSE(rig.pen.exists(u"book/00044_en.txt"_s));
         EXPECT_TRUE(updateElements().isEmpty());
     }
@@ -116,20 +117,27 @@ TEST_F(UpdateRunKeeps, ATitleThatTheVersionsLackAndTakesAZeroForAVersion)
 
 TEST_F(UpdateRunKeeps, ThePensIdentifierAndLoadsTheTitleOnce)
 {
+    const QByteArray cover = "/files/7/42/42_en.png";
+    rig.server.serve(cover, pngPicture(30, 40));
+    const QList<QByteArray> titles{UpdateRig::title(42, "Drache")};
     for (const QString &id : {u"00042_de"_s, u"0042_en"_s}) {
         rig.putTitle(id, 2, true, false);
+        rig.pen.write(u"book/"_s + id + u" copy.qnk"_s, "no title of its own");
         rig.pen.write(u"configure/tbd.txt"_s, "MID=42\n");
-        rig.serveContent(42, 3, content);
-        rig.server.serve("/files/7/42/42_en.png", pngPicture(30, 40));
-        const QList<QByteArray> titles{UpdateRig::title(42, "Drache")};
-        const qsizetype before = rig.server.requests(UpdateRig::contentPath(42, 3)).size();
-        for (int run = 0; run < 2; ++run) {
+        rig.server.serve(UpdateRig::contentPath(42, 3), {.status = 503});
+        qsizetype before = 0;
+        for (int run = 0; run < 3; ++run) {
             rig.serveCatalogue(R"({"00042":3})", titles, titles);
             ASSERT_TRUE(rig.run());
             EXPECT_TRUE(
                 QTest::qWaitFor([&] { return rig.pen.exists(u"book/"_s + id + u".png"_s); }));
-            EXPECT_EQ(rig.pen.names(u"book"_s),
-                      QStringList({id + u".png"_s, id + u".qnk"_s, id + u".txt"_s}));
+            EXPECT_EQ(rig.pen.names(u"book"_s), QStringList({id + u" copy.qnk"_s, id + u".png"_s,
+                                                             id + u".qnk"_s, id + u".txt"_s}));
+            if (run > 0)
+                continue;
+            EXPECT_TRUE(onPen(u".txt"_s, id).startsWith("Name: Old\n")) << "as its content";
+            before = rig.server.requests(UpdateRig::contentPath(42, 3)).size();
+            rig.serveContent(42, 3, content);
         }
         EXPECT_EQ(onPen(u".qnk"_s, id), content);
         EXPECT_TRUE(onPen(u".txt"_s, id).startsWith("Name: Drache\n"));
@@ -138,6 +146,7 @@ TEST_F(UpdateRunKeeps, ThePensIdentifierAndLoadsTheTitleOnce)
         for (const QString &name : rig.pen.names(u"book"_s))
             rig.pen.remove(u"book/"_s + name);
     }
+    EXPECT_EQ(rig.server.requests(cover).size(), 2) << "each once";
 }
 
 TEST_F(UpdateRunKeeps, ATitleWithTwoTextsFromBeingLoadedInEveryRun)
@@ -147,6 +156,7 @@ TEST_F(UpdateRunKeeps, ATitleWithTwoTextsFromBeingLoadedInEveryRun)
     ASSERT_TRUE(rig.run());
     expectNewTitle();
     rig.pen.write(u"book/00042_en.qnk"_s, "stays");
+    setTime(u"book/1_en.txt"_s, QDateTime::currentDateTime().addDays(1)); // comes first
     serveCatalogueOfOne();
     ASSERT_TRUE(rig.run());
     EXPECT_EQ(onPen(u".qnk"_s), "stays");
@@ -212,6 +222,19 @@ TEST_F(UpdateRunKeeps, TitlesDeletedThatWereDeletedWhileTheirRowsWait)
     ASSERT_TRUE(rig.waitForEnd());
     EXPECT_THAT(states(), testing::ElementsAre(DownloadType::Ready)) << "of the run before";
     EXPECT_EQ(rig.pen.names(u"book"_s).filter(u"00043"_s), QStringList());
+
+    // Before it is planned that nothing is to be loaded of them, too; what has come again is.
+    const auto versions = std::make_shared<Gate>();
+    rig.putTitle(u"00043_en"_s, 2);
+    serveCatalogueOfTwo();
+    rig.server.serve("/versions", {.body = R"({"00042":3,"00043":3})", .hold = versions});
+    rig.service->updateAll();
+    ASSERT_TRUE(versions->waitUntilReached());
+    remove(u"00042_en"_s);
+    versions->open();
+    ASSERT_TRUE(rig.waitForEnd());
+    EXPECT_EQ(onPen(u".qnk"_s, u"00043_en"_s), content);
+    EXPECT_EQ(rig.pen.names(u"book"_s).filter(u"00042"_s), QStringList());
 }
 
 TEST_F(UpdateRunKeeps, WhatThePenAddedToALogThatHasBeenSent)
@@ -300,9 +323,14 @@ TEST_F(UpdateRunKeeps, TitlesOfOneMidAreNotTakenForEachOther)
     rig.putTitle(u"12345_de"_s, 2);
     rig.putTitle(u"00042_en"_s, 3);
     rig.putTitle(u"00042_de"_s, 2); // of which the server says nothing
-    rig.serveCatalogue(R"({"12345":3,"00042":3})",
+    rig.putTitle(u"00043_de"_s, 3);
+    rig.pen.write(u"configure/tbd.txt"_s, "MID=43\n");
+    const QByteArray pirat = UpdateRig::title(43, "Pirat", "de");
+    rig.serveCatalogue(R"({"12345":3,"00042":3,"00043":3})",
                        {UpdateRig::title(12345, "English"),
-                        UpdateRig::title(12345, "Deutsch", "de"), UpdateRig::title(42, "Drache")});
+                        UpdateRig::title(12345, "Deutsch", "de"), UpdateRig::title(42, "Drache"),
+                        pirat},
+                       {UpdateRig::title(43, "Pirate"), pirat});
     for (const QByteArray area : {"en", "de"})
         contentOf("12345", area);
     contentOf("42", "en");
@@ -312,6 +340,7 @@ TEST_F(UpdateRunKeeps, TitlesOfOneMidAreNotTakenForEachOther)
     EXPECT_EQ(onPen(u".qnk"_s, u"12345_de"_s), content + "de");
     EXPECT_EQ(onPen(u".qnk"_s, u"00042_de"_s), "old content");
     EXPECT_TRUE(onPen(u".txt"_s, u"00042_de"_s).startsWith("Name: Old\n"));
+    EXPECT_TRUE(onPen(u".txt"_s, u"00043_en"_s).startsWith("Name: Pirate\n"));
 }
 
 TEST_F(UpdateRunKeeps, SoftwareThatIsKnownLateIsLoadedAfterOk)
@@ -350,4 +379,12 @@ TEST_F(UpdateRunKeeps, NothingBeginsOnAPenThatIsBeingEjected)
     EXPECT_EQ(rig.server.requests().size(), asked);
     rig.service->keepPen();
     EXPECT_TRUE(rig.run());
+
+    // Nor does what was asked for before, when the pen stays after all.
+    rig.service->updateAll();
+    rig.service->updateAll();
+    rig.service->releasePen([] {});
+    rig.service->keepPen();
+    QCoreApplication::sendPostedEvents();
+    EXPECT_FALSE(rig.service->isRunning());
 }

@@ -37,21 +37,6 @@ TEST_F(Deletion, AlertNamesTheTitlesInLibraryOrder)
     EXPECT_EQ(alert.buttons, (QStringList{u"OK"_s, u"Abbrechen"_s}));
 }
 
-TEST_F(Deletion, DeleteKeyInTheContentAreaAsks)
-{
-    Alerts alerts;
-    auto *shown = new QWidget(controller().mainContentView);
-    shown->setFocusPolicy(Qt::StrongFocus);
-    shown->show();
-    activate();
-    shown->setFocus();
-    QTest::keyClick(shown, Qt::Key_Delete);
-    EXPECT_TRUE(alerts.shown.isEmpty());
-    choose({zebra});
-    QTest::keyClick(shown, Qt::Key_Delete);
-    EXPECT_EQ(alerts.shown.size(), 1);
-}
-
 /// The box itself.
 class DeletionBox : public Deletion
 {
@@ -99,6 +84,7 @@ TEST_F(DeletionBox, OnlyOkDeletes)
         refuse();
         EXPECT_TRUE(QTest::qWaitFor([this] { return box.isNull(); }));
         EXPECT_EQ(penFiles().size(), 8);
+        EXPECT_EQ(selectedElementIds(), QStringList(zebra));
     }
     open({zebra});
     click(u"OK"_s);

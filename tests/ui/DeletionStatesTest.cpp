@@ -39,18 +39,6 @@ TEST_F(Deletion, PullingOutThePenDropsTheChoice)
     EXPECT_FALSE(button().isEnabled());
 }
 
-TEST_F(Deletion, CancellingLeavesEverythingAsItWas)
-{
-    Alerts alerts;
-    const QStringList before = penFiles();
-    press({zebra});
-    alerts.answer(false);
-    EXPECT_EQ(penFiles(), before);
-    EXPECT_EQ(selectedElementIds(), QStringList(zebra));
-    EXPECT_TRUE(button().isEnabled());
-    EXPECT_EQ(alerts.shown.size(), 1);
-}
-
 TEST_F(Deletion, GaugeIsRefreshed)
 {
     Alerts alerts;
@@ -157,6 +145,13 @@ TEST_F(Choice, IsScrolledToWhereItIsShownAnew)
     controller().setViewMode(ViewMode::list);
     controller().showView(NavElementType::Books);
     expectSeen(*controller().myBooksController->listTable());
+    for (const QString &id : {u"300"_s, u"110"_s}) {
+        choose({id});
+        controller().setViewMode(ViewMode::tiled);
+        expectSeen(*controller().myBooksController->collectionView);
+        controller().setViewMode(ViewMode::list);
+        expectSeen(*controller().myBooksController->listTable());
+    }
 }
 
 class PenGoneWhileAsking : public Deletion, public testing::WithParamInterface<bool>

@@ -23,7 +23,7 @@ struct DeletionCase
     int titles;
     int row;           ///< that is clicked
     int neighbour = 0; ///< that the keyboard goes on from, among the rest
-    bool all = false;
+    bool all = false;  ///< and with the Delete key, without leaving the view
 };
 
 /// From a click on a title to its end, as a person sees it who goes on by keyboard.
@@ -75,8 +75,9 @@ protected:
     void deleteByKeys()
     {
         const QWidget *bin = controller().deleteViewController->deleteButton;
-        tabTo([bin](const QWidget &widget) { return &widget == bin; });
-        press(Qt::Key_Space);
+        if (!GetParam().all)
+            tabTo([bin](const QWidget &widget) { return &widget == bin; });
+        press(GetParam().all ? Qt::Key_Delete : Qt::Key_Space);
         const QPointer<QWidget> box = QApplication::activeModalWidget();
         ASSERT_TRUE(box && waitToBeActive(box));
         tabTo([](const QWidget &widget) {
@@ -138,20 +139,22 @@ INSTANTIATE_TEST_SUITE_P(
                     DeletionCase{"AllRowsOfTheOverviewOf300", Shown::Overview, 300, 0, 0, true}),
     rowName<DeletionCase>);
 
-/// Books below which games stand.
-TEST_F(Deletion, LastOfASectionLeavesTheKeyboardInTheNextOne)
+/// A book below which games stand, and an archive title below them.
+TEST_F(Deletion, LastOfASectionLeavesTheKeyboardInTheOneBesideIt)
 {
     Alerts alerts;
     activate();
-    button().setFocus();
-    press({drache});
-    alerts.answer(true);
     const auto &page = controller().myQuilloTitlesController;
-    EXPECT_EQ(QApplication::focusWidget(), page->myGamesController->tableView);
-    const QPointer<QWidget> before = page.data();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return before.isNull(); }));
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
-    EXPECT_EQ(selectedElementIds(), QStringList(affe));
+    for (const auto &[last, neighbour] : {std::pair(drache, affe), {pirat, zebra}}) {
+        button().setFocus();
+        press({last});
+        alerts.answer(true);
+        EXPECT_EQ(QApplication::focusWidget(), page->myGamesController->tableView);
+        const QPointer<QWidget> before = page.data();
+        ASSERT_TRUE(QTest::qWaitFor([&] { return before.isNull(); }));
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+        EXPECT_EQ(selectedElementIds(), QStringList(neighbour));
+    }
 }
 
 } // namespace
