@@ -32,21 +32,16 @@ SessionLoop::SessionLoop(DownloadTransfer::Session session)
     : m_session(std::move(session))
     , m_multi(newMulti())
 {
-    m_session.queue->setLoop(this);
+    m_session.queue->setWaker([this] { curl_multi_wakeup(m_multi); });
 }
 
 SessionLoop::~SessionLoop()
 {
-    m_session.queue->setLoop(nullptr);
+    m_session.queue->setWaker({});
     for (const auto &transfer : m_running)
         curl_multi_remove_handle(m_multi, transfer->handle());
     m_running.clear();
     curl_multi_cleanup(m_multi);
-}
-
-void SessionLoop::wake()
-{
-    curl_multi_wakeup(m_multi);
 }
 
 void SessionLoop::run()

@@ -17,8 +17,6 @@ public:
 
     /// Until the queue is closed.
     void run();
-    /// Ends the loop's present wait. Any thread.
-    void wake();
 
     void start(std::unique_ptr<Transfer> transfer);
     void startDownload(const std::shared_ptr<URLSessionDownloadTask> &task);

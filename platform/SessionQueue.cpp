@@ -1,7 +1,5 @@
 #include "platform/SessionQueue.h"
 
-#include "platform/SessionLoop.h"
-
 #include <utility>
 
 void SessionQueue::post(Work work)
@@ -23,10 +21,10 @@ void SessionQueue::close()
     wake();
 }
 
-void SessionQueue::setLoop(SessionLoop *loop)
+void SessionQueue::setWaker(std::function<void()> waker)
 {
     const std::lock_guard lock(m_mutex);
-    m_loop = loop;
+    m_waker = std::move(waker);
     wake();
 }
 
@@ -48,6 +46,6 @@ SessionQueue::Work SessionQueue::takeFirst()
 
 void SessionQueue::wake()
 {
-    if (m_loop)
-        m_loop->wake();
+    if (m_waker)
+        m_waker();
 }

@@ -19,8 +19,8 @@ public:
     void close();
     [[nodiscard]] bool isClosed() const { return m_closed; }
 
-    /// The loop to be woken when there is work or the end has come; nullptr once it has gone.
-    void setLoop(SessionLoop *loop);
+    /// Wakes the loop when there is work or the end has come; empty once the loop has gone.
+    void setWaker(std::function<void()> waker);
     /// Does what is waiting. On the session's thread.
     void run(SessionLoop &loop);
 
@@ -28,8 +28,8 @@ private:
     [[nodiscard]] Work takeFirst();
     void wake();
 
-    std::mutex m_mutex; ///< m_waiting and m_loop
+    std::mutex m_mutex; ///< m_waiting and m_waker
     std::deque<Work> m_waiting;
-    SessionLoop *m_loop = nullptr;
+    std::function<void()> m_waker;
     std::atomic<bool> m_closed = false;
 };
