@@ -371,7 +371,7 @@ void DownloadFileService::didFinishDownloading(const Task &task,
     const FileFailure failure = file->place(task->stopToken());
     if (!failure) {
         Dispatch::main(m_keptGuard,
-                       [kept = m_kept, url = task->originalUrl()] { kept->forget(url); });
+                       [kept = m_kept, target = task->request().target] { kept->forget(target); });
         Dispatch::main(m_guard, [this, task] { placed(task); });
         return;
     }

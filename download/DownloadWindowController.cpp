@@ -416,6 +416,7 @@ void DownloadWindowController::onItemClicked(int row, int column)
         return;
     UpdateElement &dropped = rows[row];
     dropRow(dropped);
+    Q_EMIT titleDropped(dropped.mid);
     if (!ElementService::qnkFileExists(dropped.elementId)) {
         writeLog(u"Will delete meta file for "_s + dropped.elementId
                  + u" since it was canceled and had no qnk on pen."_s);

@@ -82,6 +82,8 @@ Q_SIGNALS:
     void queueChanged();
     void showRequested();
     void closeRequested();
+    /// The person has dropped a row: the title is not wanted.
+    void titleDropped(const QString &mid);
     /// All rows are ready or cancelled: time for the sound.
     void completed();
     /// No row of the run waits, loads or is being placed any more, or the run was stopped.

@@ -2,13 +2,15 @@
 
 void KeptDownloads::keep(const DownloadRequest &request, const PartialDownload &whole)
 {
-    m_files.insert(request.url, {request.target, whole});
+    m_files.insert(request.target, {request.url, whole});
 }
 
 std::optional<PartialDownload> KeptDownloads::find(const DownloadRequest &request) const
 {
-    const File kept = m_files.value(request.url);
-    const bool fits = kept.target == request.target
-                      && (request.expectedSize < 0 || request.expectedSize == kept.whole.total);
-    return kept.whole.file && fits ? std::optional(kept.whole) : std::nullopt;
+    const auto kept = m_files.constFind(request.target);
+    if (kept == m_files.constEnd() || kept->url != request.url)
+        return std::nullopt;
+    const bool isInUse = kept->whole.file.use_count() > 1; // by a service that still tries
+    const bool fits = request.expectedSize < 0 || request.expectedSize == kept->whole.total;
+    return fits && !isInUse ? std::optional(kept->whole) : std::nullopt;
 }

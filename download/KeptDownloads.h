@@ -5,8 +5,8 @@
 #include <QHash>
 #include <QObject>
 
-/// Files that came whole but could not be placed on the pen once the old one had made room: they
-/// wait on the computer for another try while the program lives. Main thread only.
+/// Files that came whole onto the computer but could not be placed on the pen: they wait for
+/// another try while the program lives, one for each target. Main thread only.
 class KeptDownloads : public QObject
 {
     Q_OBJECT
@@ -14,17 +14,18 @@ class KeptDownloads : public QObject
 public:
     void keep(const DownloadRequest &request, const PartialDownload &whole);
 
-    /// What is kept of that address for that target, if it still has the expected size.
+    /// What is kept of that address for that target, if it has the expected size and nobody uses
+    /// it.
     [[nodiscard]] std::optional<PartialDownload> find(const DownloadRequest &request) const;
 
-    void forget(const QUrl &url) { m_files.remove(url); }
+    void forget(const QString &target) { m_files.remove(target); }
 
 private:
     struct File
     {
-        QString target;
+        QUrl url;
         PartialDownload whole;
     };
 
-    QHash<QUrl, File> m_files;
+    QHash<QString, File> m_files; ///< by target
 };

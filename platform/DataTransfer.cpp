@@ -33,8 +33,8 @@ void DataTransfer::received(const char *data, qint64 size)
         m_data.append(data, size);
 }
 
-void DataTransfer::ended(End, const QString &error)
+void DataTransfer::ended(End how, const QString &error)
 {
     const auto told = response() ? BodyLength::of(*response()).told : BodyLength::Told::Not;
-    m_completion({m_data, response(), error, told != BodyLength::Told::Not});
+    m_completion({m_data, response(), error, how == End::Silent, told != BodyLength::Told::Not});
 }

@@ -22,7 +22,8 @@ DownloadTransfer::DownloadTransfer(Session session, std::shared_ptr<URLSessionDo
         m_partial.file = newFile();
 }
 
-/// Removing what is on a slow or dead medium is for the session's thread, whoever lets go last.
+/// Removing what is on a slow or dead medium is for the session's thread, whoever lets go last;
+/// once the session has ended, theirs.
 std::shared_ptr<IncomingFile> DownloadTransfer::newFile() const
 {
     auto *file = new IncomingFile(m_task->request().target, m_session.calls);
@@ -178,8 +179,8 @@ void DownloadTransfer::ended(End how, const QString &error)
             [this](auto &delegate) { delegate.didFinishDownloading(m_task, m_partial.file); });
     else
         failure = errorFor(how, error);
-    const bool isOthers = how == End::Cancelled && m_task->request().rest;
-    const bool isUseless = failure ? !failure->rest && !isOthers : m_partial.file.use_count() == 1;
+    const bool isKept = how == End::Cancelled && m_partial.file->isOnComputer() && isWhole();
+    const bool isUseless = failure ? !failure->rest && !isKept : m_partial.file.use_count() == 1;
     if (isUseless)
         m_partial.file->discard();
     callDelegate([this](auto &delegate) { delegate.didFinishCollectingMetrics(m_task); });
@@ -192,7 +193,8 @@ URLError DownloadTransfer::errorFor(End how, const QString &error) const
         return {URLError::Kind::Cancelled, error};
     if (m_failure)
         return {URLError::Kind::File, error, m_failure};
-    return {URLError::Kind::Transfer, error, {}, how == End::Interrupted ? rest() : std::nullopt};
+    const bool isGood = how == End::Interrupted || how == End::Silent;
+    return {URLError::Kind::Transfer, error, {}, isGood ? rest() : std::nullopt};
 }
 
 std::optional<PartialDownload> DownloadTransfer::rest() const

@@ -69,7 +69,7 @@ FileFailure IncomingFile::begin(qint64 size)
     if (error == 0)
         error = m_onMedium->checkSize(size);
     if (error != 0)
-        return failureOf(error);
+        return failed(error);
     switch (loadingPlace(size, room)) {
     case LoadingPlace::Medium:
         return beginOnMedium(size);
@@ -93,7 +93,7 @@ FileFailure IncomingFile::beginOnMedium(qint64 size)
     int error = m_onMedium->open();
     if (error == 0)
         error = m_onMedium->checkSize(size);
-    return failureOf(error);
+    return failed(error);
 }
 
 FileFailure IncomingFile::beginOnComputer(qint64 size, const Room &medium)
@@ -114,7 +114,7 @@ FileFailure IncomingFile::append(const char *data, qint64 size)
         error = writeAll(m_calls, m_onComputer.get(), data, static_cast<size_t>(size));
     if (error == 0)
         m_size += size;
-    return failureOf(error);
+    return failed(error);
 }
 
 FileFailure IncomingFile::place(const std::stop_token &stop)
@@ -122,7 +122,7 @@ FileFailure IncomingFile::place(const std::stop_token &stop)
     if (!m_onMedium)
         return placeFromComputer(stop);
     const int error = m_onMedium->finish(target(), stop);
-    const FileFailure failure = failureOf(error);
+    const FileFailure failure = failed(error);
     if (!failure)
         discard(); // would hold the medium busy
     return failure;
@@ -150,17 +150,18 @@ FileFailure IncomingFile::placeFromComputer(const std::stop_token &stop)
     if (error == 0)
         error = placement.finish(target(), heeded);
     placement.discard();
-    const FileFailure failure = failureOf(error);
+    const FileFailure failure = failed(error);
     if (!failure)
         discard();
     return failure;
 }
 
 /// With figures where the medium was full after all; without the neighbour, which takes room.
-FileFailure IncomingFile::failureOf(int error)
+FileFailure IncomingFile::failed(int error)
 {
-    if (error != 0)
-        m_onMedium.reset();
+    if (error == 0)
+        return {};
+    m_onMedium.reset();
     FileFailure failure = FileFailure::of(error);
     failure.needed = std::max(m_announced, m_size);
     if (Room room; error == ENOSPC && FilePlacement(target(), m_calls).room(room) == 0)

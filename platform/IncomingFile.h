@@ -50,7 +50,7 @@ private:
     [[nodiscard]] FileFailure beginOnMedium(qint64 size);
     [[nodiscard]] FileFailure beginOnComputer(qint64 size, const Room &medium);
     [[nodiscard]] FileFailure placeFromComputer(const std::stop_token &stop);
-    [[nodiscard]] FileFailure failureOf(int error);
+    [[nodiscard]] FileFailure failed(int error);
 
     const QString m_target;
     const FileCalls &m_calls;

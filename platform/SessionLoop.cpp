@@ -14,9 +14,7 @@ CURLM *newMulti()
 {
     static std::once_flag once;
     std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
-    CURLM *multi = curl_multi_init();
-    curl_multi_setopt(multi, CURLMOPT_MAX_HOST_CONNECTIONS, connectionsPerHost);
-    return multi;
+    return curl_multi_init();
 }
 
 Transfer &transferOf(CURL *easy)
@@ -32,6 +30,8 @@ SessionLoop::SessionLoop(DownloadTransfer::Session session)
     : m_session(std::move(session))
     , m_multi(newMulti())
 {
+    if (m_session.delegate) // which sizes many files at a time
+        curl_multi_setopt(m_multi, CURLMOPT_MAX_HOST_CONNECTIONS, connectionsPerHost);
     m_session.queue->setWaker([this] { curl_multi_wakeup(m_multi); });
 }
 

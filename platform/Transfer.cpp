@@ -215,7 +215,7 @@ void Transfer::finish(CURLcode code)
 
 void Transfer::endSilent()
 {
-    ended(End::Interrupted, QStringLiteral("The server was silent for too long"));
+    ended(End::Silent, QStringLiteral("The server was silent for too long"));
 }
 
 QString Transfer::statusText() const

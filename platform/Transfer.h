@@ -40,6 +40,7 @@ protected:
     enum class End {
         Complete,
         Interrupted, ///< the line failed; what arrived is good
+        Silent,      ///< so is it when the server said no more
         Refused,     ///< what arrived, or where it should go, is of no use
         Cancelled,
     };

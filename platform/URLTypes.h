@@ -45,6 +45,7 @@ struct DataTaskResult
     QByteArray data;                     ///< the body, also of an answer that is no success
     std::optional<URLResponse> response; ///< absent when no answer came
     QString error;                       ///< transport failure in words; empty when there was none
+    bool isSilent = false;               ///< the server said nothing, or no more, for too long
     bool isEndTold = false; ///< the body ended where the answer said, not where the line broke
 
     /// The whole of an answer that is a success has come.

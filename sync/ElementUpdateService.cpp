@@ -104,6 +104,13 @@ QString requestLines(const QStringList &mids)
     return lines;
 }
 
+/// As a whole, so that a pen pulled meanwhile loses no request; in place where it has no room.
+void writeRequests(const QString &lines, const QUrl &tbd)
+{
+    if (!FileManager::write(path(tbd), lines.toUtf8(), FileManager::WriteMode::Atomic))
+        FileService::writeFile(lines, tbd);
+}
+
 /// The lines of the requests that the pen could not be given, as it asked for them. A refused title
 /// that nobody asked for stands for every request without an answer.
 QString linesToKeep(const QStringList &asked, const RequestedTitles &titles)
@@ -133,8 +140,8 @@ bool isAskedAnew(const CatalogueRun &run, const BaseElement &record, const QStri
 }
 
 /// Leaves on the pen's list what the pen could not take and what it has content of, which is loaded
-/// again and goes by being replaced only; the list alone once the run is stopped. The identifiers
-/// of the latter.
+/// again and goes by being replaced only; the list alone once the run is stopped. Returns the
+/// identifiers that are loaded again.
 QStringList storeRequestedTitles(const CatalogueRun &run, const ElementList &requested,
                                  const ElementList &all)
 {
@@ -155,7 +162,7 @@ QStringList storeRequestedTitles(const CatalogueRun &run, const ElementList &req
     }
     const std::optional<QUrl> tbd = URLFactory::getTbdFileURL();
     if (tbd && !run.stop.stop_requested())
-        FileService::writeFile(linesToKeep(run.tbdMids, titles), *tbd);
+        writeRequests(linesToKeep(run.tbdMids, titles), *tbd);
     return askedAnew;
 }
 
@@ -203,20 +210,6 @@ void requestVersions(const std::shared_ptr<CatalogueRun> &run)
         if (!run->stop.stop_requested())
             requestAllTitles(run);
     });
-}
-
-/// Its content stands on the pen: what was kept of the request goes.
-void forgetRequest(const QString &mid)
-{
-    const std::optional<QUrl> tbd = URLFactory::getTbdFileURL();
-    if (!tbd || FileManager::contents(path(*tbd), 1).data.value_or(QByteArray()).isEmpty())
-        return;
-    QStringList left = ElementUpdateService::readTbdMids();
-    const auto isIt = [&mid](const QString &asked) {
-        return removeLeadingZeros(asked) == mid;
-    };
-    if (left.removeIf(isIt) > 0)
-        FileService::writeFile(requestLines(left), *tbd);
 }
 
 /// The record whose content the row brings.
@@ -296,6 +289,19 @@ void ElementUpdateService::fetchText(const QUrl &url, std::stop_token stop,
     });
 }
 
+void ElementUpdateService::forgetRequests(const QSet<QString> &mids)
+{
+    const std::optional<QUrl> tbd = URLFactory::getTbdFileURL();
+    if (!tbd || FileManager::contents(path(*tbd), 1).data.value_or(QByteArray()).isEmpty())
+        return;
+    QStringList left = readTbdMids();
+    const auto isOne = [&mids](const QString &asked) {
+        return mids.contains(removeLeadingZeros(asked));
+    };
+    if (left.removeIf(isOne) > 0)
+        writeRequests(requestLines(left), *tbd);
+}
+
 QStringList ElementUpdateService::readTbdMids()
 {
     const std::optional<QUrl> tbd = URLFactory::getTbdFileURL();
@@ -367,7 +373,7 @@ void ElementUpdateService::downloadTitleContent(const QString &publisherId, cons
             debugPrint(u"Failed to download QNK contents for element ID "_s + elementId);
     };
     const auto placed = [row] {
-        forgetRequest(row.mid);
+        forgetRequests({row.mid}); // what was kept of them
         if (const ElementPtr record = recordOf(row))
             writeMetadata(*record, row.elementId);
         else

@@ -3,6 +3,7 @@
 #include "download/DownloadQueue.h"
 #include "library/BaseElement.h"
 
+#include <QSet>
 #include <QStringList>
 #include <QUrl>
 
@@ -38,6 +39,9 @@ public:
     /// which the download window is told. Runs `completion` on the shared session's thread.
     static void fetchText(const QUrl &url, std::stop_token stop,
                           std::function<void(const QString &text)> completion);
+
+    /// Takes the requests for these plain MIDs off the pen's list.
+    static void forgetRequests(const QSet<QString> &mids);
 
     /// The MIDs of the to-be-downloaded list, in file order.
     [[nodiscard]] static QStringList readTbdMids();

@@ -205,16 +205,18 @@ void UpdatePlanner::downloadNextCover()
     const Cover cover = m_covers.takeFirst();
     URLRequest request;
     request.url = cover.url;
-    sharedSession().dataTask(
-        request, [self = shared_from_this(), cover](const DataTaskResult &result) {
-            if (!result.error.isEmpty())
-                self->m_covers.clear(); // nor would the server answer for the others
-            if (!result.isSuccess() || !result.isEndTold)
-                print(u"No cover: "_s + result.failure());
-            else
-                self->storeCover(cover, result.data);
-            self->downloadNextCover();
-        });
+    sharedSession().dataTask(request, [self = shared_from_this(),
+                                       cover](const DataTaskResult &result) {
+        if (!result.response || result.isSilent)
+            self->m_covers.clear(); // nor would the server answer for the others
+        if (!result.isSuccess())
+            print(u"No cover: "_s + result.failure());
+        else if (!result.isEndTold)
+            print(u"No cover, or not all of it, at "_s + cover.url.toString(QUrl::FullyEncoded));
+        else
+            self->storeCover(cover, result.data);
+        self->downloadNextCover();
+    });
 }
 
 /// What is no picture never becomes a cover, nor does that of a title deleted meanwhile, which
@@ -247,11 +249,14 @@ void UpdatePlanner::restoreMissingTextFiles(const PenTitles &pen)
     for (const QString &id : ids) {
         if (m_task.stop.stop_requested() || !URLFactory::getBookURL())
             return;
-        const ElementPtr record = remote(PenTitles::midOf(id), id);
-        if (!record) {
-            debugPrint(noMatchLine(PenTitles::midOf(id)));
+        const QString mid = PenTitles::midOf(id);
+        if (!m_firstOfMid.contains(mid)) {
+            debugPrint(noMatchLine(mid));
             return;
         }
+        const ElementPtr record = remote(mid, id);
+        if (!record)
+            continue; // a stray file beside another title
         const QString title = pen.identifierOf(*record);
         if (record->isVersionTold && !pen.has(title, FileType::txt))
             ElementUpdateService::writeMetadata(*record, title);

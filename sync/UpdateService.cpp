@@ -17,6 +17,7 @@
 #include "platform/URLSession.h"
 #include "sync/ElementUpdateService.h"
 #include "sync/LogPostService.h"
+#include "sync/PenTitles.h"
 #include "sync/RequestAddresses.h"
 #include "sync/UpdatePlanner.h"
 #include "sync/VersionService.h"
@@ -111,6 +112,8 @@ UpdateService::UpdateService(LibraryReloading &viewController, QObject *parent)
     m_coversSettle.setSingleShot(true);
     m_coversSettle.setInterval(coversSettle);
     connect(&m_coversSettle, &QTimer::timeout, this, [this] { m_viewController.loadData(); });
+    connect(m_downloadWindowController.get(), &DownloadWindowController::titleDropped, this,
+            [](const QString &mid) { ElementUpdateService::forgetRequests({mid}); });
     connect(m_downloadWindowController.get(), &DownloadWindowController::runEnded, this,
             &UpdateService::rowsEnded);
     NotificationCenter::defaultCenter().addObserver(
@@ -273,7 +276,8 @@ PlanningTask UpdateService::planningTask()
 
 void UpdateService::showCover(const QString &elementId)
 {
-    m_coversSettle.start();
+    if (!m_coversSettle.isActive())
+        m_coversSettle.start();
     QList<UpdateElement> &rows = updateElements();
     const auto row = std::find_if(rows.begin(), rows.end(), [&elementId](const UpdateElement &r) {
         return r.elementId == elementId;
@@ -298,6 +302,10 @@ void UpdateService::queueRow(const UpdateElement &row)
 void UpdateService::titlesDeleted(const QStringList &elementIds)
 {
     m_deletedTitles += QSet<QString>(elementIds.begin(), elementIds.end());
+    QSet<QString> mids;
+    for (const QString &id : elementIds)
+        mids += PenTitles::midOf(id);
+    ElementUpdateService::forgetRequests(mids);
     m_plannedRows.removeIf(
         [this](const UpdateElement &row) { return m_deletedTitles.contains(row.elementId); });
 }
@@ -459,6 +467,7 @@ void UpdateService::forgetPen()
     m_stop.request_stop();
     m_penGone.request_stop();
     m_penGone = std::stop_source();
+    m_coversSettle.stop();
 }
 
 void UpdateService::finishRun()

@@ -323,6 +323,23 @@ TEST_F(DownloadFileServiceTest, CancellingEndsATransferWithoutRetry)
     EXPECT_EQ(pen.read(u"book/00042_en.qnk"_s), "d");
 }
 
+TEST_F(DownloadFileServiceTest, CancellingAResumedTransferLeavesNothingOnThePen)
+{
+    const QByteArray content = bytes(3'000'000);
+    const auto gate = std::make_shared<FaultServer::Gate>();
+    server.serveInTurn(
+        "/c", {broken(content, 2'000'000, true),
+               Reply{.body = content, .fault = Fault::Stall, .faultAt = 500'000, .gate = gate}});
+    addRow(UpdateFileType::qnk, content.size());
+    download("/c");
+    ASSERT_TRUE(gate->waitUntilReached());
+    service->cancelAllDownloads();
+    std::atomic<bool> isAtRest = false;
+    service->whenAtRest([&isAtRest] { isAtRest = true; });
+    ASSERT_TRUE(waitFor([&isAtRest] { return isAtRest.load(); }));
+    EXPECT_EQ(pen.names(u"book"_s), QStringList());
+}
+
 TEST_F(DownloadFileServiceTest, APenPulledWhileMovingStopsTheQueue)
 {
     server.serve("/c", "content");

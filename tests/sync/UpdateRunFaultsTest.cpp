@@ -204,7 +204,12 @@ TEST_F(UpdateRunCovers, AreGivenUpAfterTheFirstWithoutAnswer)
 TEST_F(UpdateRunCovers, ThatAreNoPictureAreNotWritten)
 {
     serveCovers({.body = "<html>Sorry</html>"});
-    rig.server.serve("/files/7/110/110_en.png", pngPicture(30, 40));
+    const QByteArray picture = pngPicture(30, 40);
+    rig.server.serve("/files/7/110/110_en.png", picture);
+    rig.server.serve("/files/7/111/111_en.png",
+                     Reply{.body = picture, .length = FaultServer::Length::Absent});
+    rig.server.serve("/files/7/112/112_en.png",
+                     Reply{.body = picture, .fault = Fault::Close, .faultAt = 60});
     CapturedOutput output;
     ASSERT_TRUE(rig.run());
     EXPECT_TRUE(QTest::qWaitFor([this] { return covers() > 0 && asked().size() == 10; }));

@@ -388,3 +388,42 @@ TEST_F(UpdateRunKeeps, NothingBeginsOnAPenThatIsBeingEjected)
     QCoreApplication::sendPostedEvents();
     EXPECT_FALSE(rig.service->isRunning());
 }
+
+TEST_F(UpdateRunKeeps, ARequestUntilItsTitleIsDroppedOrDeleted)
+{
+    const QList<QByteArray> asked{UpdateRig::title(42, "Drache"), UpdateRig::title(43, "Fee")};
+    rig.putTitle(u"00041_en"_s, 2);
+    rig.putTitle(u"00042_en"_s, 3);
+    rig.putTitle(u"00043_en"_s, 3);
+    rig.serveCatalogue(R"({"00041":3,"00042":3,"00043":3})",
+                       asked + QList{UpdateRig::title(41, "Riese")}, asked);
+    rig.server.serve(UpdateRig::contentPath(41, 3),
+                     {.body = content, .fault = Fault::Stall, .faultAt = 1000, .gate = gate});
+    rig.pen.write(u"configure/tbd.txt"_s, "MID=42\nMID=43\nMID=44\n");
+    rig.service->updateAll();
+    ASSERT_TRUE(gate->waitUntilReached());
+    EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "MID=42\nMID=43\n");
+    for (int row = 0; row < updateElements().size(); ++row) {
+        if (updateElements().at(row).mid == u"42"_s)
+            rig.service->downloadWindowController().onItemClicked(
+                row, DownloadWindowController::cancelColumn);
+    }
+    EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "MID=43\n");
+    QueueWindow::postTitlesDeleted({u"00043_en"_s});
+    EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "");
+    gate->open();
+    ASSERT_TRUE(rig.waitForEnd());
+    EXPECT_EQ(onPen(u".qnk"_s), "old content");
+}
+
+TEST_F(UpdateRunKeeps, NoMissingTextForAStrayFileOfAnotherTitle)
+{
+    rig.putTitle(u"00042_en"_s, 3);
+    rig.pen.write(u"book/00043_en.qnk"_s, "old content");
+    rig.pen.write(u"book/00042_x.png"_s, "stray");
+    setTime(u"book/00042_x.png"_s, QDateTime::currentDateTime().addDays(1)); // read first
+    rig.serveCatalogue(R"({"00042":3,"00043":3})",
+                       {UpdateRig::title(42, "Drache"), UpdateRig::title(43, "Fee")});
+    ASSERT_TRUE(rig.run());
+    EXPECT_TRUE(onPen(u".txt"_s, u"00043_en"_s).startsWith("Name: Fee\n"));
+}
