@@ -57,3 +57,11 @@ void cancelRow(UpdateElement &row);
 
 /// Whether any row of the queue is open.
 [[nodiscard]] bool queueHasOpenRows();
+
+/// Whether the row is one of the system image or of the firmware.
+[[nodiscard]] bool isSystemSoftware(const UpdateElement &row);
+
+// Of the rows of the queue.
+[[nodiscard]] int rowsNotCanceled();
+[[nodiscard]] qsizetype readyRows();
+[[nodiscard]] bool allRowsReadyOrCanceled();

@@ -24,36 +24,6 @@ constexpr auto copyTickInterval = 100ms;
 constexpr double copyTicksPerSecond = 10;
 constexpr double assumedCopySpeed = 2'000'000; // bytes per second
 
-bool isSystemSoftware(const UpdateElement &row)
-{
-    return row.updateFileType == UpdateFileType::iso || row.updateFileType == UpdateFileType::bin;
-}
-
-int rowsNotCanceled()
-{
-    const QList<UpdateElement> &rows = updateElements();
-    return static_cast<int>(std::count_if(rows.begin(), rows.end(), [](const UpdateElement &row) {
-        return row.downloadType != DownloadType::Canceled;
-    }));
-}
-
-qsizetype readyRows()
-{
-    const QList<UpdateElement> &rows = updateElements();
-    return std::count_if(rows.begin(), rows.end(), [](const UpdateElement &row) {
-        return row.downloadType == DownloadType::Ready;
-    });
-}
-
-bool allRowsReadyOrCanceled()
-{
-    const QList<UpdateElement> &rows = updateElements();
-    return std::all_of(rows.begin(), rows.end(), [](const UpdateElement &row) {
-        return row.downloadType == DownloadType::Ready
-               || row.downloadType == DownloadType::Canceled;
-    });
-}
-
 QueueCounts countRows(int index)
 {
     QueueCounts counts;
