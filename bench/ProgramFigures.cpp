@@ -48,7 +48,7 @@ bool startFigures()
         covers += told.value(u"covers"_s) - spawned;
     }
     const bool held = report(u"start to the first painted main window, 1,000 titles"_s,
-                             median(painted), 400, u"ms"_s);
+                             median(painted), 200, u"ms"_s);
     note(u"start to the first screen of covers"_s, median(covers), u"ms"_s);
     return held;
 }
@@ -57,7 +57,7 @@ bool runFigures()
 {
     return report(u"longest busy stretch of the main thread in an update run, 50 of 200 titles "
                   "loaded, all scans included"_s,
-                  runChildren(runRounds, u"run"_s, {}).value(u"stretch"_s), 100, u"ms"_s);
+                  runChildren(runRounds, u"run"_s, {}).value(u"stretch"_s), 50, u"ms"_s);
 }
 
 /// From the pen's appearing in the folder to the news of it.
@@ -95,7 +95,7 @@ bool mountFigures()
         longest = std::max(longest, mountTime(pen, workspace));
         pullOut(pen, workspace);
     }
-    return report(u"a mounted pen is noticed, the slowest of 5"_s, longest, 1000, u"ms"_s);
+    return report(u"a mounted pen is noticed, the slowest of 5"_s, longest, 300, u"ms"_s);
 }
 
 } // namespace

@@ -151,13 +151,13 @@ bool windowFigures()
     for (const ViewMode form : forms) {
         const QString name = formName(form);
         held = report(u"1,000 titles as %1, first screen of covers"_s.arg(name), covers.value(name),
-                      250, u"ms"_s)
+                      150, u"ms"_s)
                && held;
         held = report(u"10,000 titles as %1, first paint"_s.arg(name),
-                      views.value(name + u" paint"_s), 150, u"ms"_s)
+                      views.value(name + u" paint"_s), 50, u"ms"_s)
                && held;
         held = report(u"10,000 titles as %1, slowest page of scrolling through all"_s.arg(name),
-                      views.value(name + u" page"_s), 33, u"ms"_s)
+                      views.value(name + u" page"_s), 16, u"ms"_s)
                && held;
         note(u"the slowest single frame of all rounds"_s, views.value(name + u" frame"_s), u"ms"_s);
         note(u"the main thread's own work for a frame, at most"_s, views.value(name + u" work"_s),
