@@ -2,7 +2,6 @@
 
 #include "download/KeptDownloads.h"
 #include "download/QueueWindow.h"
-#include "pen/FileService.h"
 #include "pen/TextValues.h"
 #include "pen/URLFactory.h"
 #include "platform/Address.h"
