@@ -1,12 +1,12 @@
 #include "app/FlowController.h"
 
 #include "app/MainWindow.h"
+#include "base/ColorConstants.h"
+#include "base/ContentPalette.h"
+#include "base/Localization.h"
+#include "base/ViewColors.h"
+#include "base/ViewPlacement.h"
 #include "platform/Dispatch.h"
-#include "ui/ColorConstants.h"
-#include "ui/ContentPalette.h"
-#include "ui/Localization.h"
-#include "ui/ViewColors.h"
-#include "ui/ViewPlacement.h"
 
 #include "ui_SplashScreen.h"
 

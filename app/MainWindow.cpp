@@ -1,8 +1,8 @@
 #include "app/MainWindow.h"
 
 #include "app/ViewController.h"
+#include "base/ImageView.h"
 #include "sync/UpdateService.h"
-#include "ui/ImageView.h"
 
 #include <QIcon>
 #include <QShortcut>

@@ -1,8 +1,8 @@
 #include "app/NavCollectionItem.h"
 
 #include "app/NavRowModel.h"
-#include "ui/ColorConstants.h"
-#include "ui/ViewColors.h"
+#include "base/ColorConstants.h"
+#include "base/ViewColors.h"
 
 #include <QPainter>
 

@@ -1,7 +1,7 @@
 #include "app/NavCollectionView.h"
 
 #include "app/NavRowModel.h"
-#include "ui/OverlayScrolling.h"
+#include "base/OverlayScrolling.h"
 
 #include <QKeyEvent>
 #include <QMouseEvent>

@@ -1,7 +1,7 @@
 #include "app/NavElement.h"
 
-#include "ui/ImageView.h"
-#include "ui/Localization.h"
+#include "base/ImageView.h"
+#include "base/Localization.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,19 +1,19 @@
 #include "app/NavigationViewController.h"
 
-#include "app/ApplicationLog.h"
-#include "app/MainControlling.h"
 #include "app/NavAccessible.h"
 #include "app/NavCollectionItem.h"
 #include "app/NavCollectionView.h"
 #include "app/NavRowModel.h"
-#include "ui/ColorConstants.h"
-#include "ui/Localization.h"
-#include "ui/ViewColors.h"
-#include "ui/ViewPlacement.h"
+#include "app/NavigationOwner.h"
+#include "base/ApplicationLog.h"
+#include "base/ColorConstants.h"
+#include "base/Localization.h"
+#include "base/ViewColors.h"
+#include "base/ViewPlacement.h"
 
 using namespace Qt::StringLiterals;
 
-NavigationViewController::NavigationViewController(MainControlling &viewController, QWidget *parent)
+NavigationViewController::NavigationViewController(NavigationOwner &viewController, QWidget *parent)
     : QWidget(parent)
     , navCollectionView(new NavCollectionView(this))
     , m_viewController(viewController)

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/NavElement.h"
-#include "app/ViewMode.h"
+#include "library/ViewMode.h"
 
 #include <QHash>
 #include <QList>
@@ -10,7 +10,7 @@
 
 #include <functional>
 
-class MainControlling;
+class NavigationOwner;
 class NavCollectionView;
 class NavRowModel;
 
@@ -24,7 +24,7 @@ class NavigationViewController : public QWidget,
 public:
     static constexpr int firstSelectedRow = 3; ///< the books
 
-    explicit NavigationViewController(MainControlling &viewController, QWidget *parent = nullptr);
+    explicit NavigationViewController(NavigationOwner &viewController, QWidget *parent = nullptr);
 
     /// How the content of a category is made, anew for every showing. A category without shows
     /// nothing.
@@ -71,7 +71,7 @@ private:
     void didSelect(const QModelIndex &index);
     void showContent(NavElementType type);
 
-    MainControlling &m_viewController;
+    NavigationOwner &m_viewController;
     NavRowModel *m_rows;
     QHash<NavElementType, std::function<QWidget *()>> m_factories;
     QPointer<QWidget> m_activeSubViewController;

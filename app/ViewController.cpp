@@ -1,7 +1,8 @@
 #include "app/ViewController.h"
 
-#include "app/ApplicationLog.h"
 #include "app/NavigationViewController.h"
+#include "base/ApplicationLog.h"
+#include "base/Localization.h"
 #include "download/DownloadWindow.h"
 #include "download/DownloadWindowController.h"
 #include "library/CategoryControllers.h"
@@ -13,7 +14,6 @@
 #include "platform/StandardOutput.h"
 #include "sync/UpdateService.h"
 #include "ui/DeleteViewController.h"
-#include "ui/Localization.h"
 
 #include <QCoreApplication>
 #include <QEvent>

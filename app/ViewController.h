@@ -1,7 +1,9 @@
 #pragma once
 
-#include "app/MainControlling.h"
+#include "app/NavElement.h"
+#include "app/NavigationOwner.h"
 #include "download/LibraryReloading.h"
+#include "library/ContentOwner.h"
 #include "library/CoverCache.h"
 #include "library/Music.h"
 #include "platform/SoundPlayer.h"
@@ -37,7 +39,8 @@ class UpdateService;
 /// whether the pen is there, and runs the start-up sequence. Main thread only.
 class ViewController : public QWidget,
                        public LibraryReloading,
-                       public MainControlling,
+                       public NavigationOwner,
+                       public ContentOwner,
                        public DeletionOwner
 {
     Q_OBJECT
@@ -54,7 +57,9 @@ public:
     void getBaseElementsFromPen() override;
     void showBooksView() override;
 
-    void showView(NavElementType type) override;
+    void showTitlesView() override;
+    /// Builds the category's view anew and shows it.
+    void showView(NavElementType type);
 
     [[nodiscard]] DeletionHandling *shownDeletionHandling() override;
     void focusTitles() override;

@@ -1,14 +1,14 @@
 #include "app/ViewController.h"
 
 #include "app/NavigationViewController.h"
+#include "base/EmptyStateView.h"
+#include "base/ViewPlacement.h"
 #include "library/CategoryControllers.h"
 #include "library/LibraryViewing.h"
 #include "library/MusicController.h"
 #include "library/MyQuilloTitlesController.h"
 #include "pen/StorageController.h"
 #include "ui/DeleteViewController.h"
-#include "ui/EmptyStateView.h"
-#include "ui/ViewPlacement.h"
 
 // What the main window's controller puts into the content area.
 
@@ -57,6 +57,11 @@ QWidget *ViewController::makePlainView(NavElementType type)
 void ViewController::showView(NavElementType type)
 {
     navigationViewController->showView(type);
+}
+
+void ViewController::showTitlesView()
+{
+    showView(NavElementType::MyTitles);
 }
 
 void ViewController::showBooksView()

@@ -1,4 +1,4 @@
-#include "app/ApplicationLog.h"
+#include "base/ApplicationLog.h"
 #include "bench/BenchPen.h"
 #include "bench/Figures.h"
 #include "library/ElementService.h"

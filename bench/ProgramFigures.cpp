@@ -6,9 +6,9 @@
 #include "bench/Heartbeat.h"
 
 #include "app/ViewController.h"
-#include "download/DownloadQueue.h"
 #include "download/DownloadWindow.h"
 #include "library/CategoryControllers.h"
+#include "library/DownloadQueue.h"
 #include "library/TileView.h"
 #include "platform/FolderVolumes.h"
 #include "platform/Workspace.h"

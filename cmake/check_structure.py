@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Checks what the compiler does not: no circle of includes in the product, no widget in quillo_core,
-no blind waiting in tests. Prints every finding and exits with 1 when there is one."""
+"""Checks what the compiler does not: the ladder of the folders, no circle of includes in the product,
+no widget in quillo_core, no blind waiting in tests. Prints every finding and exits with 1 when there is one."""
 
 import re
 import subprocess
@@ -9,6 +9,15 @@ from pathlib import Path
 
 INCLUDE = re.compile(r'^\s*#include\s+([<"])([^>"]+)[>"]', re.MULTILINE)
 WAITING = re.compile(r'\bQTest::q(?:Wait|Sleep)\(|\bsleep_for\b|\busleep\(|\bQThread::m?u?sleep\(')
+LADDER = ('platform', 'base', 'pen', 'library', 'download', 'sync')
+# What a folder may include besides itself.
+BELOW = {folder: set(LADDER[:step]) for step, folder in enumerate(LADDER)}
+BELOW['bluetooth'] = {'platform', 'base', 'pen'}
+BELOW['ui'] = {*LADDER, 'bluetooth'}
+BELOW['app'] = {*BELOW['ui'], 'ui'}
+for top in ('demo', 'bench', 'tests'):
+    BELOW[top] = {*BELOW['app'], 'app'}
+BELOW['tests'] |= {'demo', 'bench'} # which have tests as well
 CORE_BLOCK = re.compile(r'target_sources\(quillo_core\s+PRIVATE\s+([^)]*)\)')
 WIDGET_HEADERS = Path('/usr/include') / 'x86_64-linux-gnu' / 'qt6' / 'QtWidgets'
 
@@ -32,6 +41,15 @@ def include_graph(texts):
             if bracket == '"' and target in texts and component(target) != component(name):
                 graph[component(name)].add(component(target))
     return graph
+
+
+def ladder_findings(texts):
+    for name, text in sorted(texts.items()):
+        folder = name.split('/')[0]
+        for bracket, target in INCLUDE.findall(text):
+            below = target.split('/')[0]
+            if bracket == '"' and target in texts and below not in BELOW[folder] | {folder}:
+                yield f'{name}: {folder}/ includes {target}, which stands above it'
 
 
 def find_circle(graph):
@@ -92,7 +110,7 @@ def main():
     texts = sources()
     graph = include_graph({name: text for name, text in texts.items()
                            if not name.startswith('tests/')})
-    findings = list(widget_findings(texts, graph)) + list(waiting_findings(texts))
+    findings = list(ladder_findings(texts)) + list(widget_findings(texts, graph)) + list(waiting_findings(texts))
     circle = find_circle(graph)
     if circle:
         findings.append('circle of includes: ' + ' -> '.join(circle))

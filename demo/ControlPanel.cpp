@@ -1,7 +1,7 @@
 #include "demo/ControlPanel.h"
 
+#include "base/Localization.h"
 #include "demo/DemoSetup.h"
-#include "ui/Localization.h"
 
 #include <QCheckBox>
 #include <QEvent>

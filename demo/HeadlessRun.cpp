@@ -8,9 +8,9 @@
 #include "demo/DemoOutput.h"
 #include "demo/DemoSetup.h"
 #include "demo/PictureTour.h"
-#include "download/DownloadQueue.h"
 #include "download/DownloadWindow.h"
 #include "download/DownloadWindowController.h"
+#include "library/DownloadQueue.h"
 #include "sync/UpdateService.h"
 
 #include <QDir>

@@ -2,12 +2,12 @@
 
 #include "app/NavigationViewController.h"
 #include "app/ViewController.h"
+#include "base/Localization.h"
 #include "demo/DemoPen.h"
 #include "library/CategoryControllers.h"
 #include "library/LibraryLists.h"
 #include "library/TileView.h"
 #include "ui/DeleteViewController.h"
-#include "ui/Localization.h"
 
 #include <QApplication>
 #include <QTableView>

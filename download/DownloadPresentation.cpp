@@ -1,7 +1,7 @@
 #include "download/DownloadPresentation.h"
 
+#include "base/Localization.h"
 #include "platform/FileFailure.h"
-#include "ui/Localization.h"
 
 #include <QLocale>
 #include <QStringList>

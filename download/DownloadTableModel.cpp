@@ -1,12 +1,12 @@
 #include "download/DownloadTableModel.h"
 
-#include "download/DownloadQueue.h"
+#include "base/ColorConstants.h"
+#include "base/ImageView.h"
+#include "base/Localization.h"
+#include "base/PlainText.h"
 #include "download/DownloadWindowController.h"
 #include "library/CoverCache.h"
-#include "ui/ColorConstants.h"
-#include "ui/ImageView.h"
-#include "ui/Localization.h"
-#include "ui/PlainText.h"
+#include "library/DownloadQueue.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,13 +1,13 @@
 #include "download/DownloadWindow.h"
 
-#include "download/DownloadType.h"
+#include "base/ColorConstants.h"
+#include "base/ContentPalette.h"
+#include "base/Localization.h"
+#include "base/ViewColors.h"
+#include "base/ViewPlacement.h"
 #include "download/DownloadWindowController.h"
+#include "library/DownloadType.h"
 #include "platform/SoundPlayer.h"
-#include "ui/ColorConstants.h"
-#include "ui/ContentPalette.h"
-#include "ui/Localization.h"
-#include "ui/ViewColors.h"
-#include "ui/ViewPlacement.h"
 
 #include "ui_DownloadWindowController.h"
 

@@ -1,16 +1,14 @@
 #include "download/DownloadWindowController.h"
 
-#include "app/ApplicationLog.h"
-#include "download/DownloadFileService.h"
-#include "download/DownloadQueue.h"
+#include "base/ApplicationLog.h"
+#include "base/Localization.h"
 #include "download/LibraryReloading.h"
+#include "download/RowLoading.h"
+#include "library/DownloadQueue.h"
 #include "library/ElementService.h"
 #include "pen/FileService.h"
 #include "platform/Dispatch.h"
 #include "platform/NotificationCenter.h"
-#include "sync/ElementUpdateService.h"
-#include "sync/VersionService.h"
-#include "ui/Localization.h"
 
 #include <algorithm>
 #include <utility>
@@ -51,8 +49,6 @@ DownloadWindowController::DownloadWindowController(QObject *parent)
     observeNotifications();
 }
 
-DownloadWindowController::~DownloadWindowController() = default;
-
 void DownloadWindowController::observeNotifications()
 {
     NotificationCenter &center = NotificationCenter::defaultCenter();
@@ -68,12 +64,6 @@ void DownloadWindowController::observeNotifications()
     });
     center.addObserver(noResponseFromServer, this,
                        [this](const QVariantMap &) { showNoInternetConnection(); });
-}
-
-void DownloadWindowController::setDownloadFileService(DownloadFileService *service)
-{
-    m_downloadFileService = service;
-    m_versionService = service ? std::make_unique<VersionService>(*service) : nullptr;
 }
 
 void DownloadWindowController::setViewController(LibraryReloading *viewController)
@@ -125,17 +115,8 @@ void DownloadWindowController::startRow(UpdateElement &row)
     m_presentation = presentationFor(m_phase);
     m_presentation.cancelEnabled = !isSystemSoftware(row);
     Q_EMIT presentationChanged();
-    if (!m_downloadFileService)
-        return;
-    const UpdateElement started = row;
-    if (started.updateFileType == UpdateFileType::iso)
-        m_versionService->downloadImage(started, {});
-    else if (started.updateFileType == UpdateFileType::bin)
-        m_versionService->downloadFirmware(started, {});
-    else
-        ElementUpdateService::downloadTitleContent(started.publisherId, started.mid,
-                                                   started.bookVersion, started.elementId,
-                                                   *m_downloadFileService, started);
+    if (m_rowLoading)
+        m_rowLoading->loadRow(UpdateElement(row)); // the queue may move meanwhile
 }
 
 /// Tells that the run is complete, or that it is over although rows have failed.
@@ -277,13 +258,10 @@ void DownloadWindowController::endRun(Phase phase)
     tellRunEnded();
 }
 
-/// The system software service is made anew, so that a version it still asks for starts nothing.
 void DownloadWindowController::stopTransfers()
 {
-    if (!m_downloadFileService)
-        return;
-    m_downloadFileService->cancelAllDownloads();
-    m_versionService = std::make_unique<VersionService>(*m_downloadFileService);
+    if (m_rowLoading)
+        m_rowLoading->cancelAllRows();
 }
 
 void DownloadWindowController::resetProgress()

@@ -9,11 +9,8 @@
 #include <QTimer>
 #include <QVariantMap>
 
-#include <memory>
-
-class DownloadFileService;
 class LibraryReloading;
-class VersionService;
+class RowLoading;
 struct UpdateElement;
 
 /// Drives the download queue row by row and works out what its window shows; the window itself
@@ -29,10 +26,9 @@ public:
     static constexpr int cancelColumn = 3;
 
     explicit DownloadWindowController(QObject *parent = nullptr);
-    ~DownloadWindowController() override;
 
-    /// The transfer service of the coming run; a system software service is made from it.
-    void setDownloadFileService(DownloadFileService *service);
+    /// Who loads the rows of the coming run.
+    void setRowLoading(RowLoading *loading) { m_rowLoading = loading; }
     void setViewController(LibraryReloading *viewController);
 
     /// True while the window drives a queue run.
@@ -148,7 +144,6 @@ private:
     double m_readyShare = 0; ///< of the rows, in percent, when their loading began
     DownloadPresentation m_presentation;
 
-    DownloadFileService *m_downloadFileService = nullptr;
-    std::unique_ptr<VersionService> m_versionService;
+    RowLoading *m_rowLoading = nullptr;
     LibraryReloading *m_viewController = nullptr;
 };

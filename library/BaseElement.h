@@ -1,7 +1,7 @@
 #pragma once
 
-#include "download/DownloadType.h"
 #include "library/CoverImage.h"
+#include "library/DownloadType.h"
 
 #include <QByteArray>
 #include <QList>

@@ -11,35 +11,33 @@ ListController *makeList(CoverCache &covers, QWidget *parent)
     return new List(covers, parent);
 }
 
-constexpr TileController::Category books{NavElementType::Books, bookList,
-                                         makeList<MyQuillyBooksController>, true};
-constexpr TileController::Category games{NavElementType::Games, gameList,
-                                         makeList<MyGamesController>};
-constexpr TileController::Category learningMaterials{NavElementType::LearningMaterials,
-                                                     learningMaterialList,
+constexpr TileController::Category books{u"books", bookList, makeList<MyQuillyBooksController>,
+                                         true};
+constexpr TileController::Category games{u"games", gameList, makeList<MyGamesController>};
+constexpr TileController::Category learningMaterials{u"learningMaterials", learningMaterialList,
                                                      makeList<MyLearningMaterialsController>};
-constexpr TileController::Category archives{NavElementType::Archive, archiveList,
+constexpr TileController::Category archives{u"archive", archiveList,
                                             makeList<MyArchivesController>};
 
 } // namespace
 
-MyBooksController::MyBooksController(MainControlling &viewController, QWidget *parent)
+MyBooksController::MyBooksController(ContentOwner &viewController, QWidget *parent)
     : TileController(viewController, books, parent)
 {
 }
 
-GamesController::GamesController(MainControlling &viewController, QWidget *parent)
+GamesController::GamesController(ContentOwner &viewController, QWidget *parent)
     : TileController(viewController, games, parent)
 {
 }
 
-LearningMaterialController::LearningMaterialController(MainControlling &viewController,
+LearningMaterialController::LearningMaterialController(ContentOwner &viewController,
                                                        QWidget *parent)
     : TileController(viewController, learningMaterials, parent)
 {
 }
 
-ArchiveViewController::ArchiveViewController(MainControlling &viewController, QWidget *parent)
+ArchiveViewController::ArchiveViewController(ContentOwner &viewController, QWidget *parent)
     : TileController(viewController, archives, parent)
 {
 }

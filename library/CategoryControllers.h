@@ -9,7 +9,7 @@ class MyBooksController : public TileController
     Q_OBJECT
 
 public:
-    explicit MyBooksController(MainControlling &viewController, QWidget *parent = nullptr);
+    explicit MyBooksController(ContentOwner &viewController, QWidget *parent = nullptr);
 };
 
 class GamesController : public TileController
@@ -17,7 +17,7 @@ class GamesController : public TileController
     Q_OBJECT
 
 public:
-    explicit GamesController(MainControlling &viewController, QWidget *parent = nullptr);
+    explicit GamesController(ContentOwner &viewController, QWidget *parent = nullptr);
 };
 
 class LearningMaterialController : public TileController
@@ -25,7 +25,7 @@ class LearningMaterialController : public TileController
     Q_OBJECT
 
 public:
-    explicit LearningMaterialController(MainControlling &viewController, QWidget *parent = nullptr);
+    explicit LearningMaterialController(ContentOwner &viewController, QWidget *parent = nullptr);
 };
 
 class ArchiveViewController : public TileController
@@ -33,5 +33,5 @@ class ArchiveViewController : public TileController
     Q_OBJECT
 
 public:
-    explicit ArchiveViewController(MainControlling &viewController, QWidget *parent = nullptr);
+    explicit ArchiveViewController(ContentOwner &viewController, QWidget *parent = nullptr);
 };

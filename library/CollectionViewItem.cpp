@@ -1,8 +1,8 @@
 #include "library/CollectionViewItem.h"
 
+#include "base/ColorConstants.h"
+#include "base/ViewColors.h"
 #include "library/CoverCache.h"
-#include "ui/ColorConstants.h"
-#include "ui/ViewColors.h"
 
 #include <QPainter>
 #include <QStyleOptionViewItem>

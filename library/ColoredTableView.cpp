@@ -1,8 +1,8 @@
 #include "library/ColoredTableView.h"
 
+#include "base/ColorConstants.h"
+#include "base/ViewColors.h"
 #include "library/RowSlide.h"
-#include "ui/ColorConstants.h"
-#include "ui/ViewColors.h"
 
 #include <QPainter>
 

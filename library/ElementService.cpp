@@ -1,6 +1,6 @@
 #include "library/ElementService.h"
 
-#include "app/ApplicationLog.h"
+#include "base/ApplicationLog.h"
 #include "library/LibraryLists.h"
 #include "pen/FileService.h"
 #include "pen/TextValues.h"

@@ -1,8 +1,8 @@
 #include "library/ElementTableModel.h"
 
+#include "base/Localization.h"
+#include "base/PlainText.h"
 #include "library/CollectionViewItem.h"
-#include "ui/Localization.h"
-#include "ui/PlainText.h"
 
 #include <QSet>
 

@@ -1,6 +1,6 @@
 #include "library/LibraryLists.h"
 
-#include "download/DownloadQueue.h"
+#include "library/DownloadQueue.h"
 #include "platform/Dispatch.h"
 
 namespace {

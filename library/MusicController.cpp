@@ -1,13 +1,13 @@
 #include "library/MusicController.h"
 
-#include "app/MainControlling.h"
+#include "base/ImageView.h"
+#include "base/PlainText.h"
+#include "base/ViewPlacement.h"
 #include "library/ColoredTableView.h"
+#include "library/ContentOwner.h"
 #include "library/Deletion.h"
 #include "library/EmptyState.h"
 #include "library/LibraryLists.h"
-#include "ui/ImageView.h"
-#include "ui/PlainText.h"
-#include "ui/ViewPlacement.h"
 
 #include <QHeaderView>
 #include <QLayout>
@@ -136,7 +136,7 @@ MusicController::MusicController(QWidget *parent)
     setColumnWidths();
 }
 
-MusicController::MusicController(MainControlling &viewController, QWidget *parent)
+MusicController::MusicController(ContentOwner &viewController, QWidget *parent)
     : MusicController(parent)
 {
     m_viewController = &viewController;

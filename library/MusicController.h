@@ -8,7 +8,7 @@
 #include <QIcon>
 
 class EmptyStateView;
-class MainControlling;
+class ContentOwner;
 
 /// The music files, a row each.
 class MusicTableModel : public QAbstractTableModel
@@ -44,7 +44,7 @@ class MusicController : public TableController, public LibraryViewing
 
 public:
     explicit MusicController(QWidget *parent = nullptr);
-    explicit MusicController(MainControlling &viewController, QWidget *parent = nullptr);
+    explicit MusicController(ContentOwner &viewController, QWidget *parent = nullptr);
 
     /// Replaces the files; the selection and the scroll position stay where they still are.
     void setMusic(const MusicList &music);
@@ -60,6 +60,6 @@ private:
     void setColumnWidths();
 
     MusicTableModel m_model;
-    MainControlling *m_viewController = nullptr;
+    ContentOwner *m_viewController = nullptr;
     EmptyStateView *m_empty = nullptr;
 };

@@ -1,15 +1,15 @@
 #include "library/MyQuilloTitlesController.h"
 
-#include "app/MainControlling.h"
+#include "base/ColorConstants.h"
+#include "base/ContentPalette.h"
+#include "base/ViewColors.h"
+#include "base/ViewPlacement.h"
 #include "library/ColoredTableView.h"
+#include "library/ContentOwner.h"
 #include "library/EmptyState.h"
 #include "library/LibraryLists.h"
 #include "library/TableViewUtil.h"
 #include "platform/StandardOutput.h"
-#include "ui/ColorConstants.h"
-#include "ui/ContentPalette.h"
-#include "ui/ViewColors.h"
-#include "ui/ViewPlacement.h"
 
 #include <QHeaderView>
 #include <QLabel>
@@ -55,7 +55,7 @@ QLabel *makeHeader(const QString &key, QWidget *parent)
 
 } // namespace
 
-MyQuilloTitlesController::MyQuilloTitlesController(MainControlling &viewController, QWidget *parent)
+MyQuilloTitlesController::MyQuilloTitlesController(ContentOwner &viewController, QWidget *parent)
     : QWidget(parent)
     , m_viewController(viewController)
 {
@@ -432,7 +432,7 @@ void MyQuilloTitlesController::rebuild()
 {
     // The person may have gone on to another category meanwhile.
     if (!isHidden())
-        m_viewController.showView(NavElementType::MyTitles);
+        m_viewController.showTitlesView();
 }
 
 QTableView *MyQuilloTitlesController::listTable()

@@ -8,7 +8,7 @@
 #include <array>
 
 class EmptyStateView;
-class MainControlling;
+class ContentOwner;
 class QLabel;
 class QScrollArea;
 class QVBoxLayout;
@@ -24,7 +24,7 @@ class MyQuilloTitlesController : public QWidget,
 
 public:
     /// Empty until one of the operations below.
-    explicit MyQuilloTitlesController(MainControlling &viewController, QWidget *parent = nullptr);
+    explicit MyQuilloTitlesController(ContentOwner &viewController, QWidget *parent = nullptr);
     ~MyQuilloTitlesController() override;
 
     /// The whole library, followed when it changes.
@@ -111,7 +111,7 @@ private:
     [[nodiscard]] QWidget *runningSlide() const;
     void rebuild();
 
-    MainControlling &m_viewController;
+    ContentOwner &m_viewController;
     QScrollArea *m_scrollArea = nullptr;
     QWidget *m_page = nullptr;
     EmptyStateView *m_empty = nullptr;

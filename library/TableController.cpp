@@ -1,8 +1,8 @@
 #include "library/TableController.h"
 
+#include "base/ViewPlacement.h"
 #include "library/ColoredTableView.h"
 #include "library/TableViewUtil.h"
-#include "ui/ViewPlacement.h"
 
 #include <QScopedValueRollback>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/Localization.h"
+#include "base/Localization.h"
 
 #include <QAbstractItemModel>
 #include <QWidget>

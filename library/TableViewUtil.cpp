@@ -1,8 +1,8 @@
 #include "library/TableViewUtil.h"
 
+#include "base/ColorConstants.h"
+#include "base/ContentPalette.h"
 #include "library/ColoredTableView.h"
-#include "ui/ColorConstants.h"
-#include "ui/ContentPalette.h"
 
 #include <QHeaderView>
 #include <QPainter>

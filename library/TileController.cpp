@@ -1,15 +1,15 @@
 #include "library/TileController.h"
 
-#include "app/ApplicationLog.h"
-#include "app/Constants.h"
-#include "app/MainControlling.h"
+#include "base/ApplicationLog.h"
+#include "base/Constants.h"
+#include "base/ViewPlacement.h"
 #include "library/ColoredTableView.h"
+#include "library/ContentOwner.h"
 #include "library/EmptyState.h"
 #include "library/KeptPlace.h"
 #include "library/ListController.h"
 #include "library/TileView.h"
 #include "platform/StandardOutput.h"
-#include "ui/ViewPlacement.h"
 
 #include <QScopedValueRollback>
 
@@ -17,7 +17,7 @@
 
 using namespace Qt::StringLiterals;
 
-TileController::TileController(MainControlling &viewController, const Category &category,
+TileController::TileController(ContentOwner &viewController, const Category &category,
                                QWidget *parent)
     : QWidget(parent)
     , collectionView(new TileView(
@@ -51,6 +51,11 @@ void TileController::switchView(ViewMode mode)
         showMarked();
 }
 
+QString TileController::name() const
+{
+    return localized(QString::fromUtf16(m_category.nameKey));
+}
+
 void TileController::setUpCollectionView()
 {
     const QScopedValueRollback quiet(m_quiet, true);
@@ -69,7 +74,7 @@ bool TileController::setUpListView()
             return false;
         }
         pinEdges(*tableViewController, *this, Constants::listInset);
-        tableViewController->tableView->setAccessibleName(localized(nameKey(m_category.type)));
+        tableViewController->tableView->setAccessibleName(name());
         tableViewController->selectionChangeHandler = [this](const QList<int> &rows) {
             QStringList ids;
             for (const int row : rows)
@@ -207,10 +212,10 @@ void TileController::libraryChanged()
 
 void TileController::languageChanged()
 {
-    collectionView->setAccessibleName(localized(nameKey(m_category.type)));
+    collectionView->setAccessibleName(name());
     m_empty->languageChanged();
     if (tableViewController == nullptr)
         return;
-    tableViewController->tableView->setAccessibleName(localized(nameKey(m_category.type)));
+    tableViewController->tableView->setAccessibleName(name());
     tableViewController->languageChanged();
 }

@@ -1,12 +1,11 @@
 #pragma once
 
-#include "app/NavElement.h"
-#include "app/ViewMode.h"
+#include "base/Localization.h"
 #include "library/CollectionViewItem.h"
 #include "library/Deletion.h"
 #include "library/ElementTableModel.h"
 #include "library/LibraryViewing.h"
-#include "ui/Localization.h"
+#include "library/ViewMode.h"
 
 #include <QHash>
 #include <QWidget>
@@ -14,7 +13,7 @@
 class CoverCache;
 class EmptyStateView;
 class ListController;
-class MainControlling;
+class ContentOwner;
 class TileView;
 
 /// One category's titles as tiles or as a list, whichever the view mode says. The four categories
@@ -31,7 +30,7 @@ class TileController : public QWidget,
 public:
     struct Category
     {
-        NavElementType type;
+        const char16_t *nameKey;
         ElementList &(*titles)();
         /// Null when no list can be made.
         ListController *(*makeList)(CoverCache &covers, QWidget *parent);
@@ -61,16 +60,18 @@ public:
 protected:
     void showEvent(QShowEvent *event) override;
 
-    TileController(MainControlling &viewController, const Category &category, QWidget *parent);
+    TileController(ContentOwner &viewController, const Category &category, QWidget *parent);
 
 private:
+    /// In the current language.
+    [[nodiscard]] QString name() const;
     void setUpCollectionView();
     [[nodiscard]] bool setUpListView();
     void selectTitles(const QStringList &ids);
     void showForm();
     void showMarked();
 
-    MainControlling &m_viewController;
+    ContentOwner &m_viewController;
     const Category m_category;
     ElementTableModel m_model{ElementTableModel::Form::Grid};
     QHash<int, CollectionViewItem> m_items;

@@ -1,10 +1,10 @@
 #include "library/TileView.h"
 
+#include "base/ContentPalette.h"
+#include "base/OverlayScrolling.h"
 #include "library/CollectionViewItem.h"
 #include "library/CoverCache.h"
 #include "platform/StandardOutput.h"
-#include "ui/ContentPalette.h"
-#include "ui/OverlayScrolling.h"
 
 #include <QMouseEvent>
 #include <QStyledItemDelegate>

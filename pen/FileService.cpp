@@ -1,6 +1,6 @@
 #include "pen/FileService.h"
 
-#include "app/ApplicationLog.h"
+#include "base/ApplicationLog.h"
 #include "pen/TextValues.h"
 #include "pen/URLFactory.h"
 #include "platform/FileManager.h"

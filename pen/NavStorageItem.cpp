@@ -1,11 +1,11 @@
 #include "pen/NavStorageItem.h"
 
-#include "app/ApplicationLog.h"
-#include "ui/ColorConstants.h"
-#include "ui/ImageView.h"
-#include "ui/Localization.h"
-#include "ui/ViewColors.h"
-#include "ui/ViewPlacement.h"
+#include "base/ApplicationLog.h"
+#include "base/ColorConstants.h"
+#include "base/ImageView.h"
+#include "base/Localization.h"
+#include "base/ViewColors.h"
+#include "base/ViewPlacement.h"
 
 #include "ui_NavStorageItem.h"
 

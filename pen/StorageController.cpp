@@ -1,11 +1,11 @@
 #include "pen/StorageController.h"
 
+#include "base/ColorConstants.h"
+#include "base/FocusMark.h"
+#include "base/ImageView.h"
+#include "base/ViewColors.h"
 #include "pen/ConfigureService.h"
 #include "pen/NavStorageItem.h"
-#include "ui/ColorConstants.h"
-#include "ui/FocusMark.h"
-#include "ui/ImageView.h"
-#include "ui/ViewColors.h"
 
 #include "ui_StorageController.h"
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "base/Localization.h"
 #include "pen/PenAvailability.h"
 #include "pen/StorageService.h"
-#include "ui/Localization.h"
 
 #include <QWidget>
 

@@ -1,8 +1,8 @@
 #include "pen/StorageService.h"
 
-#include "app/ApplicationLog.h"
+#include "base/ApplicationLog.h"
+#include "base/Localization.h"
 #include "pen/URLFactory.h"
-#include "ui/Localization.h"
 
 #include <QLocale>
 

@@ -1,6 +1,6 @@
 #include "pen/URLFactory.h"
 
-#include "app/ApplicationLog.h"
+#include "base/ApplicationLog.h"
 #include "platform/Bundle.h"
 #include "platform/FileManager.h"
 #include "platform/StandardOutput.h"

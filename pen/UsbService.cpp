@@ -1,6 +1,6 @@
 #include "pen/UsbService.h"
 
-#include "app/ApplicationLog.h"
+#include "base/ApplicationLog.h"
 #include "pen/FileService.h"
 #include "pen/URLFactory.h"
 #include "platform/FileManager.h"

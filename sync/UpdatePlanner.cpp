@@ -1,6 +1,6 @@
 #include "sync/UpdatePlanner.h"
 
-#include "app/ApplicationLog.h"
+#include "base/ApplicationLog.h"
 #include "library/ElementService.h"
 #include "pen/URLFactory.h"
 #include "platform/Address.h"

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "download/DownloadQueue.h"
 #include "library/BaseElement.h"
+#include "library/DownloadQueue.h"
 
 #include <QHash>
 #include <QSet>

@@ -1,10 +1,10 @@
 #include "sync/UpdateService.h"
 
-#include "app/ApplicationLog.h"
+#include "base/ApplicationLog.h"
 #include "download/DownloadFileService.h"
-#include "download/DownloadQueue.h"
 #include "download/DownloadWindowController.h"
 #include "download/LibraryReloading.h"
+#include "library/DownloadQueue.h"
 #include "library/ElementService.h"
 #include "pen/URLFactory.h"
 #include "pen/UsbService.h"
@@ -19,6 +19,7 @@
 #include "sync/LogPostService.h"
 #include "sync/PenTitles.h"
 #include "sync/RequestAddresses.h"
+#include "sync/RowLoader.h"
 #include "sync/UpdatePlanner.h"
 #include "sync/VersionService.h"
 
@@ -168,8 +169,8 @@ void UpdateService::prepareRun()
     auto finished =
         std::exchange(m_downloadFileService, std::make_unique<DownloadFileService>(&m_kept));
     m_downloadFileService->setDownloadWindowController(m_downloadWindowController.get());
-    m_downloadWindowController->setDownloadFileService(m_downloadFileService.get());
-    m_versionService = std::make_unique<VersionService>(*m_downloadFileService);
+    m_rowLoader = std::make_unique<RowLoader>(*m_downloadFileService);
+    m_downloadWindowController->setRowLoading(m_rowLoader.get());
     DownloadFileService::retire(std::move(finished), this);
     updateElements().removeIf(
         [](const UpdateElement &row) { return row.downloadType != DownloadType::Ready; });
@@ -192,7 +193,7 @@ void UpdateService::startSoftwareCheck()
         softwareChecked(needed);
         debugPrint(u"Finished work in version service perform."_s);
     };
-    m_versionService->perform(checked, m_stop.get_token());
+    m_rowLoader->versionService().perform(checked, m_stop.get_token());
 }
 
 void UpdateService::softwareChecked(bool needed)

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "download/DownloadQueue.h"
 #include "download/KeptDownloads.h"
+#include "library/DownloadQueue.h"
 
 #include <QObject>
 #include <QSet>
@@ -17,7 +17,7 @@ class DispatchGroup;
 class DownloadFileService;
 class DownloadWindowController;
 class LibraryReloading;
-class VersionService;
+class RowLoader;
 struct PlanningTask;
 
 /// Runs one update of the pen against the servers at a time. Main thread only; planning works on
@@ -78,7 +78,7 @@ private:
 
     KeptDownloads m_kept;
     std::unique_ptr<DownloadFileService> m_downloadFileService;
-    std::unique_ptr<VersionService> m_versionService;
+    std::unique_ptr<RowLoader> m_rowLoader; ///< of the service before it
     std::unique_ptr<DownloadWindowController> m_downloadWindowController;
     LibraryReloading &m_viewController;
     ElementList m_localMediasArray;

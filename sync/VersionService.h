@@ -1,6 +1,6 @@
 #pragma once
 
-#include "download/DownloadQueue.h"
+#include "library/DownloadQueue.h"
 
 #include <QObject>
 #include <QStringList>

@@ -1,13 +1,13 @@
 #include "ui/DeleteViewController.h"
 
+#include "base/ImageView.h"
+#include "base/Localization.h"
 #include "download/QueueWindow.h"
 #include "library/ElementService.h"
 #include "library/LibraryLists.h"
 #include "pen/NavStorageItem.h"
 #include "ui/DeletionOwner.h"
 #include "ui/DialogUtil.h"
-#include "ui/ImageView.h"
-#include "ui/Localization.h"
 
 #include "ui_DeleteViewController.h"
 

@@ -1,13 +1,9 @@
 #include "ui/DialogUtil.h"
 
+#include "base/AlertBox.h"
+#include "base/Localization.h"
 #include "library/LibraryLists.h"
-#include "ui/Localization.h"
 
-#include <QLabel>
-#include <QLayout>
-#include <QMessageBox>
-#include <QPlainTextEdit>
-#include <QPushButton>
 #include <QSet>
 
 #include <utility>
@@ -16,87 +12,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int longText = 1000; ///< letters; about ten lines
-
-DialogUtil::Presenter &presenter()
-{
-    static DialogUtil::Presenter instance;
-    return instance;
-}
-
-/// A long text scrolls, which would push the buttons off the screen. Title by title, so that only
-/// the lines that are seen are laid out.
-void showLongText(QMessageBox &box, const QString &text)
-{
-    constexpr QSize size(460, 300);
-    auto *view = new QPlainTextEdit(&box);
-    view->setReadOnly(true);
-    view->setTabChangesFocus(true);
-    view->setFrameShape(QFrame::NoFrame);
-    view->viewport()->setAutoFillBackground(false);
-    view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    view->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
-    view->setFixedSize(size);
-    view->setPlainText(
-        QString(text).replace(text.indexOf(u" \""), 1, u'\n').replace(u"\", \""_s, u"\",\n\""_s));
-    view->setAccessibleName(box.text());
-    box.setInformativeText(u" "_s); // makes its place
-    auto *label = box.findChild<QLabel *>(u"qt_msgbox_informativelabel"_s);
-    delete box.layout()->replaceWidget(label, view);
-    label->hide();
-}
-
-void presentBox(const Alert &alert, QWidget &parent, DialogUtil::Answer completion)
-{
-    auto *box = new QMessageBox(QMessageBox::Warning, alert.windowTitle, alert.messageText,
-                                QMessageBox::NoButton, &parent);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    if (alert.informativeText.size() > longText)
-        showLongText(*box, alert.informativeText);
-    else
-        box->setInformativeText(alert.informativeText);
-    // Titles are named as they are, whatever marks they hold.
-    const QList<QLabel *> labels = box->findChildren<QLabel *>();
-    for (QLabel *label : labels)
-        label->setTextFormat(Qt::PlainText);
-    QPushButton *first = nullptr;
-    QPushButton *last = nullptr;
-    for (const QString &text : alert.buttons) {
-        last = box->addButton(text, first ? QMessageBox::RejectRole : QMessageBox::AcceptRole);
-        if (!first)
-            first = last;
-    }
-    box->setDefaultButton(last);
-    box->setEscapeButton(last);
-    QObject::connect(box, &QDialog::finished, &parent,
-                     [box, first, completion = std::move(completion)] {
-                         if (completion)
-                             completion(box->clickedButton() == first);
-                     });
-    // open() would block only the window beneath.
-    box->setModal(true);
-    box->show();
-}
-
-void present(const Alert &alert, QWidget &parent, DialogUtil::Answer completion)
-{
-    if (presenter())
-        presenter()(alert, parent, std::move(completion));
-    else
-        presentBox(alert, parent, std::move(completion));
-}
-
 QString listText(const QStringList &names)
 {
     return names.isEmpty() ? QString() : u'"' + names.join(u"\", \""_s) + u'"';
 }
 
 } // namespace
-
-void DialogUtil::setPresenter(Presenter instead)
-{
-    presenter() = std::move(instead);
-}
 
 QStringList DialogUtil::titleNames(const QStringList &ids)
 {
@@ -117,7 +38,7 @@ void DialogUtil::confirmDeletion(const QStringList &ids, QWidget &parent, Answer
     alert.informativeText =
         localized(u"please_confirm"_s).replace(u"%@"_s, listText(titleNames(ids)));
     alert.buttons = {localized(u"ok"_s), localized(u"cancel"_s)};
-    present(alert, parent, std::move(completion));
+    AlertBox::present(alert, parent, std::move(completion));
 }
 
 void DialogUtil::tellDeletionFailed(const QStringList &names, QWidget &parent)
@@ -127,5 +48,5 @@ void DialogUtil::tellDeletionFailed(const QStringList &names, QWidget &parent)
     alert.messageText = localized(u"deletion_failed_title"_s);
     alert.informativeText = localized(u"deletion_failed"_s).replace(u"%@"_s, listText(names));
     alert.buttons = {localized(u"ok"_s)};
-    present(alert, parent, {});
+    AlertBox::present(alert, parent, {});
 }

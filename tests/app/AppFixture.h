@@ -4,12 +4,12 @@
 
 #include "app/MainWindow.h"
 #include "app/ViewController.h"
+#include "base/Localization.h"
 #include "library/LibraryLists.h"
 #include "platform/Bundle.h"
 #include "platform/Dispatch.h"
 #include "platform/FileManager.h"
 #include "platform/FolderVolumes.h"
-#include "ui/Localization.h"
 
 #include <QFile>
 #include <QTest>

@@ -5,13 +5,13 @@
 #include "app/NavCollectionItem.h"
 #include "app/NavCollectionView.h"
 #include "app/NavRowModel.h"
+#include "base/EmptyStateView.h"
+#include "base/FocusMark.h"
 #include "library/CategoryControllers.h"
 #include "library/ListController.h"
 #include "library/MyQuilloTitlesController.h"
 #include "library/TileView.h"
 #include "pen/StorageController.h"
-#include "ui/EmptyStateView.h"
-#include "ui/FocusMark.h"
 
 #include <QAccessible>
 #include <QPainter>

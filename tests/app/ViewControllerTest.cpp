@@ -2,9 +2,9 @@
 
 #include "tests/app/AppFixture.h"
 
-#include "download/DownloadQueue.h"
 #include "download/DownloadWindow.h"
 #include "download/DownloadWindowController.h"
+#include "library/DownloadQueue.h"
 #include "pen/NavStorageItem.h"
 #include "platform/SharedSession.h"
 #include "platform/URLSession.h"

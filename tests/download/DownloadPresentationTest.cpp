@@ -1,9 +1,9 @@
 #include "download/DownloadPresentation.h"
 
-#include "download/DownloadQueue.h"
+#include "base/Localization.h"
+#include "library/DownloadQueue.h"
 #include "tests/support/Printers.h"
 #include "tests/support/Rows.h"
-#include "ui/Localization.h"
 
 #include <limits>
 

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "base/Localization.h"
 #include "download/DownloadWindowController.h"
 #include "download/LibraryReloading.h"
 #include "platform/Bundle.h"
+#include "sync/RowLoader.h"
 #include "tests/download/TransferTest.h"
-#include "ui/Localization.h"
 
 class Library : public LibraryReloading
 {
@@ -43,7 +44,7 @@ protected:
         Bundle::setConfigurationFile(file.fileName());
         setCurrentLanguage(QStringLiteral("keys"));
 
-        window.setDownloadFileService(&service);
+        window.setRowLoading(&loader);
         service.setDownloadWindowController(&window);
         window.setViewController(&library);
         connectSignals();
@@ -116,6 +117,7 @@ protected:
     QList<double> bars;
     Library library{events};
     DownloadFileService service;
+    RowLoader loader{service};
     DownloadWindowController window;
 
 private:

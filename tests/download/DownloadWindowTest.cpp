@@ -1,13 +1,13 @@
 #include "download/DownloadWindow.h"
 
-#include "download/DownloadQueue.h"
+#include "base/ColorConstants.h"
+#include "base/ImageView.h"
+#include "base/Localization.h"
 #include "download/DownloadWindowController.h"
 #include "download/LibraryReloading.h"
 #include "library/CoverCache.h"
+#include "library/DownloadQueue.h"
 #include "platform/SoundPlayer.h"
-#include "ui/ColorConstants.h"
-#include "ui/ImageView.h"
-#include "ui/Localization.h"
 
 #include <QApplication>
 #include <QCloseEvent>

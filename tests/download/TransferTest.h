@@ -1,8 +1,8 @@
 #pragma once
 
 #include "download/DownloadFileService.h"
-#include "download/DownloadQueue.h"
 #include "download/QueueWindow.h"
+#include "library/DownloadQueue.h"
 #include "pen/URLFactory.h"
 #include "platform/Dispatch.h"
 #include "platform/NotificationCenter.h"

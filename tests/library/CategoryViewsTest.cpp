@@ -4,10 +4,10 @@
 
 #include "tests/support/Output.h"
 
+#include "base/EmptyStateView.h"
 #include "library/ColoredTableView.h"
 #include "library/ListController.h"
 #include "library/TileView.h"
-#include "ui/EmptyStateView.h"
 
 #include <QAccessible>
 #include <QHeaderView>
@@ -331,9 +331,9 @@ TEST_F(CategoryViewsTest, MissingListLeavesTheTiles)
     class Listless : public TileController
     {
     public:
-        explicit Listless(MainControlling &viewController)
+        explicit Listless(ContentOwner &viewController)
             : TileController(viewController,
-                             {NavElementType::Books, bookList,
+                             {u"books", bookList,
                               [](CoverCache &, QWidget *) -> ListController * {
                                   return nullptr;
                               }},

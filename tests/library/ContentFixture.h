@@ -1,26 +1,24 @@
 #pragma once
 
-#include "app/MainControlling.h"
+#include "base/Localization.h"
+#include "library/ContentOwner.h"
 #include "library/CoverCache.h"
 #include "library/Deletion.h"
 #include "library/LibraryLists.h"
 #include "platform/Dispatch.h"
-#include "ui/Localization.h"
 
 #include <QWidget>
 
 #include <gtest/gtest.h>
 
 /// Stands in for the main window.
-class FakeMain : public MainControlling, public DeletionSelecting
+class FakeMain : public ContentOwner, public DeletionSelecting
 {
 public:
     [[nodiscard]] ViewMode viewMode() const override { return mode; }
-    void loadData() override {}
     [[nodiscard]] bool isQuilloAvailable() const override { return penAvailable; }
     [[nodiscard]] CoverCache &coverCache() override { return covers; }
-    [[nodiscard]] QWidget &contentArea() override { return area; }
-    void showView(NavElementType type) override { shown.append(type); }
+    void showTitlesView() override { ++titlesViewsShown; }
     [[nodiscard]] DeletionSelecting *deletionSelection() override { return this; }
     void setSelectedElementIds(const QStringList &ids) override { selectedElementIds() = ids; }
     void clearSelectedElementIds() override { selectedElementIds().clear(); }
@@ -28,8 +26,7 @@ public:
     ViewMode mode = ViewMode::tiled;
     bool penAvailable = true;
     CoverCache covers;
-    QWidget area;
-    QList<NavElementType> shown;
+    int titlesViewsShown = 0;
 };
 
 inline ElementList makeTitles(int count, const QString &prefix)

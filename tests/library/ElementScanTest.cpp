@@ -1,6 +1,6 @@
 #include "library/ElementService.h"
 
-#include "download/DownloadQueue.h"
+#include "library/DownloadQueue.h"
 #include "library/LibraryLists.h"
 #include "tests/support/PenTest.h"
 #include "tests/support/Printers.h"

@@ -4,8 +4,8 @@
 #include "tests/support/PenTest.h"
 #include "tests/support/Printers.h"
 
+#include "base/Localization.h"
 #include "pen/ConfigureService.h"
-#include "ui/Localization.h"
 
 using namespace Qt::StringLiterals;
 

@@ -5,8 +5,8 @@
 #include "tests/support/PenTest.h"
 #include "tests/support/Printers.h"
 
-#include "ui/ColorConstants.h"
-#include "ui/ImageView.h"
+#include "base/ColorConstants.h"
+#include "base/ImageView.h"
 
 #include <QImage>
 #include <QLabel>

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "download/DownloadQueue.h"
+#include "base/Localization.h"
 #include "download/DownloadWindowController.h"
+#include "library/DownloadQueue.h"
 #include "tests/support/Output.h"
 #include "tests/support/UpdateRig.h"
-#include "ui/Localization.h"
 
 #include <QSignalSpy>
 #include <QTest>

@@ -2,7 +2,7 @@
 
 #include "tests/support/Output.h"
 
-#include "download/DownloadQueue.h"
+#include "library/DownloadQueue.h"
 #include "library/ElementService.h"
 #include "ui/DeletionOwner.h"
 

@@ -3,8 +3,8 @@
 #include "tests/app/AppFixture.h"
 #include "tests/support/Printers.h"
 
+#include "base/AlertBox.h"
 #include "ui/DeleteViewController.h"
-#include "ui/DialogUtil.h"
 
 #include <QToolButton>
 
@@ -24,13 +24,12 @@ class Alerts
 public:
     Alerts()
     {
-        DialogUtil::setPresenter(
-            [this](const Alert &alert, QWidget &, DialogUtil::Answer completion) {
-                shown += alert;
-                m_completion = std::move(completion);
-            });
+        AlertBox::setPresenter([this](const Alert &alert, QWidget &, AlertBox::Answer completion) {
+            shown += alert;
+            m_completion = std::move(completion);
+        });
     }
-    ~Alerts() { DialogUtil::setPresenter({}); }
+    ~Alerts() { AlertBox::setPresenter({}); }
     Alerts(const Alerts &) = delete;
     Alerts &operator=(const Alerts &) = delete;
 
@@ -39,7 +38,7 @@ public:
     QList<Alert> shown;
 
 private:
-    DialogUtil::Answer m_completion;
+    AlertBox::Answer m_completion;
 };
 
 /// A pen with a book, two games and an archive title, in a running main window.

@@ -2,11 +2,11 @@
 
 #include "app/NavCollectionView.h"
 #include "app/NavigationViewController.h"
+#include "base/EmptyStateView.h"
 #include "library/CategoryControllers.h"
 #include "library/ColoredTableView.h"
 #include "library/MyQuilloTitlesController.h"
 #include "library/TileView.h"
-#include "ui/EmptyStateView.h"
 
 #include <QTableView>
 

@@ -1,4 +1,4 @@
-#include "download/DownloadType.h"
+#include "library/DownloadType.h"
 
 QString rawValue(DownloadType type)
 {

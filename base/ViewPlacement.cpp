@@ -1,4 +1,4 @@
-#include "ui/ViewPlacement.h"
+#include "base/ViewPlacement.h"
 
 #include "platform/StandardOutput.h"
 

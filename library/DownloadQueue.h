@@ -1,7 +1,7 @@
 #pragma once
 
-#include "download/DownloadType.h"
 #include "library/BaseElement.h"
+#include "library/DownloadType.h"
 
 #include <QList>
 #include <QString>

@@ -1,4 +1,4 @@
-#include "ui/OverlayScrolling.h"
+#include "base/OverlayScrolling.h"
 
 #include <QAbstractScrollArea>
 #include <QProxyStyle>

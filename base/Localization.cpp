@@ -1,4 +1,4 @@
-#include "ui/Localization.h"
+#include "base/Localization.h"
 
 #include "platform/Bundle.h"
 #include "platform/Dispatch.h"

@@ -1,6 +1,6 @@
-#include "ui/ViewColors.h"
+#include "base/ViewColors.h"
 
-#include "ui/ColorConstants.h"
+#include "base/ColorConstants.h"
 
 #include <QPainter>
 #include <QWidget>

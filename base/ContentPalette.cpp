@@ -1,6 +1,6 @@
-#include "ui/ContentPalette.h"
+#include "base/ContentPalette.h"
 
-#include "ui/ColorConstants.h"
+#include "base/ColorConstants.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "app/ApplicationLog.h"
+#include "base/ApplicationLog.h"
 
 #include "platform/AppendFile.h"
 #include "platform/FileManager.h"

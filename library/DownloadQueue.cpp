@@ -1,4 +1,4 @@
-#include "download/DownloadQueue.h"
+#include "library/DownloadQueue.h"
 
 #include "platform/Dispatch.h"
 

@@ -1,9 +1,9 @@
-#include "ui/EmptyStateView.h"
+#include "base/EmptyStateView.h"
 
-#include "ui/ContentPalette.h"
-#include "ui/FocusMark.h"
-#include "ui/ImageView.h"
-#include "ui/OverlayScrolling.h"
+#include "base/ContentPalette.h"
+#include "base/FocusMark.h"
+#include "base/ImageView.h"
+#include "base/OverlayScrolling.h"
 
 #include <QLabel>
 #include <QVBoxLayout>

@@ -1,4 +1,4 @@
-#include "ui/ImageView.h"
+#include "base/ImageView.h"
 
 #include "platform/Bundle.h"
 

@@ -1,4 +1,4 @@
-#include "app/ApplicationLog.h"
+#include "base/ApplicationLog.h"
 
 #include "tests/support/Traces.h"
 

@@ -1,6 +1,6 @@
-#include "ui/FocusMark.h"
+#include "base/FocusMark.h"
 
-#include "ui/ViewColors.h"
+#include "base/ViewColors.h"
 
 #include <QEvent>
 #include <QPainter>

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "library/ViewMode.h"
+#include "pen/PenAvailability.h"
+
+class CoverCache;
+class DeletionSelecting;
+
+/// What the content controllers need of the main window's controller. Main thread only.
+class ContentOwner : public virtual ViewModeHandlingDelegate, public virtual PenAvailability
+{
+public:
+    [[nodiscard]] virtual CoverCache &coverCache() = 0;
+    /// Null as long as nobody takes the choice of titles.
+    [[nodiscard]] virtual DeletionSelecting *deletionSelection() = 0;
+    /// Builds the page of all titles anew and shows it.
+    virtual void showTitlesView() = 0;
+};
