@@ -44,7 +44,7 @@ protected:
         Bundle::setConfigurationFile(file.fileName());
         setCurrentLanguage(QStringLiteral("keys"));
 
-        window.setRowLoading(&loader);
+        window.beginRun(&loader);
         service.setDownloadWindowController(&window);
         window.setViewController(&library);
         connectSignals();

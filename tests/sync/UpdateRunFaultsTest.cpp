@@ -11,7 +11,7 @@ using Reply = FaultServer::Reply;
 
 namespace {
 
-using UpdateRunFaults = UpdateRun;
+using UpdateRunFaults = UpdateRunTest;
 
 TEST_F(UpdateRunFaults, BrokenAnswersEndTheRunAndLeaveTheTitleAlone)
 {
@@ -129,7 +129,7 @@ TEST_F(UpdateRunFaults, BrokenContentNeverReplacesTheOld)
 }
 
 /// Covers of ten titles that are up to date, beside an outdated one.
-class UpdateRunCovers : public UpdateRun
+class UpdateRunCovers : public UpdateRunTest
 {
 protected:
     UpdateRunCovers()

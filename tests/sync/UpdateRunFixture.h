@@ -12,7 +12,7 @@
 #include <gmock/gmock.h>
 
 /// Whole update runs over titles with the mids 42 and 43.
-class UpdateRun : public testing::Test
+class UpdateRunTest : public testing::Test
 {
 protected:
     using Fault = FaultServer::Fault;
