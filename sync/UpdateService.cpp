@@ -95,7 +95,7 @@ void removeLeftovers()
     for (const std::optional<QUrl> &folder :
          {URLFactory::getBookURL(), URLFactory::getConfigureURL()}) {
         if (folder)
-            FileManager::removeLeftovers(folder->path(QUrl::FullyDecoded));
+            FileManager::removeLeftovers(pathOf(*folder));
     }
 }
 

@@ -2,10 +2,9 @@
 #include "library/CoverImage.h"
 #include "pen/ConfigureService.h"
 #include "pen/TextValues.h"
+#include "platform/Bundle.h"
 #include "platform/HttpAnswer.h"
 #include "platform/MountTable.h"
-#include "platform/PropertyListReader.h"
-#include "platform/StringTableReader.h"
 #include "sync/ElementUpdateService.h"
 #include "sync/LogPostService.h"
 #include "tests/support/PenTest.h"
@@ -161,12 +160,12 @@ void parseMounts(const QByteArray &bytes)
 
 void parsePropertyList(const QByteArray &bytes)
 {
-    static_cast<void>(PropertyListReader(bytes).read());
+    static_cast<void>(Bundle::parsePropertyList(bytes));
 }
 
 void parseStringTable(const QByteArray &bytes)
 {
-    static_cast<void>(StringTableReader(bytes).read());
+    static_cast<void>(Bundle::parseStringTable(bytes));
 }
 
 void parseSettings(const QByteArray &bytes)
@@ -227,8 +226,7 @@ INSTANTIATE_TEST_SUITE_P(
                "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>A</key><string>b</string>"
                "<key>C</key><array><integer>7</integer><true/></array></dict></plist>",
                parsePropertyList},
-        Parser{"StringTable", "/* c */ \"key\" = \"text \\U00e4 \\n\"; // e\n\"b\" = \"\";",
-               parseStringTable},
+        Parser{"StringTable", R"({"key": "text \u00e4 \n", "b": ""})", parseStringTable},
         Parser{"Settings", "firmwareVersion=12\nImageVersion = 7\n", parseSettings},
         Parser{"MountTable", "36 25 8:17 / /media/a\\040b rw,nosuid shared:1 - vfat /dev/sdb1 rw\n",
                parseMounts},

@@ -1,5 +1,6 @@
 #include "platform/FileManager.h"
 
+#include "platform/Address.h"
 #include "tests/support/PenTest.h"
 #include "tests/support/Rows.h"
 
@@ -76,7 +77,7 @@ TEST_F(FileManagerTest, NamesVolumesByTheirAddresses)
         texts.append(url.toString(QUrl::FullyEncoded));
     EXPECT_EQ(texts, QStringList({u"file:///Volumes/QUILLO/"_s, u"file:///Volumes/NO%20NAME/"_s,
                                   u"file:///Volumes/%C3%A4%23%251%3F/"_s}));
-    EXPECT_TRUE(FileManager::fileExists(urls->at(2).path(QUrl::FullyDecoded)));
+    EXPECT_TRUE(FileManager::fileExists(pathOf(urls->at(2))));
 }
 
 TEST_F(FileManagerTest, AwkwardNamesAreWrittenReadListedMovedAndRemoved)

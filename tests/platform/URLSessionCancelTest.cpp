@@ -2,7 +2,6 @@
 
 #include <QCoreApplication>
 #include <QTest>
-#include <QThread>
 
 #include <atomic>
 #include <semaphore>
@@ -198,10 +197,12 @@ TEST_F(URLSessionThreadTest, TheEndRightAfterTheStart)
     EXPECT_EQ(files(), QStringList());
 }
 
-/// Called on the session's thread: stays until the session has begun to end.
-void waitForTheEnd()
+/// Called on the session's thread: stays until the session has begun to end, and drops what waits.
+void waitForTheEnd(URLSession &session)
 {
-    while (!QThread::currentThread()->isInterruptionRequested())
+    const auto waiting = std::make_shared<int>();
+    session.async([waiting] {});
+    while (waiting.use_count() > 1)
         std::this_thread::yield();
 }
 
@@ -210,9 +211,9 @@ TEST_F(URLSessionThreadTest, TheEndWaitsForProgressUnderWayAndTellsNoMore)
     serveStalled("/file");
     std::binary_semaphore entered(0);
     std::atomic<bool> left = false;
-    recorder.onWrite = [&](const auto &) {
+    recorder.onWrite = [&, &ending = *session](const auto &) {
         entered.release();
-        waitForTheEnd();
+        waitForTheEnd(ending);
         left = true;
     };
     const auto task = begin("/file");
@@ -228,9 +229,9 @@ TEST_F(URLSessionThreadTest, TheEndWaitsForAFinishedFileAndTellsNoMore)
 {
     server.serve("/file", pattern(1000));
     std::binary_semaphore entered(0);
-    recorder.onFinish = [&] {
+    recorder.onFinish = [&, &ending = *session] {
         entered.release();
-        waitForTheEnd();
+        waitForTheEnd(ending);
     };
     const auto task = begin("/file");
     entered.acquire();
@@ -245,11 +246,12 @@ TEST_F(URLSessionThreadTest, TheEndWaitsForADataCompletionAndRunsNoOther)
     std::binary_semaphore entered(0);
     std::atomic<int> told = 0;
     for (int count = 0; count < 2; ++count) {
-        session->dataTask({server.url("/data"), "GET", {}, {}}, [&](const DataTaskResult &) {
-            ++told;
-            entered.release();
-            waitForTheEnd();
-        });
+        session->dataTask({server.url("/data"), "GET", {}, {}},
+                          [&, &ending = *session](const DataTaskResult &) {
+                              ++told;
+                              entered.release();
+                              waitForTheEnd(ending);
+                          });
     }
     ASSERT_TRUE(server.waitForRequests(2));
     gate->open();
