@@ -6,8 +6,14 @@
 #include <QFile>
 #include <QTest>
 
-#include <algorithm>
 #include <atomic>
+#include <numeric>
+
+namespace {
+
+constexpr int patience = 30'000;
+
+} // namespace
 
 QByteArray pattern(qsizetype size, quint32 seed)
 {
@@ -22,23 +28,14 @@ QByteArray pattern(qsizetype size, quint32 seed)
 
 qint64 Told::written() const
 {
-    qint64 sum = 0;
-    for (const Progress &step : progress)
-        sum += step.written;
-    return sum;
+    return std::accumulate(progress.begin(), progress.end(), qint64(0),
+                           [](qint64 sum, const Progress &step) { return sum + step.written; });
 }
 
 Told &TransferRecorder::note(const Task &task)
 {
-    const auto thread = std::this_thread::get_id();
-    if (std::find(m_threads.begin(), m_threads.end(), thread) == m_threads.end())
-        m_threads.push_back(thread);
-    for (auto &[known, told] : m_told) {
-        if (known == task)
-            return told;
-    }
-    m_told.emplace_back(task, Told());
-    return m_told.back().second;
+    m_threads.insert(std::this_thread::get_id());
+    return m_told[task];
 }
 
 void TransferRecorder::didWriteData(const Task &task, qint64 written, qint64 total, qint64 expected)
@@ -83,37 +80,30 @@ void TransferRecorder::didComplete(const Task &task, const std::optional<URLErro
     told.calls.append(QStringLiteral("complete"));
     told.error = error;
     told.response = task->response();
-    told.ended = true;
 }
 
 Told TransferRecorder::of(const Task &task) const
 {
     const std::lock_guard lock(m_mutex);
-    for (const auto &[known, told] : m_told) {
-        if (known == task)
-            return told;
-    }
-    return {};
+    const auto told = m_told.find(task);
+    return told == m_told.end() ? Told() : told->second;
 }
 
-bool TransferRecorder::waitForEnd(const Task &task, int timeout) const
+bool TransferRecorder::waitForEnd(const Task &task) const
 {
-    return QTest::qWaitFor([&] { return of(task).ended; }, timeout);
+    return QTest::qWaitFor([&] { return of(task).ended(); }, patience);
 }
 
-int TransferRecorder::calls() const
+void TransferRecorder::forget()
 {
     const std::lock_guard lock(m_mutex);
-    qsizetype count = 0;
-    for (const auto &[task, told] : m_told)
-        count += told.calls.size() + told.progress.size();
-    return static_cast<int>(count);
+    m_told.clear();
 }
 
-std::optional<std::thread::id> TransferRecorder::thread() const
+std::set<std::thread::id> TransferRecorder::threads() const
 {
     const std::lock_guard lock(m_mutex);
-    return m_threads.size() == 1 ? std::optional(m_threads.front()) : std::nullopt;
+    return m_threads;
 }
 
 URLSessionFixture::URLSessionFixture()
@@ -128,7 +118,12 @@ URLSessionFixture::~URLSessionFixture()
     qunsetenv("TMPDIR");
 }
 
-TransferRecorder::Task URLSessionFixture::begin(const QByteArray &path)
+URLSessionFixture::Task URLSessionFixture::newTask(const QByteArray &path)
+{
+    return session->downloadTask({server.url(path), target});
+}
+
+URLSessionFixture::Task URLSessionFixture::begin(const QByteArray &path)
 {
     auto task = newTask(path);
     task->resume();
@@ -145,7 +140,7 @@ Told URLSessionFixture::resume(const Told &failed, const QByteArray &path)
     return run(session->downloadTask({server.url(path), target, -1, -1, failed.error->rest}));
 }
 
-Told URLSessionFixture::run(const TransferRecorder::Task &task)
+Told URLSessionFixture::run(const Task &task)
 {
     task->resume();
     EXPECT_TRUE(recorder.waitForEnd(task)) << "the task never ended";
@@ -164,7 +159,7 @@ DataTaskResult URLSessionFixture::fetch(const URLRequest &request)
         state->result = result;
         EXPECT_EQ(++state->told, 1);
     });
-    EXPECT_TRUE(QTest::qWaitFor([&] { return state->told > 0; }, 30'000))
+    EXPECT_TRUE(QTest::qWaitFor([&] { return state->told > 0; }, patience))
         << "the completion never ran";
     return state->told > 0 ? state->result : DataTaskResult();
 }
@@ -172,12 +167,6 @@ DataTaskResult URLSessionFixture::fetch(const URLRequest &request)
 DataTaskResult URLSessionFixture::fetch(const QByteArray &path, const QByteArray &method)
 {
     return fetch({server.url(path), method, {}, {}});
-}
-
-void TransferRecorder::forget()
-{
-    const std::lock_guard lock(m_mutex);
-    m_told.clear();
 }
 
 QStringList URLSessionFixture::files() const

@@ -9,7 +9,9 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <map>
 #include <mutex>
+#include <set>
 #include <thread>
 
 /// Bytes that look different at every place.
@@ -31,8 +33,8 @@ struct Told
     QByteArray content; ///< of the file once it was placed
     std::optional<URLError> error;
     std::optional<URLResponse> response; ///< as seen in didComplete
-    bool ended = false;
 
+    [[nodiscard]] bool ended() const { return calls.contains(QStringLiteral("complete")); }
     [[nodiscard]] QString errorText() const { return error ? error->description : QString(); }
     [[nodiscard]] bool isResumable() const { return error && error->rest; }
     [[nodiscard]] qint64 written() const;
@@ -53,12 +55,11 @@ public:
     void didComplete(const Task &task, const std::optional<URLError> &error) override;
 
     [[nodiscard]] Told of(const Task &task) const;
-    [[nodiscard]] bool waitForEnd(const Task &task, int timeout = 30'000) const;
-    [[nodiscard]] int calls() const;
+    [[nodiscard]] bool waitForEnd(const Task &task) const;
     /// Lets go of all that was told, the rests of broken transfers too.
     void forget();
-    /// The one thread all calls came on; absent when there was none or more than one.
-    [[nodiscard]] std::optional<std::thread::id> thread() const;
+    /// Those that calls came on.
+    [[nodiscard]] std::set<std::thread::id> threads() const;
 
     std::function<void(const Task &task)> onWrite;
     std::function<void()> onFinish;
@@ -68,8 +69,8 @@ private:
 
     mutable std::mutex m_mutex;
     QElapsedTimer m_clock;
-    std::vector<std::pair<Task, Told>> m_told; ///< the tasks stay, so that no address comes back
-    std::vector<std::thread::id> m_threads;
+    std::map<Task, Told> m_told;
+    std::set<std::thread::id> m_threads;
 };
 
 inline const QStringList success{QStringLiteral("finished"), QStringLiteral("metrics"),
@@ -86,23 +87,21 @@ protected:
     using Length = FaultServer::Length;
     using Ranges = FaultServer::Ranges;
     using Reply = FaultServer::Reply;
+    using Task = TransferRecorder::Task;
 
     URLSessionFixture();
     ~URLSessionFixture() override;
 
+    [[nodiscard]] Task newTask(const QByteArray &path);
     /// A download under way.
-    [[nodiscard]] TransferRecorder::Task begin(const QByteArray &path);
+    [[nodiscard]] Task begin(const QByteArray &path = "/file");
     [[nodiscard]] Told download(const QUrl &url);
     [[nodiscard]] Told download(const QByteArray &path) { return download(server.url(path)); }
     /// Goes on with what the failed transfer left.
     [[nodiscard]] Told resume(const Told &failed, const QByteArray &path = "/file");
-    [[nodiscard]] Told run(const TransferRecorder::Task &task);
+    [[nodiscard]] Told run(const Task &task);
     [[nodiscard]] DataTaskResult fetch(const URLRequest &request);
     [[nodiscard]] DataTaskResult fetch(const QByteArray &path, const QByteArray &method = "GET");
-    [[nodiscard]] TransferRecorder::Task newTask(const QByteArray &path)
-    {
-        return session->downloadTask({server.url(path), target});
-    }
     /// What lies in the target's folder, hidden files too.
     [[nodiscard]] QStringList files() const;
 

@@ -50,7 +50,7 @@ public:
             if (socket->bytesAvailable() > 0)
                 reply();
         });
-        listening = listen(QHostAddress::LocalHost);
+        EXPECT_TRUE(listen(QHostAddress::LocalHost));
     }
 
     [[nodiscard]] QByteArray address() const
@@ -58,7 +58,6 @@ public:
         return "https://127.0.0.1:" + QByteArray::number(serverPort()) + "/";
     }
 
-    bool listening = false;
     int requests = 0;
 };
 
@@ -75,16 +74,7 @@ protected:
         qputenv("SSL_CERT_FILE", file.fileName().toUtf8());
     }
 
-    void TearDown() override
-    {
-        if (m_before.isNull())
-            qunsetenv("SSL_CERT_FILE");
-        else
-            qputenv("SSL_CERT_FILE", m_before);
-    }
-
-private:
-    const QByteArray m_before = qgetenv("SSL_CERT_FILE");
+    void TearDown() override { SetUp(); }
 };
 
 const char greeting[] = "HTTP/1.1 200 OK\r\nContent-Length: 5\r\nConnection: close\r\n\r\nhello";
@@ -93,7 +83,6 @@ TEST_F(URLSessionSecureTest, FollowsARedirectFromHttp)
 {
     trust();
     const SecureServer secure(greeting);
-    ASSERT_TRUE(secure.listening);
     server.serve("/file", FaultServer::Reply::redirect(secure.address()));
     const Told told = download("/file");
     EXPECT_EQ(told.errorText(), QString());
@@ -107,7 +96,6 @@ TEST_F(URLSessionSecureTest, FollowsNoRedirectToHttp)
     server.serve("/file", "in the clear");
     const SecureServer secure("HTTP/1.1 302 Found\r\nLocation: " + server.url("/file").toEncoded()
                               + "\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
-    ASSERT_TRUE(secure.listening);
     const Told told = download(QUrl(QString::fromLatin1(secure.address())));
     EXPECT_FALSE(told.errorText().isEmpty());
     EXPECT_FALSE(told.response);
@@ -118,7 +106,6 @@ TEST_F(URLSessionSecureTest, FollowsNoRedirectToHttp)
 TEST_F(URLSessionSecureTest, TrustsNoUnknownServer)
 {
     const SecureServer secure(greeting);
-    ASSERT_TRUE(secure.listening);
     const Told told = download(QUrl(QString::fromLatin1(secure.address())));
     EXPECT_FALSE(told.errorText().isEmpty());
     EXPECT_FALSE(told.response);
