@@ -38,7 +38,10 @@ public:
 
         [[nodiscard]] QByteArray path() const { return target.split('?').first(); }
         [[nodiscard]] QByteArray header(const QByteArray &name) const; ///< null when absent
-        [[nodiscard]] bool hasHeader(const QByteArray &name) const { return !header(name).isNull(); }
+        [[nodiscard]] bool hasHeader(const QByteArray &name) const
+        {
+            return !header(name).isNull();
+        }
     };
 
     /// Where a connection waits until the test lets it go on. The server's end opens it, too.

@@ -2,7 +2,7 @@
 
 #include "download/DownloadQueue.h"
 #include "download/DownloadWindowController.h"
-#include "tests/support/Output.h"
+#include "tests/support/Traces.h"
 #include "tests/support/UpdateRig.h"
 #include "ui/Localization.h"
 
