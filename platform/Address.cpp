@@ -20,5 +20,5 @@ QUrl urlOf(const QString &path)
 std::optional<QUrl> makeURL(const QString &text)
 {
     QUrl url(text, QUrl::StrictMode);
-    return url.isValid() && !url.isEmpty() ? std::optional(url) : std::nullopt;
+    return url.isValid() ? std::optional(url) : std::nullopt;
 }

@@ -11,6 +11,8 @@
 #include <QSvgRenderer>
 #include <QUrl>
 
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -104,8 +106,10 @@ TEST(UrlList, IsEmptyRatherThanTheShippedOneWhenTheChosenFileIsMissingOrBroken)
     chosen.set(whole + QByteArray(1024 * 1024 + 1 - whole.size(), '\n'));
     EXPECT_TRUE(shopAddress().isEmpty()) << "too large to be one";
     chosen.set("<plist>");
+    const QString pipe = chosen.file() + u".pipe"_s;
+    ASSERT_EQ(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
     for (const QString &file :
-         {chosen.file(), u"/no/such/list"_s, QDir::tempPath(), u"/dev/zero"_s}) {
+         {chosen.file(), u"/no/such/list"_s, QDir::tempPath(), u"/dev/zero"_s, pipe}) {
         Bundle::setConfigurationFile(file);
         EXPECT_TRUE(Bundle::propertyList(u"Url"_s).isEmpty()) << qPrintable(file);
     }

@@ -99,6 +99,7 @@ TEST_F(FileManagerTest, EscapesNameNothing)
     ASSERT_TRUE(QFile::link(u"absolute"_s, pen.path(u"chained"_s)));
     ASSERT_TRUE(QFile::link(outside.filePath(u"secret.txt"_s), pen.path(u"last.txt"_s)));
     ASSERT_TRUE(QFile::link(outside.filePath(u"new.txt"_s), pen.path(u"new.txt"_s)));
+    ASSERT_TRUE(QFile::link(u"configure/settings.ini"_s, pen.path(u"inside.txt"_s)));
     QFile beside(pen.volumes() + u"/QUILLO.txt"_s);
     ASSERT_TRUE(beside.open(QFile::WriteOnly) && beside.write(secret) > 0);
     for (const QString &path :
@@ -108,8 +109,9 @@ TEST_F(FileManagerTest, EscapesNameNothing)
           u"/Volumes/QUILLO/absolute/secret.txt"_s, u"/Volumes/QUILLO/relative/secret.txt"_s,
           u"/Volumes/QUILLO/chained/secret.txt"_s, u"/Volumes/QUILLO/absolute"_s,
           u"/Volumes/QUILLO/absolute/"_s, u"/Volumes/QUILLO/last.txt"_s,
-          u"/Volumes/QUILLO/new.txt"_s, u"/Volumes/OTHER/secret.txt"_s,
-          u"/Volumes/quillo/configure/settings.ini"_s, u"/Volumes/"_s, QString()}) {
+          u"/Volumes/QUILLO/new.txt"_s, u"/Volumes/QUILLO/inside.txt"_s,
+          u"/Volumes/OTHER/secret.txt"_s, u"/Volumes/quillo/configure/settings.ini"_s,
+          u"/Volumes/"_s, QString()}) {
         SCOPED_TRACE(path.toStdString());
         EXPECT_FALSE(FileManager::fileExists(path));
         EXPECT_FALSE(FileManager::realPath(path));

@@ -42,6 +42,7 @@ TEST(SystemVolumes, ListsVolumesInTheOrderOfTheTable)
                                     {u"NO NAME 1"_s, u"/media/anna/NO NAME"_s},
                                     {u"NO NAME 2"_s, u"/media/anna/1A2B-3C4D1"_s}};
     EXPECT_EQ(watched.volumes->volumes(), expected);
+    EXPECT_EQ(watched.volumes->volume(u"NO NAME 1"_s), expected.at(2));
 }
 
 TEST(SystemVolumes, TellsWhatCameAndWent)

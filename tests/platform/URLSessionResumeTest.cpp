@@ -2,6 +2,7 @@
 
 #include "platform/IncomingFile.h"
 
+#include <QFile>
 #include <QTest>
 
 using namespace std::chrono_literals;
@@ -154,11 +155,24 @@ TEST_F(URLSessionResumeTest, AnUnknownTotalIsAskedOfThePart)
     EXPECT_EQ(told.progress.last().expected, size);
 }
 
-TEST_F(URLSessionResumeTest, AWholeRestIsNotAskedFor)
+TEST_F(URLSessionResumeTest, AWholeRestIsNotAskedForAndStaysOnTheComputerWhenCancelled)
 {
-    PartialDownload whole{std::make_shared<IncomingFile>(target), {}, 5};
+    FileCalls tight = FileCalls::system();
+    tight.fstatvfs = [](int, struct statvfs *system) {
+        *system = {};
+        system->f_frsize = 1;
+        system->f_blocks = 1000;
+        return 0;
+    };
+    QFile old(target);
+    ASSERT_TRUE(old.open(QFile::WriteOnly) && old.write("old") > 0);
+    old.close();
+    PartialDownload whole{std::make_shared<IncomingFile>(target, tight), {}, 5};
     ASSERT_FALSE(whole.file->begin(5));
     ASSERT_FALSE(whole.file->append("hello", 5));
+    const auto cancelled = session->downloadTask({server.url("/file"), target, -1, -1, whole});
+    cancelled->cancel();
+    EXPECT_EQ(run(cancelled).errorText(), QStringLiteral("Abgebrochen"));
     const Told told = run(session->downloadTask({server.url("/file"), target, -1, -1, whole}));
     EXPECT_EQ(told.calls, success);
     EXPECT_EQ(told.content, "hello");

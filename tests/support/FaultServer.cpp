@@ -317,7 +317,10 @@ void FaultServer::Gate::pass(const std::stop_token &stop)
 
 FaultServer::Reply FaultServer::Reply::redirect(const QByteArray &location, int status)
 {
-    return {.status = status, .headers = {{"Location", location}}, .etag = QByteArray()};
+    return {.status = status,
+            .headers = {{"Location", location}},
+            .body = "moved",
+            .etag = QByteArray()};
 }
 
 FaultServer::FaultServer()
