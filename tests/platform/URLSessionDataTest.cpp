@@ -133,6 +133,7 @@ TEST_F(URLSessionDataTest, FailuresAreTold)
         Reply reply;
         int statusCode = 0;    ///< 0: no response
         qsizetype arrives = 0; ///< bytes handed on
+        bool isSilent = false;
         const char *method = "GET";
     };
     const auto broken = [](Fault fault, int status = 200) {
@@ -143,15 +144,16 @@ TEST_F(URLSessionDataTest, FailuresAreTold)
     forEachRow<Row>({{"ClosesInTheBody", broken(Fault::Close), 200, 400},
                      {"ClosesInAnErrorBody", broken(Fault::Close, 404), 404, 400},
                      {"AnnouncesTooMuch", {.body = pattern(1000), .announced = 1001}, 200, 1000},
-                     {"StallsInTheBody", broken(Fault::Stall), 200, 400},
-                     {"NeverAnswers", never},
-                     {"NeverAnswersHead", never, 0, 0, "HEAD"},
+                     {"StallsInTheBody", broken(Fault::Stall), 200, 400, true},
+                     {"NeverAnswers", never, 0, 0, true},
+                     {"NeverAnswersHead", never, 0, 0, true, "HEAD"},
                      {"ClosesInTheHeader", {.raw = "HTTP/1.1 200 OK\r\nContent-Le"}},
                      {"RedirectsToAFile", Reply::redirect("file:///etc/passwd")}},
                     [this](const Row &row) {
                         server.serve("/faulty", row.reply);
                         const DataTaskResult result = fetch("/faulty", row.method);
                         EXPECT_NE(result.error, QString());
+                        EXPECT_EQ(result.isSilent, row.isSilent);
                         EXPECT_EQ(result.response ? result.response->statusCode : 0,
                                   row.statusCode);
                         EXPECT_EQ(result.data, row.reply.body.left(row.arrives));

@@ -10,8 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
+#include <cstring>
 
 namespace {
 
@@ -20,12 +19,6 @@ constexpr int patience = 10'000;
 
 using Reply = FaultServer::Reply;
 using Request = FaultServer::Request;
-
-[[noreturn]] void giveUp(const char *what)
-{
-    std::perror(what);
-    std::abort();
-}
 
 int listenOnLoopback(int &port)
 {
@@ -37,7 +30,7 @@ int listenOnLoopback(int &port)
     auto *name = reinterpret_cast<sockaddr *>(&address);
     if (listener < 0 || ::bind(listener, name, size) != 0 || ::listen(listener, 64) != 0
         || ::getsockname(listener, name, &size) != 0)
-        giveUp("FaultServer");
+        qFatal("FaultServer: %s", std::strerror(errno));
     port = ntohs(address.sin_port);
     return listener;
 }
@@ -118,8 +111,7 @@ public:
     Connection(int socket, std::stop_token stop, Handler answer)
         : m_socket(socket)
         , m_stop(std::move(stop))
-        , m_answer(std::move(answer))
-        , m_thread([this] { run(); })
+        , m_thread([this, answer = std::move(answer)] { run(answer); })
     {
     }
 
@@ -136,156 +128,123 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    void run();
-    [[nodiscard]] std::optional<Request> readRequest();
-    [[nodiscard]] bool receive();
-    [[nodiscard]] bool send(const Request &request, const Reply &reply);
-    [[nodiscard]] bool sendBody(const Reply &reply, const Part &part);
-    [[nodiscard]] bool sendRaw(const Reply &reply);
-    [[nodiscard]] bool sendPiece(const Reply &reply, const QByteArray &piece);
-    [[nodiscard]] bool write(const QByteArray &data);
-    [[nodiscard]] bool misbehave(const Reply &reply);
-    void pause(std::chrono::milliseconds duration);
+    void run(const Handler &answer)
+    {
+        const int on = 1;
+        ::setsockopt(m_socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
+        while (const auto request = readRequest()) {
+            if (!send(*request, answer(*request)))
+                break;
+        }
+        ::shutdown(m_socket, SHUT_RDWR);
+    }
+
+    [[nodiscard]] std::optional<Request> readRequest()
+    {
+        if (!receiveUntil([this] { return m_received.contains("\r\n\r\n"); }))
+            return std::nullopt;
+        const qsizetype end = m_received.indexOf("\r\n\r\n");
+        QList<QByteArray> lines = m_received.left(end).replace("\r\n", "\n").split('\n');
+        const QList<QByteArray> words = lines.takeFirst().split(' ');
+        Request request{.method = words.value(0), .target = words.value(1)};
+        for (const QByteArray &line : std::as_const(lines)) {
+            const qsizetype colon = line.indexOf(':');
+            request.headers.append({line.left(colon), line.mid(colon + 1).trimmed()});
+        }
+        m_received.remove(0, end + 4);
+        const qsizetype length = request.header("Content-Length").toLongLong();
+        if (!receiveUntil([&] { return m_received.size() >= length; }))
+            return std::nullopt;
+        request.body = m_received.left(length);
+        m_received.remove(0, length);
+        return request;
+    }
+
+    template <typename IsEnough>
+    [[nodiscard]] bool receiveUntil(const IsEnough &isEnough)
+    {
+        while (!isEnough()) {
+            char buffer[16 * 1024];
+            const ssize_t count = ::recv(m_socket, buffer, sizeof(buffer), 0);
+            if (count <= 0)
+                return false;
+            m_received.append(buffer, count);
+        }
+        return true;
+    }
+
+    [[nodiscard]] bool send(const Request &request, const Reply &reply)
+    {
+        if (reply.hold)
+            reply.hold->pass(m_stop);
+        m_nextPiece = Clock::now();
+        if (!reply.raw) {
+            const Part part = Part::of(request, reply);
+            return write(headOf(reply, part))
+                   && (request.method == "HEAD" || sendBody(reply, part));
+        }
+        const Reply bare{.body = *reply.raw,
+                         .length = Length::Absent,
+                         .slice = reply.slice,
+                         .pause = reply.pause};
+        return sendBody(bare, Part{200, 0, bare.body.size(), bare.body.size()});
+    }
+
+    [[nodiscard]] bool sendBody(const Reply &reply, const Part &part)
+    {
+        const bool isChunked = reply.length == Length::Chunked;
+        const qint64 total = part.end - part.start;
+        bool pending = reply.fault != Fault::None && reply.faultAt <= total;
+        for (qint64 sent = 0; sent < total || pending;) {
+            if (pending && sent == reply.faultAt) {
+                if (!misbehave(reply))
+                    return false;
+                pending = false;
+                continue;
+            }
+            const qint64 offset = (part.start + sent) % reply.body.size();
+            const qint64 size = std::min((pending ? reply.faultAt : total) - sent, chunkSize);
+            const QByteArray piece =
+                reply.body.mid(offset, reply.slice > 0 ? std::min(size, reply.slice) : size);
+            const QByteArray length = QByteArray::number(piece.size(), 16);
+            if (!write(isChunked ? length + "\r\n" + piece + "\r\n" : piece))
+                return false;
+            sent += piece.size();
+            // A line of that speed makes up for a reader that was slow once.
+            std::this_thread::sleep_until(m_nextPiece += reply.pause);
+        }
+        if (isChunked && !write("0\r\n\r\n"))
+            return false;
+        return reply.length != Length::Absent && reply.announced.value_or(total) == total;
+    }
+
+    [[nodiscard]] bool write(const QByteArray &data)
+    {
+        for (qsizetype sent = 0; sent < data.size();) {
+            const ssize_t count = ::send(m_socket, data.constData() + sent,
+                                         static_cast<size_t>(data.size() - sent), MSG_NOSIGNAL);
+            if (count <= 0)
+                return false;
+            sent += count;
+        }
+        return !m_stop.stop_requested();
+    }
+
+    [[nodiscard]] bool misbehave(const Reply &reply)
+    {
+        if (reply.fault != Fault::Stall)
+            return false;
+        const auto gate = reply.gate ? reply.gate : std::make_shared<Gate>();
+        gate->pass(m_stop);
+        return !m_stop.stop_requested();
+    }
 
     const int m_socket;
     const std::stop_token m_stop;
-    const Handler m_answer;
     QByteArray m_received;
     Clock::time_point m_nextPiece;
     std::thread m_thread;
 };
-
-void FaultServer::Connection::run()
-{
-    const int on = 1;
-    ::setsockopt(m_socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
-    while (const auto request = readRequest()) {
-        if (!send(*request, m_answer(*request)))
-            break;
-    }
-    ::shutdown(m_socket, SHUT_RDWR);
-}
-
-std::optional<FaultServer::Request> FaultServer::Connection::readRequest()
-{
-    qsizetype end = -1;
-    while ((end = m_received.indexOf("\r\n\r\n")) < 0) {
-        if (!receive())
-            return std::nullopt;
-    }
-    QList<QByteArray> lines = m_received.left(end).replace("\r\n", "\n").split('\n');
-    const QList<QByteArray> words = lines.takeFirst().split(' ');
-    Request request{.method = words.value(0), .target = words.value(1)};
-    for (const QByteArray &line : std::as_const(lines)) {
-        const qsizetype colon = line.indexOf(':');
-        request.headers.append({line.left(colon), line.mid(colon + 1).trimmed()});
-    }
-    m_received.remove(0, end + 4);
-    const qsizetype length = request.header("Content-Length").toLongLong();
-    while (m_received.size() < length) {
-        if (!receive())
-            return std::nullopt;
-    }
-    request.body = m_received.left(length);
-    m_received.remove(0, length);
-    return request;
-}
-
-bool FaultServer::Connection::receive()
-{
-    char buffer[16 * 1024];
-    const ssize_t count = ::recv(m_socket, buffer, sizeof(buffer), 0);
-    m_received.append(buffer, std::max<ssize_t>(0, count));
-    return count > 0;
-}
-
-bool FaultServer::Connection::send(const Request &request, const Reply &reply)
-{
-    if (reply.hold)
-        reply.hold->pass(m_stop);
-    m_nextPiece = Clock::now();
-    if (reply.raw)
-        return sendRaw(reply);
-    const Part part = Part::of(request, reply);
-    return write(headOf(reply, part)) && (request.method == "HEAD" || sendBody(reply, part));
-}
-
-bool FaultServer::Connection::sendRaw(const Reply &reply)
-{
-    const qint64 slice = reply.slice > 0 ? reply.slice : std::max<qint64>(1, reply.raw->size());
-    for (qint64 sent = 0; sent < reply.raw->size(); sent += slice) {
-        if (!sendPiece(reply, reply.raw->mid(sent, slice)))
-            break;
-    }
-    return false;
-}
-
-bool FaultServer::Connection::sendBody(const Reply &reply, const Part &part)
-{
-    const bool isChunked = reply.length == Length::Chunked;
-    const qint64 total = part.end - part.start;
-    bool pending = reply.fault != Fault::None && reply.faultAt <= total;
-    for (qint64 sent = 0; sent < total || pending;) {
-        if (pending && sent == reply.faultAt) {
-            if (!misbehave(reply))
-                return false;
-            pending = false;
-            continue;
-        }
-        const qint64 offset = (part.start + sent) % reply.body.size();
-        qint64 size = std::min((pending ? reply.faultAt : total) - sent, chunkSize);
-        if (reply.slice > 0)
-            size = std::min(size, reply.slice);
-        const QByteArray piece = reply.body.mid(offset, size);
-        if (!sendPiece(reply, isChunked
-                                  ? QByteArray::number(piece.size(), 16) + "\r\n" + piece + "\r\n"
-                                  : piece))
-            return false;
-        sent += piece.size();
-    }
-    if (isChunked && !write("0\r\n\r\n"))
-        return false;
-    return reply.length != Length::Absent && reply.announced.value_or(total) == total;
-}
-
-bool FaultServer::Connection::sendPiece(const Reply &reply, const QByteArray &piece)
-{
-    if (m_stop.stop_requested() || !write(piece))
-        return false;
-    pause(reply.pause);
-    return true;
-}
-
-bool FaultServer::Connection::write(const QByteArray &data)
-{
-    for (qsizetype sent = 0; sent < data.size();) {
-        const ssize_t count = ::send(m_socket, data.constData() + sent,
-                                     static_cast<size_t>(data.size() - sent), MSG_NOSIGNAL);
-        if (count <= 0)
-            return false;
-        sent += count;
-    }
-    return true;
-}
-
-bool FaultServer::Connection::misbehave(const Reply &reply)
-{
-    if (reply.fault != Fault::Stall)
-        return false;
-    const auto gate = reply.gate ? reply.gate : std::make_shared<Gate>();
-    gate->pass(m_stop);
-    return !m_stop.stop_requested();
-}
-
-/// Until the next piece is due: a line of that speed makes up for a reader that was slow once.
-void FaultServer::Connection::pause(std::chrono::milliseconds duration)
-{
-    m_nextPiece += duration;
-    std::mutex mutex;
-    std::unique_lock lock(mutex);
-    std::condition_variable_any never;
-    never.wait_until(lock, m_stop, m_nextPiece, [] { return false; });
-}
 
 QByteArray FaultServer::Request::header(const QByteArray &name) const
 {
@@ -348,7 +307,7 @@ void FaultServer::acceptConnections()
             return;
         }
         if (socket < 0)
-            giveUp("FaultServer");
+            qFatal("FaultServer: %s", std::strerror(errno));
         ++m_connectionCount;
         m_connections.push_back(std::make_unique<Connection>(
             socket, m_stop.get_token(),

@@ -18,7 +18,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <fuse.h>
@@ -132,10 +131,8 @@ void takeTimeFor(off_t size)
 
 // The operations. What is not here (links, modes, new folders) is refused.
 
-void *begin(fuse_conn_info *connection, fuse_config *config)
+void *begin(fuse_conn_info *connection, fuse_config *)
 {
-    config->nullpath_ok = 1;
-    config->hard_remove = 1;
     connection->time_gran = 1'000'000'000;
     connection->want &= ~static_cast<unsigned>(FUSE_CAP_WRITEBACK_CACHE);
     if (control->writeBack)
@@ -156,33 +153,13 @@ int status(const char *path, struct stat *status, fuse_file_info *info)
     return result(told);
 }
 
-DIR *folderOf(const fuse_file_info *info)
-{
-    return reinterpret_cast<DIR *>(info->fh);
-}
-
-int openFolder(const char *path, fuse_file_info *info)
-{
-    DIR *opened = ::opendir(placeOf(path).c_str());
-    info->fh = reinterpret_cast<std::uint64_t>(opened);
-    return opened == nullptr ? -errno : 0;
-}
-
-int list(const char *, void *buffer, fuse_fill_dir_t fill, off_t, fuse_file_info *info,
+int list(const char *path, void *buffer, fuse_fill_dir_t fill, off_t, fuse_file_info *,
          fuse_readdir_flags)
 {
-    ::rewinddir(folderOf(info));
-    while (const dirent *entry = ::readdir(folderOf(info))) {
-        struct stat kind = {};
-        kind.st_mode = static_cast<mode_t>(DTTOIF(entry->d_type));
-        fill(buffer, entry->d_name, &kind, 0, fuse_fill_dir_flags{});
-    }
-    return 0;
-}
-
-int closeFolder(const char *, fuse_file_info *info)
-{
-    return result(::closedir(folderOf(info)));
+    std::error_code error;
+    for (const auto &entry : std::filesystem::directory_iterator(placeOf(path), error))
+        fill(buffer, entry.path().filename().c_str(), nullptr, 0, fuse_fill_dir_flags{});
+    return -error.value();
 }
 
 int openAt(const char *path, fuse_file_info *info, int more)
@@ -282,9 +259,7 @@ fuse_operations operations()
     fuse_operations all = {};
     all.init = begin;
     all.getattr = status;
-    all.opendir = openFolder;
     all.readdir = list;
-    all.releasedir = closeFolder;
     all.fsyncdir = flush;
     all.open = openFile;
     all.create = createFile;
