@@ -6,6 +6,7 @@
 #include "pen/TextValues.h"
 #include "pen/URLFactory.h"
 #include "pen/UsbService.h"
+#include "platform/Address.h"
 #include "platform/FileManager.h"
 #include "platform/FolderVisit.h"
 #include "platform/StandardOutput.h"
@@ -28,11 +29,6 @@ struct MetadataText
     QString identifier;
     QString content; ///< with the prefix that names the identifier
 };
-
-QString path(const QUrl &url)
-{
-    return url.path(QUrl::FullyDecoded);
-}
 
 QString identifier(const QString &fileName)
 {
@@ -108,7 +104,7 @@ std::optional<QString> titleFile(const QUrl &folder, const QString &id, FileType
 {
     if (!isSafeFileName(id))
         return std::nullopt;
-    return path(folder) + URLFactory::fileName(id, type);
+    return pathOf(folder) + URLFactory::fileName(id, type);
 }
 
 /// The same in the pen's book folder; absent without pen.
@@ -156,9 +152,9 @@ PenLibrary scan()
         return {};
     writeLog(u"getQuilloFilesInfoFromPen in if isQuilloConnected"_s);
     const std::optional<QUrl> bookFolder = URLFactory::getBookURL();
-    if (!bookFolder || !FileManager::fileExists(path(*bookFolder)))
+    if (!bookFolder || !FileManager::fileExists(pathOf(*bookFolder)))
         return {};
-    const FolderVisit visit = FileManager::visit(path(*bookFolder));
+    const FolderVisit visit = FileManager::visit(pathOf(*bookFolder));
     writeLog(u"getQuilloFilesInfoFromPen in if bookFolderExists"_s);
     const QStringList names = FileService::listFiles(*bookFolder, fileExtension(FileType::txt));
     writeLog(u"getQuilloFilesInfoFromPen elementFileNames length = "_s
@@ -220,7 +216,7 @@ ElementList ElementService::getTextFileContentFromPen()
         writeLog(u"getTextFileContentFromPen return"_s);
         return {};
     }
-    const FolderVisit visit = FileManager::visit(path(*bookFolder));
+    const FolderVisit visit = FileManager::visit(pathOf(*bookFolder));
     const QStringList names = FileService::listFiles(*bookFolder, fileExtension(FileType::txt));
     writeLog(u"getTextFileContentFromPen elementFileNames length "_s
              + QString::number(names.size()));

@@ -2,6 +2,7 @@
 #include "pen/FileService.h"
 #include "pen/URLFactory.h"
 #include "pen/UsbService.h"
+#include "platform/Address.h"
 #include "platform/FileManager.h"
 
 void FileService::removeHiddenItems()
@@ -11,7 +12,7 @@ void FileService::removeHiddenItems()
     const std::optional<QUrl> root = URLFactory::getQuilloURL();
     if (!root)
         return;
-    const QString rootPath = root->path(QUrl::FullyDecoded);
+    const QString rootPath = pathOf(*root);
     const auto entries =
         FileManager::contentsOfDirectory(rootPath, FileManager::HiddenFiles::Include);
     for (const FileManager::Entry &entry : entries.value_or(QList<FileManager::Entry>())) {

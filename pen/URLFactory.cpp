@@ -1,6 +1,7 @@
 #include "pen/URLFactory.h"
 
 #include "base/ApplicationLog.h"
+#include "platform/Address.h"
 #include "platform/Bundle.h"
 #include "platform/FileManager.h"
 #include "platform/StandardOutput.h"
@@ -147,21 +148,17 @@ QString URLFactory::fileName(const QString &name, FileType type)
 
 QUrl URLFactory::fileURL(const QUrl &folder, const QString &fileName)
 {
-    QUrl url = folder;
-    // Decoded, so that "%", "#" and "?" in a name stay part of the name.
-    url.setPath(folder.path(QUrl::FullyDecoded) + fileName, QUrl::DecodedMode);
-    return url;
+    return urlOf(pathOf(folder) + fileName);
 }
 
-QVariantMap URLFactory::loadPropertyList(const QString &name)
+QHash<QString, QString> URLFactory::loadPropertyList(const QString &name)
 {
     return Bundle::propertyList(name);
 }
 
 std::optional<QString> URLFactory::getServerValue(const QString &key)
 {
-    const QVariant value = loadPropertyList(u"Url"_s).value(key);
-    if (value.typeId() != QMetaType::QString)
-        return std::nullopt;
-    return value.toString();
+    const QHash<QString, QString> values = loadPropertyList(u"Url"_s);
+    const auto value = values.constFind(key);
+    return value == values.cend() ? std::nullopt : std::optional(*value);
 }

@@ -223,7 +223,7 @@ void UpdatePlanner::storeCover(const Cover &cover, const QByteArray &picture) co
     if (!folder || !isThere)
         return;
     const QString name = URLFactory::fileName(cover.id, FileType::png);
-    const QString path = URLFactory::fileURL(*folder, name).path(QUrl::FullyDecoded);
+    const QString path = pathOf(URLFactory::fileURL(*folder, name));
     const FileResult written = FileManager::write(path, picture, FileManager::WriteMode::Atomic);
     if (written)
         m_task.coverCame(cover.id);

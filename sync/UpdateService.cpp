@@ -6,6 +6,7 @@
 #include "download/LibraryReloading.h"
 #include "pen/URLFactory.h"
 #include "pen/UsbService.h"
+#include "platform/Address.h"
 #include "platform/Dispatch.h"
 #include "platform/FileManager.h"
 #include "platform/NotificationCenter.h"
@@ -38,7 +39,7 @@ void removeLeftovers()
     for (const std::optional<QUrl> &folder :
          {URLFactory::getBookURL(), URLFactory::getConfigureURL()}) {
         if (folder)
-            FileManager::removeLeftovers(folder->path(QUrl::FullyDecoded));
+            FileManager::removeLeftovers(pathOf(*folder));
     }
 }
 

@@ -1,22 +1,20 @@
 #pragma once
 
+#include "tests/support/Configuration.h"
 #include "tests/support/PenFolder.h"
+#include "tests/support/Traces.h"
 
 #include "app/MainWindow.h"
 #include "app/ViewController.h"
 #include "base/Localization.h"
 #include "library/LibraryLists.h"
-#include "platform/Bundle.h"
 #include "platform/Dispatch.h"
-#include "platform/FileManager.h"
 #include "platform/FolderVolumes.h"
 
-#include <QFile>
 #include <QTest>
 
+#include <algorithm>
 #include <memory>
-
-#include <gtest/gtest.h>
 
 /// A pen that can be plugged in, no server addresses, and an empty log.
 class AppTest : public testing::Test
@@ -27,13 +25,7 @@ protected:
         , volumes(pen.volumes())
     {
         FileManager::setVolumeSource(&volumes);
-        configuration = settings.filePath(QStringLiteral("Url.plist"));
-        QFile file(configuration);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("<plist version=\"1.0\"><dict/></plist>");
-        file.close();
-        Bundle::setConfigurationFile(configuration);
-        QFile::remove(logFile());
+        removeLog();
         setCurrentLanguage(QStringLiteral("de"));
     }
 
@@ -44,25 +36,14 @@ protected:
         FileManager::setVolumeSource(nullptr);
     }
 
-    [[nodiscard]] static QString logFile()
-    {
-        return FileManager::documentsFolder().value_or(QString()) + QStringLiteral("/log.txt");
-    }
-
     /// The log's lines that begin with one of these.
     [[nodiscard]] static QStringList logLines(const QStringList &prefixes)
     {
-        QFile file(logFile());
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        QStringList lines;
-        for (const QString &line :
-             QString::fromUtf8(file.readAll()).split(QStringLiteral(" \n"), Qt::SkipEmptyParts)) {
-            for (const QString &prefix : prefixes) {
-                if (line.startsWith(prefix))
-                    lines.append(line);
-            }
-        }
+        QStringList lines = logEntries();
+        lines.removeIf([&prefixes](const QString &line) {
+            return std::none_of(prefixes.begin(), prefixes.end(),
+                                [&line](const QString &prefix) { return line.startsWith(prefix); });
+        });
         return lines;
     }
 
@@ -71,8 +52,8 @@ protected:
         return QTest::qWaitFor([&] { return logLines({line}).count(line) >= count; }, 10'000);
     }
 
-    QTemporaryDir settings;
-    QString configuration;
+    Configuration addresses;
+    const QString configuration = addresses.file();
     PenFolder pen;
     FolderVolumes volumes;
 };

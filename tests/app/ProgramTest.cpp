@@ -42,7 +42,7 @@ protected:
 TEST_F(ProgramTest, FindsThePenAndEndsWithSuccessWhenAsked)
 {
     for (const int signal : {SIGINT, SIGTERM}) {
-        QFile::remove(logFile());
+        removeLog();
         startRunning();
         EXPECT_EQ(logLines({u"viewDidLoad isQuilloAvailable"_s}),
                   QStringList{u"viewDidLoad isQuilloAvailable: true"_s});

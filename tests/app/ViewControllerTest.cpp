@@ -241,7 +241,7 @@ TEST_F(StartWithPen, OtherVolumesMayGoWhateverTheirNames)
         ASSERT_TRUE(waitForLog(u"didMount Ende"_s));
         QCoreApplication::sendPostedEvents();
         bookList().append(std::make_shared<BaseElement>());
-        QFile::remove(logFile());
+        removeLog();
         ASSERT_TRUE(QDir(pen.volumes()).rmdir(name));
         ASSERT_TRUE(waitForLog(u"didUnMount Ende"_s));
         QCoreApplication::sendPostedEvents();

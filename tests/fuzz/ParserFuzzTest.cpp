@@ -2,10 +2,9 @@
 #include "library/CoverImage.h"
 #include "pen/ConfigureService.h"
 #include "pen/TextValues.h"
+#include "platform/Bundle.h"
 #include "platform/HttpAnswer.h"
 #include "platform/MountTable.h"
-#include "platform/PropertyListReader.h"
-#include "platform/StringTableReader.h"
 #include "sync/ElementUpdateService.h"
 #include "sync/LogPostService.h"
 #include "tests/support/PenTest.h"
@@ -144,23 +143,22 @@ void parseMounts(const QByteArray &bytes)
 }
 
 /// Nothing in the text may stand for more than there is.
-template <typename Table>
-void expectNoMoreThan(const QByteArray &bytes, const Table &table)
+void expectNoMoreThan(const QByteArray &bytes, const Bundle::Texts &table)
 {
     qsizetype letters = 0;
     for (auto entry = table.cbegin(); entry != table.cend(); ++entry)
-        letters += entry.key().size() + QVariant(*entry).toString().size();
+        letters += entry.key().size() + entry->size();
     EXPECT_LE(letters, bytes.size());
 }
 
 void parsePropertyList(const QByteArray &bytes)
 {
-    expectNoMoreThan(bytes, PropertyListReader(bytes).read().value_or(QVariantMap()));
+    expectNoMoreThan(bytes, Bundle::parsePropertyList(bytes).value_or(Bundle::Texts()));
 }
 
 void parseStringTable(const QByteArray &bytes)
 {
-    expectNoMoreThan(bytes, StringTableReader(bytes).read().value_or(QHash<QString, QString>()));
+    expectNoMoreThan(bytes, Bundle::parseStringTable(bytes).value_or(Bundle::Texts()));
 }
 
 void parseSettings(const QByteArray &bytes)
@@ -225,8 +223,7 @@ INSTANTIATE_TEST_SUITE_P(
                "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>A</key><string>b</string>"
                "<key>C</key><array><integer>7</integer><true/></array></dict></plist>",
                parsePropertyList},
-        Parser{"StringTable", "/* c */ \"key\" = \"text \\U00e4 \\n\"; // e\n\"b\" = \"\";",
-               parseStringTable},
+        Parser{"StringTable", R"({"key": "text \u00e4 \n", "b": ""})", parseStringTable},
         Parser{"Settings", "firmwareVersion=12\nImageVersion = 7\n", parseSettings},
         Parser{"MountTable", "36 25 8:17 / /media/a\\040b rw,nosuid shared:1 - vfat /dev/sdb1 rw\n",
                parseMounts},

@@ -1,6 +1,6 @@
 #include "pen/StorageService.h"
 
-#include "tests/support/Output.h"
+#include "tests/support/Traces.h"
 #include "tests/support/PenTest.h"
 #include "tests/support/Printers.h"
 

@@ -1,7 +1,7 @@
 #include "pen/NavStorageItem.h"
 #include "pen/StorageController.h"
 
-#include "tests/support/Output.h"
+#include "tests/support/Traces.h"
 #include "tests/support/PenTest.h"
 #include "tests/support/Printers.h"
 

@@ -3,7 +3,7 @@
 #include "base/Localization.h"
 #include "download/DownloadWindowController.h"
 #include "library/DownloadQueue.h"
-#include "tests/support/Output.h"
+#include "tests/support/Traces.h"
 #include "tests/support/UpdateRig.h"
 
 #include <QSignalSpy>

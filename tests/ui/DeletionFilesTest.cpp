@@ -1,6 +1,6 @@
 #include "tests/ui/DeletionFixture.h"
 
-#include "tests/support/Output.h"
+#include "tests/support/Traces.h"
 
 #include "library/DownloadQueue.h"
 #include "library/ElementService.h"
