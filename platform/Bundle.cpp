@@ -25,8 +25,7 @@ QString &configurationFile()
 /// A name is one plain segment: nothing may lead out of the folder it is looked for in.
 bool isPlainName(const QString &name)
 {
-    return !name.isEmpty() && !name.contains(u'/')
-           && !name.contains(u'\\');
+    return !name.isEmpty() && !name.contains(u'/') && !name.contains(u'\\');
 }
 
 std::optional<QByteArray> content(const QString &path)

@@ -17,9 +17,9 @@ public:
     static void setConfigurationFile(const QString &path);
 
     /// The texts in the top-level dictionary of a property list; values of other types are left
-    /// out. Read anew by every call; empty when it is missing, unreadable or no property list. "Url"
-    /// is looked for in the file set above, else as "Url.plist" in the user's configuration folder
-    /// of the program, else among the shipped resources.
+    /// out. Read anew by every call; empty when it is missing, unreadable or no property list.
+    /// "Url" is looked for in the file set above, else as "Url.plist" in the user's configuration
+    /// folder of the program, else among the shipped resources.
     [[nodiscard]] static Texts propertyList(const QString &name);
 
     /// The default string table of a language, from the folder LANG.lproj; absent when the folder
