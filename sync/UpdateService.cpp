@@ -33,9 +33,6 @@ namespace {
 
 constexpr qsizetype rowsPerSlice = 50;
 
-/// System software is loaded before titles, unless its servers make the titles wait too long.
-constexpr auto softwareWait = 3s;
-
 /// Covers that come soon after one another are shown together.
 constexpr auto coversSettle = 500ms;
 
@@ -109,7 +106,6 @@ UpdateService::UpdateService(LibraryReloading &viewController, QObject *parent)
 {
     m_downloadWindowController->setViewController(&viewController);
     m_softwareWait.setSingleShot(true);
-    m_softwareWait.setInterval(softwareWait);
     m_coversSettle.setSingleShot(true);
     m_coversSettle.setInterval(coversSettle);
     connect(&m_coversSettle, &QTimer::timeout, this, [this] { m_viewController.loadData(); });
@@ -320,7 +316,7 @@ void UpdateService::planned(const QString &result)
         if (!stop.stop_requested())
             startDownloads(result);
     });
-    m_softwareWait.start(softwareWait);
+    m_softwareWait.start(softwarePatience);
 }
 
 void UpdateService::startDownloads(const QString &result)

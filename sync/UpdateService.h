@@ -8,6 +8,7 @@
 #include <QString>
 #include <QTimer>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -43,6 +44,9 @@ public:
     void releasePen(std::function<void()> done);
     /// The pen stays, or another one may come.
     void keepPen() { m_isPenReleased = false; }
+
+    /// System software is loaded before titles, unless its servers make them wait longer than this.
+    std::chrono::milliseconds softwarePatience = std::chrono::seconds(3);
 
     [[nodiscard]] DownloadWindowController &downloadWindowController();
     [[nodiscard]] bool isRunning() const { return m_state != State::Idle; }

@@ -45,6 +45,7 @@ public:
     FaultServer server;
     FolderVolumes volumes;
     std::unique_ptr<UpdateService> service;
+    int loads = 0; ///< of the library
 
 private:
     QTemporaryDir m_configuration;
