@@ -1,17 +1,14 @@
 // Apart from the rest of FileService: the connected test reads through it.
 #include "pen/FileService.h"
-#include "pen/URLFactory.h"
 #include "pen/UsbService.h"
 #include "platform/FileManager.h"
 
 void FileService::removeHiddenItems()
 {
-    if (!UsbService::isQuilloConnected())
+    const std::optional<PenPlaces> pen = UsbService::connectedPen();
+    if (!pen)
         return;
-    const std::optional<QUrl> root = URLFactory::getQuilloURL();
-    if (!root)
-        return;
-    const QString rootPath = root->path(QUrl::FullyDecoded);
+    const QString rootPath = pen->root().path(QUrl::FullyDecoded);
     const auto entries =
         FileManager::contentsOfDirectory(rootPath, FileManager::HiddenFiles::Include);
     for (const FileManager::Entry &entry : entries.value_or(QList<FileManager::Entry>())) {
