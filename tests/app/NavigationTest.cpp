@@ -313,7 +313,7 @@ TEST_F(NavigationTest, FirstClickTakesTheTitleUnderThePointer)
     activate();
     for (int i = 100; i < 300; ++i)
         writeTitle(pen, QString::number(i), "Titel " + QByteArray::number(i), "Buch");
-    controller().getBaseElementsFromPen();
+    controller().loadData();
     const auto expectClicked = [](QAbstractItemView &view, QScrollBar &bar) {
         bar.setValue(bar.maximum() / 2 + 7);
         const int position = bar.value();

@@ -117,7 +117,7 @@ TEST_F(StartWithoutPen, IsTracedAndLeavesThePenButtonDisabled)
     EXPECT_EQ(window->size(), QSize(1440, 790));
     EXPECT_EQ(controller().contentView->grab().toImage().pixelColor(700, 400), QColor(Qt::white));
     EXPECT_FALSE(controller().isQuilloAvailable());
-    EXPECT_FALSE(controller().quilloName);
+    EXPECT_FALSE(controller().quilloName());
     EXPECT_TRUE(bookList().isEmpty());
     EXPECT_EQ(controller().viewMode(), ViewMode::tiled);
     controller().ejectQuillo();
@@ -133,7 +133,7 @@ TEST_F(StartWithPen, IsTracedAndEnablesThePenButton)
     EXPECT_TRUE(penButton().isEnabled());
     EXPECT_EQ(penButton().toolTip(), localized(u"usb_eject_warning"_s, u"de"_s));
     EXPECT_EQ(penButton().accessibleName(), localized(u"pen_button"_s));
-    EXPECT_EQ(controller().quilloName, u"QUILLO"_s);
+    EXPECT_EQ(controller().quilloName(), u"QUILLO"_s);
 }
 
 TEST_F(StartWithoutPen, MusicListIsReplacedByWhatThePoolLists)
@@ -206,7 +206,7 @@ TEST_F(StartWithoutPen, PluggingInEnablesAndPullingOutEmpties)
 {
     plugIn();
     EXPECT_TRUE(penButton().isEnabled());
-    EXPECT_EQ(controller().quilloName, u"QUILLO"_s);
+    EXPECT_EQ(controller().quilloName(), u"QUILLO"_s);
     EXPECT_EQ(logLines({u"didMount"_s}),
               (QStringList{u"didMount Beginn"_s, u"didMount if canDeviceNameBeQuillo"_s,
                            u"didMount Ende"_s}));
@@ -217,7 +217,7 @@ TEST_F(StartWithoutPen, PluggingInEnablesAndPullingOutEmpties)
     const QPointer<QLabel> content(shown);
     pullOut();
     EXPECT_FALSE(penButton().isEnabled());
-    EXPECT_EQ(controller().quilloName, u"QUILLO"_s);
+    EXPECT_EQ(controller().quilloName(), u"QUILLO"_s);
     EXPECT_TRUE(bookList().isEmpty());
     EXPECT_EQ(controller().downloadWindow()->tableView->model()->rowCount(), 0);
     EXPECT_EQ(content, nullptr);
@@ -325,7 +325,7 @@ TEST_F(EjectTest, WithoutAnswerEndsWithThePenOrInTime)
     EXPECT_FALSE(messageLine().isVisible());
     EXPECT_TRUE(isAsked(2)); // still under way
     stuck.asked.last()(u"no"_s);
-    controller().ejectPatience = 1ms;
+    controller().pen().ejectPatience = 1ms;
     QSemaphore written;
     sharedSession().async([&written] { written.acquire(); });
     QTest::mouseClick(&penButton(), Qt::LeftButton);

@@ -56,7 +56,7 @@ TEST_F(Deletion, ATitleThatIsStillListedIsToldByName)
 {
     Alerts alerts;
     pen.write(u"book/00008_de.txt"_s, "Id: 00009_de\nName: Doppelt\nType: Buch\n");
-    controller().getBaseElementsFromPen();
+    controller().loadData();
     press({u"00009_de"_s});
     alerts.answer(true);
     ASSERT_EQ(alerts.shown.size(), 2);
@@ -83,6 +83,7 @@ protected:
     [[nodiscard]] bool isQuilloAvailable() const override { return true; }
     [[nodiscard]] DeletionHandling *shownDeletionHandling() override { return this; }
     void focusTitles() override {}
+    [[nodiscard]] int penNumber() const override { return 0; }
     [[nodiscard]] QStringList markedIds() const override { return selectedElementIds(); }
     void markChoice() override {}
     bool takeFocus() override { return true; }

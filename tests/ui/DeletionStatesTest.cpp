@@ -132,7 +132,7 @@ TEST_F(Choice, IsScrolledToWhereItIsShownAnew)
 {
     for (int i = 100; i < 400; ++i)
         writeTitle(pen, QString::number(i), "Titel " + QByteArray::number(i), "Buch");
-    controller().getBaseElementsFromPen();
+    controller().loadData();
     choose({u"300"_s});
     const auto expectSeen = [](const QAbstractItemView &view) {
         const QModelIndex marked = view.selectionModel()->selectedIndexes().value(0);
