@@ -25,7 +25,7 @@ class EmptyStateView;
 class GamesController;
 class ImageView;
 class LearningMaterialController;
-class MusicController;
+class MusicView;
 class MyBooksController;
 class MyQuilloTitlesController;
 class NavigationViewController;
@@ -100,7 +100,7 @@ public:
     QPointer<MyBooksController> myBooksController;
     QPointer<GamesController> gamesController;
     QPointer<StorageController> storageController;
-    QPointer<MusicController> musicController;
+    QPointer<MusicView> musicController;
     QPointer<MyQuilloTitlesController> myQuilloTitlesController;
     QPointer<ArchiveViewController> archiveViewController;
     QPointer<LearningMaterialController> learningMaterialController;

@@ -132,23 +132,11 @@ const ElementList &TileController::shownTitles() const
 
 void TileController::showForm()
 {
-    const bool empty = shownTitles().isEmpty();
     m_empty->setReason(emptyReason(m_viewController.isQuilloAvailable()));
     QWidget *form = collectionView;
     if (m_mode == ViewMode::list)
         form = tableViewController;
-    QWidget *shown = empty ? m_empty : form;
-    // The focus goes over before the view that had it is hidden, which would lose it.
-    const bool focused = isAncestorOf(window()->focusWidget());
-    shown->show();
-    setFocusProxy(shown);
-    if (focused)
-        setFocus();
-    for (QWidget *view :
-         std::initializer_list<QWidget *>{collectionView, tableViewController, m_empty}) {
-        if (view && view != shown)
-            view->hide();
-    }
+    showAlone(shownTitles().isEmpty() ? *m_empty : *form, *this);
 }
 
 CollectionViewItem TileController::itemForRow(int row)

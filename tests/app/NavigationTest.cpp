@@ -9,6 +9,7 @@
 #include "base/FocusMark.h"
 #include "library/CategoryControllers.h"
 #include "library/ListController.h"
+#include "library/MusicView.h"
 #include "library/MyQuilloTitlesController.h"
 #include "library/TileView.h"
 #include "pen/StorageController.h"

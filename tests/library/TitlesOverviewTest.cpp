@@ -51,8 +51,8 @@ protected:
     QStringList headers()
     {
         QStringList texts;
-        for (int i = 0; i < page->stackview->count(); ++i) {
-            if (auto *label = qobject_cast<QLabel *>(page->stackview->itemAt(i)->widget()))
+        for (int i = 0; i < page->stackview()->count(); ++i) {
+            if (auto *label = qobject_cast<QLabel *>(page->stackview()->itemAt(i)->widget()))
                 texts.append(label->text());
         }
         return texts;
@@ -91,8 +91,8 @@ TEST_F(TitlesOverviewTest, EmptySectionsAreLeftOut)
 {
     show(1, 0, 1, 0, 0);
     EXPECT_EQ(headers(), (QStringList{u"Bücher"_s, u"Lernmaterial"_s}));
-    EXPECT_EQ(page->stackview->indexOf(page->learningMaterialHeader),
-              page->stackview->indexOf(page->myQuilloBooksController) + 1);
+    EXPECT_EQ(page->stackview()->indexOf(page->learningMaterialHeader),
+              page->stackview()->indexOf(page->myQuilloBooksController) + 1);
     EXPECT_EQ(page->gamesHeader, nullptr);
     EXPECT_FALSE(page->myGamesController->isVisible());
     EXPECT_LT(page->learningMaterialHeader->y(), 4 * 52) << "few titles stand at the top";

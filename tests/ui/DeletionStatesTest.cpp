@@ -4,6 +4,7 @@
 #include "library/CategoryControllers.h"
 #include "library/ColoredTableView.h"
 #include "library/MusicController.h"
+#include "library/MusicView.h"
 #include "library/MyQuilloTitlesController.h"
 #include "library/TileView.h"
 #include "pen/NavStorageItem.h"
@@ -121,7 +122,7 @@ TEST_F(Choice, IsGivenUpForMusic)
     choose({zebra});
     musicList() = {std::make_shared<Music>()};
     show(NavElementType::Music, {});
-    const QTableView &music = *controller().musicController->tableView;
+    const QTableView &music = *controller().musicController->list->tableView;
     QTest::mouseClick(music.viewport(), Qt::LeftButton, {},
                       music.visualRect(music.model()->index(0, 1)).center());
     show(NavElementType::Games, {});
