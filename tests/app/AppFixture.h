@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/support/PenFolder.h"
+#include "tests/support/Traces.h"
 
 #include "app/MainWindow.h"
 #include "app/ViewController.h"
@@ -8,15 +9,13 @@
 #include "library/LibraryLists.h"
 #include "platform/Bundle.h"
 #include "platform/Dispatch.h"
-#include "platform/FileManager.h"
 #include "platform/FolderVolumes.h"
 
-#include <QFile>
+#include <QAbstractItemView>
 #include <QTest>
 
+#include <algorithm>
 #include <memory>
-
-#include <gtest/gtest.h>
 
 /// A pen that can be plugged in, no server addresses, and an empty log.
 class AppTest : public testing::Test
@@ -24,19 +23,15 @@ class AppTest : public testing::Test
 protected:
     explicit AppTest(PenFolder::Start start = PenFolder::Start::PulledOut)
         : pen(QStringLiteral("QUILLO"), start)
-        , volumes(pen.volumes())
     {
         FileManager::setVolumeSource(&volumes);
-        configuration = settings.filePath(QStringLiteral("Url.plist"));
         QFile file(configuration);
         EXPECT_TRUE(file.open(QIODevice::WriteOnly));
         file.write("<plist version=\"1.0\"><dict/></plist>");
-        file.close();
         Bundle::setConfigurationFile(configuration);
-        QFile::remove(logFile());
+        removeLog();
         setCurrentLanguage(QStringLiteral("de"));
     }
-
     ~AppTest() override
     {
         Dispatch::waitForGlobalWork();
@@ -44,37 +39,27 @@ protected:
         FileManager::setVolumeSource(nullptr);
     }
 
-    [[nodiscard]] static QString logFile()
-    {
-        return FileManager::documentsFolder().value_or(QString()) + QStringLiteral("/log.txt");
-    }
-
-    /// The log's lines that begin with one of these.
+    /// The log's entries that begin with one of these.
     [[nodiscard]] static QStringList logLines(const QStringList &prefixes)
     {
-        QFile file(logFile());
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        QStringList lines;
-        for (const QString &line :
-             QString::fromUtf8(file.readAll()).split(QStringLiteral(" \n"), Qt::SkipEmptyParts)) {
-            for (const QString &prefix : prefixes) {
-                if (line.startsWith(prefix))
-                    lines.append(line);
-            }
-        }
+        QStringList lines = logEntries();
+        lines.removeIf([&](const QString &line) {
+            return std::none_of(prefixes.begin(), prefixes.end(),
+                                [&line](const QString &prefix) { return line.startsWith(prefix); });
+        });
         return lines;
     }
-
     [[nodiscard]] static bool waitForLog(const QString &line, int count = 1)
     {
         return QTest::qWaitFor([&] { return logLines({line}).count(line) >= count; }, 10'000);
     }
 
-    QTemporaryDir settings;
-    QString configuration;
+    [[nodiscard]] static QString logFile() { return logPath(); }
+
     PenFolder pen;
-    FolderVolumes volumes;
+    FolderVolumes volumes{pen.volumes()};
+    QTemporaryDir settings;
+    QString configuration = settings.filePath(QStringLiteral("Url.plist"));
 };
 
 class PenAppTest : public AppTest
@@ -131,6 +116,13 @@ protected:
     {
     }
 };
+
+inline void clickRow(QAbstractItemView &view, int row, int column = 0,
+                     Qt::KeyboardModifiers modifiers = {})
+{
+    QTest::mouseClick(view.viewport(), Qt::LeftButton, modifiers,
+                      view.visualRect(view.model()->index(row, column)).center());
+}
 
 inline void writeTitle(const PenFolder &pen, const QString &id, const QByteArray &name,
                        const QByteArray &kind)
