@@ -127,20 +127,14 @@ TEST_F(ElementScan, TracesTheFullScan)
                      u"if image != nil"_s, u"nach for baseElementArray"_s, u"Ende"_s}));
 }
 
-TEST_F(ElementScan, TracesWhereTheFullScanEndsEarly)
+TEST_F(ElementScan, OfAPenThatIsNotConnectedEndsEarly)
 {
-    const auto run = [] {
-        EXPECT_TRUE(ElementService::getQuilloFilesInfoFromPen().books.isEmpty());
-    };
-    const QString connected = u"in if isQuilloConnected"_s;
-    EXPECT_EQ(
-        entriesOf(scan, run),
-        QStringList({u"Beginn"_s, connected, u"in if bookFolderExists"_s,
-                     u"elementFileNames length = 0"_s, u"nach for elementFileNames"_s, u"Ende"_s}));
-    pen.remove(u"book"_s);
-    EXPECT_EQ(entriesOf(scan, run), QStringList({u"Beginn"_s, connected, u"Ende"_s}));
+    addText(u"1_en.txt"_s, "Name: b\nType: Buch\n");
     pen.remove(u"configure/settings.ini"_s);
-    EXPECT_EQ(entriesOf(scan, run), QStringList({u"Beginn"_s, u"Ende"_s}));
+    EXPECT_EQ(
+        entriesOf(scan,
+                  [] { EXPECT_TRUE(ElementService::getQuilloFilesInfoFromPen().books.isEmpty()); }),
+        QStringList({u"Beginn"_s, u"Ende"_s}));
 }
 
 TEST_F(ElementScan, PlainReadingKeepsListingOrderAndEveryType)
@@ -181,8 +175,7 @@ TEST_F(ElementScan, ATitlesIdentityComesFromTheTextOrTheFile)
                      {"notes.txt", "", u"notes"_s, u""_s},
                      {"a.txt.txt_b.txt", "", u"a_b"_s, u"a"_s},
                      {"1_en.txt", "Id: 00042_de\n", u"00042_de"_s, u"00042"_s},
-                     {"2_en.txt", "Id: ../settings_x\n", u"2_en"_s, u"2"_s},
-                     {"3_en.txt", "Id: /etc/passwd\n", u"3_en"_s, u"3"_s},
+                     {"2_en.txt", "\xef\xbb\xbfId: ../settings_x\n", u"2_en"_s, u"2"_s},
                      {"4_en.txt", "Id:\n", u"4_en"_s, u"4"_s},
                      {"5_en.txt", QByteArray("Id: a\0b\n", 8), u"5_en"_s, u"5"_s}},
                     [this](const Row &row) {
@@ -194,25 +187,6 @@ TEST_F(ElementScan, ATitlesIdentityComesFromTheTextOrTheFile)
                         EXPECT_EQ(records.first()->mid, row.mid);
                         pen.remove(u"book/"_s + file);
                     });
-}
-
-TEST_F(ElementScan, AByteOrderMarkDoesNotHideTheName)
-{
-    addText(u"1_en.txt"_s, "\xef\xbb\xbfName: Drache\nType: Buch\n");
-    EXPECT_EQ(ElementService::getTextFileContentFromPen().value(0)->name, u"Drache"_s);
-}
-
-TEST_F(ElementScan, HostileIdsAreShownUnderTheFilesAndTold)
-{
-    addText(u"1_en.txt"_s, "Id: ../../x\nName: a\nType: Buch\n");
-    pen.write(u"x.png"_s, picture({4, 5}));
-    PenLibrary library;
-    const QStringList printed =
-        printedBy([&] { library = ElementService::getQuilloFilesInfoFromPen(); });
-    EXPECT_EQ(printed,
-              QStringList({u"\"Quillo is connected.\""_s, u"\"Not an identifier: ../../x\""_s}));
-    ASSERT_EQ(ids(library.books), QStringList(u"1_en"_s));
-    EXPECT_EQ(library.books.first()->image, dummyCover());
 }
 
 TEST_F(ElementScan, CoverIsThePictureBesideTheText)
@@ -249,12 +223,14 @@ TEST_F(ElementScan, UnreadableCoversHaveAStandIn)
 TEST_F(ElementScan, CoversThatAreNoPictureLeaveTheTitleOut)
 {
     const QByteArray png = picture({30, 40});
-    for (const QByteArray &bytes : {QByteArray(), QByteArray("<html>404</html>"), png.left(8),
-                                    png.left(20), QByteArray(300'000, '\0')})
+    for (const QByteArray &bytes :
+         {QByteArray(), QByteArray("<html>404</html>"), png.left(20), QByteArray(300'000, '\0')})
         EXPECT_FALSE(coverOf(bytes)) << bytes.left(30).toHex().constData();
     addText(u"c.txt"_s, "Name: a\nType: Buch\n");
     EXPECT_TRUE(ElementService::getQuilloFilesInfoFromPen().books.isEmpty());
     EXPECT_EQ(ElementService::getTextFileContentFromPen().size(), 1);
+    pen.write(u"book/c.png"_s, png);
+    EXPECT_EQ(ElementService::getQuilloFilesInfoFromPen().books.size(), 1) << "is not read again";
 }
 
 TEST_F(ElementScan, OddPicturesAreCovers)
@@ -270,18 +246,10 @@ TEST_F(ElementScan, DeletesTheThreeFilesOfATitle)
 {
     for (const char *name : {"1_en.txt", "1_en.png", "1_en.qnk", "1_de.txt", "11_en.txt"})
         pen.write(u"book/"_s + QString::fromLatin1(name), "x");
-    BaseElement title;
-    title.id = u"1_en"_s;
-    title.name = u"Drache"_s;
-    title.type = ElementType::Game;
-    gameList() = {std::make_shared<Game>(title)};
     EXPECT_TRUE(ElementService::qnkFileExists(u"1_en"_s));
-    EXPECT_EQ(printedBy([] { ElementService::deleteElement(u"1_en"_s); }),
-              QStringList(u"Will delete Drache of type Game"_s));
+    EXPECT_TRUE(ElementService::deleteElement(u"1_en"_s));
     EXPECT_FALSE(ElementService::qnkFileExists(u"1_en"_s));
     EXPECT_EQ(pen.names(u"book"_s), QStringList({u"11_en.txt"_s, u"1_de.txt"_s}));
-    EXPECT_EQ(printedBy([] { ElementService::deleteElement(u"1_de"_s); }), QStringList());
-    EXPECT_EQ(pen.names(u"book"_s), QStringList(u"11_en.txt"_s));
     pen.write(u"configure/tbd.txt"_s, "x");
     ElementService::deleteElement(u"../configure/tbd"_s);
     EXPECT_TRUE(pen.exists(u"configure/tbd.txt"_s));
