@@ -17,6 +17,7 @@
 
 #include <QAccessible>
 #include <QPainter>
+#include <QProgressBar>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTableView>
@@ -187,6 +188,9 @@ TEST_F(NavigationTest, ArrowsSkipDividersAndShow)
         rows.append(press(Qt::Key_Down));
     EXPECT_EQ(rows, (QList<int>{1, 3, 4, 5, 6, 8, 9, 11, 13, 13}));
     EXPECT_EQ(shown(), controller().storageController.data());
+    const int used = controller().storageController->storageProgressBar->value();
+    EXPECT_NEAR(used, StorageService::updateStorageValues().percent, 1);
+    EXPECT_GT(used, 0);
     const auto *list = QAccessible::queryAccessibleInterface(&sidebar());
     EXPECT_EQ(list->focusChild()->text(QAccessible::Name), u"Speicher"_s);
     EXPECT_EQ(press(Qt::Key_Up), 11);

@@ -310,8 +310,12 @@ TEST_F(EjectTest, ThatFailsTellsWhyAndCanBeTriedAgain)
 {
     ASSERT_TRUE(isAsked(1));
     EXPECT_FALSE(penButton().isEnabled());
-    stuck.asked.takeLast()(u"Ziel ist beschäftigt"_s);
-    EXPECT_TRUE(isTold(u"Ziel ist beschäftigt"_s));
+    const QString reason = u"Ziel ist beschäftigt"_s;
+    EXPECT_EQ(printedBy([&] {
+                  stuck.asked.takeLast()(reason);
+                  EXPECT_TRUE(isTold(reason));
+              }),
+              QStringList(reason));
     EXPECT_TRUE(controller().isQuilloAvailable());
     EXPECT_TRUE(penButton().isEnabled());
     pullOut();
