@@ -2,6 +2,7 @@
 
 #include "library/DownloadQueue.h"
 #include "library/LibraryLists.h"
+#include "tests/support/GoldenTrace.h"
 #include "tests/support/PenTest.h"
 #include "tests/support/Printers.h"
 #include "tests/support/Rows.h"
@@ -48,8 +49,6 @@ QStringList ids(const ElementList &elements)
     return ids;
 }
 
-const QString scan = u"getQuilloFilesInfoFromPen"_s;
-
 class ElementScan : public PenTest
 {
 protected:
@@ -71,18 +70,6 @@ protected:
     {
         pen.write(u"book/c.png"_s, bytes);
         return ElementService::loadCoverImage(u"c"_s);
-    }
-
-    /// The entries of one function, without its name.
-    template <typename Work>
-    static QStringList entriesOf(const QString &function, const Work &work)
-    {
-        QStringList entries;
-        for (const QString &entry : loggedBy(work)) {
-            if (entry.startsWith(function))
-                entries += entry.mid(function.size() + 1);
-        }
-        return entries;
     }
 
 private:
@@ -109,57 +96,31 @@ TEST_F(ElementScan, SortsTitlesByKindAndName)
     EXPECT_EQ(copy.image, dummyCover());
 }
 
-TEST_F(ElementScan, TracesTheFullScan)
+TEST_F(ElementScan, IsTracedAsRecorded)
 {
+    GoldenTrace trace;
+    const auto add = [&trace](const QString &title) {
+        ElementList plain;
+        PenLibrary library;
+        trace.add(title + u", read for the views"_s,
+                  loggedBy([&] { library = ElementService::getQuilloFilesInfoFromPen(); }));
+        trace.add(title + u", read for planning"_s,
+                  loggedBy([&] { plain = ElementService::getTextFileContentFromPen(); }));
+        trace.add(u"titles"_s, ids(library.books) + ids(library.games) + ids(plain));
+    };
+    add(u"no titles"_s);
     addText(u"1_en.txt"_s, "Name: b\nType: Buch\n");
     addText(u"2_en.txt"_s, "Name: a\nType: Buch\n");
-    addText(u"3_en.txt"_s, "\xff");
-    pen.write(u"book/2_en.png"_s, "no picture");
-    EXPECT_EQ(
-        entriesOf(scan,
-                  [] { EXPECT_EQ(ElementService::getQuilloFilesInfoFromPen().books.size(), 1); }),
-        QStringList({u"Beginn"_s, u"in if isQuilloConnected"_s, u"in if bookFolderExists"_s,
-                     u"elementFileNames length = 3"_s, u"in for elementFiles: Id: 1_en\n"_s,
-                     u"in for elementFiles: Id: 2_en\n"_s, u"nach for elementFileNames"_s,
-                     u"in if contentList.count > 0"_s, u"contentList length = 2"_s,
-                     u"nach for contentList"_s, u"baseElementArray length = 2"_s,
-                     u"in for baseElementArray: 2_en"_s, u"in for baseElementArray: 1_en"_s,
-                     u"if image != nil"_s, u"nach for baseElementArray"_s, u"Ende"_s}));
-}
-
-TEST_F(ElementScan, OfAPenThatIsNotConnectedEndsEarly)
-{
-    addText(u"1_en.txt"_s, "Name: b\nType: Buch\n");
-    pen.remove(u"configure/settings.ini"_s);
-    EXPECT_EQ(
-        entriesOf(scan,
-                  [] { EXPECT_TRUE(ElementService::getQuilloFilesInfoFromPen().books.isEmpty()); }),
-        QStringList({u"Beginn"_s, u"Ende"_s}));
-}
-
-TEST_F(ElementScan, PlainReadingKeepsListingOrderAndEveryType)
-{
-    addText(u"00042_en.txt"_s, "Name: b\n");
-    addText(u"00007_de.txt"_s, "Name: \xff\n");
+    addText(u"3_en.txt"_s, "Name: \xff");
     addText(u"notes.txt.bak"_s, "Name: a\nType: Spiel\n");
+    addText(u"5_en.txt"_s, "Name: without a type\n");
+    pen.write(u"book/2_en.png"_s, "no picture");
+    add(u"five texts"_s);
     pen.write(u"configure/settings.ini"_s, "");
-    ElementList records;
-    const QString plain = u"getTextFileContentFromPen"_s;
-    const auto read = [&records] {
-        records = ElementService::getTextFileContentFromPen();
-    };
-    EXPECT_EQ(
-        entriesOf(plain, read),
-        QStringList({u"Beginn"_s, u"elementFileNames length 3"_s,
-                     u"in for elementFileNames: Id: 00042_en\n"_s, u"continue"_s,
-                     u"in for elementFileNames: Id: notes.bak\n"_s, u"nach for elementFileNames"_s,
-                     u"baseElementArray length: 2"_s, u"Ende"_s}));
-    ASSERT_EQ(ids(records), QStringList({u"00042_en"_s, u"notes.bak"_s}));
-    EXPECT_FALSE(records.first()->type || records.first()->image);
-
+    add(u"a pen that is not connected"_s);
     pen.pullOut();
-    EXPECT_EQ(entriesOf(plain, read), QStringList({u"Beginn"_s, u"return"_s}));
-    EXPECT_TRUE(records.isEmpty());
+    add(u"no pen"_s);
+    trace.expectAsIn(u"scan.txt"_s);
 }
 
 TEST_F(ElementScan, ATitlesIdentityComesFromTheTextOrTheFile)
