@@ -8,7 +8,6 @@
 #include "library/CategoryControllers.h"
 #include "library/ElementService.h"
 #include "library/LibraryLists.h"
-#include "pen/URLFactory.h"
 #include "pen/UsbService.h"
 #include "platform/Dispatch.h"
 #include "platform/StandardOutput.h"
@@ -24,12 +23,12 @@ using namespace Qt::StringLiterals;
 
 ViewController::ViewController(VolumeSource &volumes, QWidget *parent)
     : QWidget(parent)
-    , m_workspace(volumes)
+    , m_pen(volumes)
 {
     loadOutlets();
-    m_ejecting.setSingleShot(true);
-    connect(&m_ejecting, &QTimer::timeout, this,
-            [this] { ejectEnded(localized(u"eject_no_answer"_s)); });
+    connect(&m_pen, &PenPresence::mounted, this, &ViewController::penMounted);
+    connect(&m_pen, &PenPresence::unmounted, this, &ViewController::penUnmounted);
+    connect(&m_pen, &PenPresence::ejectEnded, this, &ViewController::ejectEnded);
 }
 
 ViewController::~ViewController()
@@ -49,12 +48,12 @@ void ViewController::viewDidLoad()
     prepareBaseViews();
     writeLog(u"viewDidLoad nach prepareBaseViews"_s);
     setIsQuilloAvailable(UsbService::isQuilloConnected());
-    writeLog(u"viewDidLoad isQuilloAvailable: "_s + (m_isQuilloAvailable ? u"true"_s : u"false"_s));
+    writeLog(u"viewDidLoad isQuilloAvailable: "_s + (isQuilloAvailable() ? u"true"_s : u"false"_s));
     loadData();
     writeLog(u"viewDidLoad nach loadData"_s);
     initSubViews();
     writeLog(u"viewDidLoad nach initSubViews"_s);
-    addMountDetector();
+    m_pen.addMountDetector();
     writeLog(u"viewDidLoad nach addMountDetector"_s);
     writeLog(u"viewDidLoad Ende"_s);
 }
@@ -108,6 +107,7 @@ void ViewController::loadData()
     loadMusic();
     writeLog(u"loadData nach DispatchQueue"_s);
     getBaseElementsFromPen();
+    libraryChanged();
     writeLog(u"loadData nach getElementsFromPen"_s);
     updateStorageGauge();
     writeLog(u"loadData nach updateValues"_s);
@@ -116,22 +116,22 @@ void ViewController::loadData()
 
 void ViewController::loadMusic()
 {
-    const int load = ++m_musicLoad;
-    Dispatch::global([this, load, guard = QPointer<QObject>(this), list = getMusicFromPen] {
+    Dispatch::global([this, load = ++m_musicLoad, pen = m_pen.number(),
+                      guard = QPointer<QObject>(this), list = getMusicFromPen] {
         writeLog(u"loadData in DispatchQueue"_s);
         std::optional<MusicList> music;
         if (list)
             music = list();
         writeLog(u"loadData nach getMusicFromPen"_s);
-        if (music)
-            Dispatch::main(guard, [this, load, music = *music] { musicLoaded(load, music); });
+        Dispatch::main(guard, [this, load, pen, music] {
+            if (music && load == m_musicLoad && pen == m_pen.number())
+                musicLoaded(*music);
+        });
     });
 }
 
-void ViewController::musicLoaded(int load, const MusicList &music)
+void ViewController::musicLoaded(const MusicList &music)
 {
-    if (load != m_musicLoad)
-        return;
     musicList() = music;
     libraryChanged();
 }
@@ -144,22 +144,19 @@ void ViewController::getBaseElementsFromPen()
     gameList() = library.games;
     learningMaterialList() = library.learningMaterials;
     archiveList() = library.archives;
-    libraryChanged();
     writeLog(u"getBaseElementsFromPen nach getBookAndGameListFromPen"_s);
     writeLog(u"getBaseElementsFromPen Ende"_s);
 }
 
 void ViewController::setIsQuilloAvailable(bool available)
 {
-    m_isQuilloAvailable = available;
+    m_pen.setAvailable(available);
     setUsbControlsEnabled(available);
-    if (available)
-        quilloName = UsbService::getQuilloName();
 }
 
 void ViewController::setUsbControlsEnabled(bool enabled)
 {
-    usbConnectionImageBtn->setEnabled(enabled && !m_ejecting.isActive());
+    usbConnectionImageBtn->setEnabled(enabled && !m_pen.isEjecting());
     deleteViewController->updateDeleteButton();
 }
 
@@ -174,47 +171,6 @@ void ViewController::toggleViewMode()
     setViewMode(toggled(m_viewMode));
 }
 
-void ViewController::addMountDetector()
-{
-    writeLog(u"addMountDetector Beginn"_s);
-    connect(&m_workspace, &Workspace::didMount, this, &ViewController::didMount);
-    connect(&m_workspace, &Workspace::didUnmount, this, &ViewController::didUnMount);
-    writeLog(u"addMountDetector Ende"_s);
-}
-
-void ViewController::didMount(const QVariantMap &userInfo)
-{
-    writeLog(u"didMount Beginn"_s);
-    const QVariant name = userInfo.value(Workspace::volumeNameKey);
-    if (name.typeId() != QMetaType::QString) {
-        writeLog(u"didMount return"_s);
-        return;
-    }
-    if (UsbService::canDeviceNameBeQuillo(name.toString())) {
-        writeLog(u"didMount if canDeviceNameBeQuillo"_s);
-        Dispatch::main(this, [this] { penMounted(); });
-    }
-    writeLog(u"didMount Ende"_s);
-}
-
-void ViewController::didUnMount(const QVariantMap &userInfo)
-{
-    writeLog(u"didUnMount Beginn"_s);
-    const QVariant name = userInfo.value(Workspace::volumeNameKey);
-    if (name.typeId() != QMetaType::QString) {
-        writeLog(u"didUnMount return"_s);
-        return;
-    }
-    if (UsbService::canDeviceNameBeQuillo(name.toString())) {
-        writeLog(u"didUnMount if canDeviceNameBeQuillo"_s);
-        Dispatch::main(this, [this, volume = name.toString()] {
-            if (!isPenStillThere(volume))
-                penUnmounted();
-        });
-    }
-    writeLog(u"didUnMount Ende"_s);
-}
-
 void ViewController::penMounted()
 {
     showMessage({});
@@ -223,20 +179,11 @@ void ViewController::penMounted()
     showView(NavElementType::Books);
 }
 
-/// The name of another volume may pass for the pen's. Under the pen's own name nothing tells the
-/// volume that went from one that has taken its place.
-bool ViewController::isPenStillThere(const QString &unmounted) const
-{
-    return m_isQuilloAvailable && quilloName
-           && unmounted != QUrl::fromPercentEncoding(quilloName->toUtf8())
-           && UsbService::isMounted(*quilloName);
-}
-
 void ViewController::penUnmounted()
 {
     // First of all, so that nothing of a run under way is written any more.
     updateService->penRemoved();
-    ++m_musicLoad;
+    updateService->keepPen();
     showMessage({});
     clearLibraryLists();
     m_coverCache.clear();
@@ -244,46 +191,28 @@ void ViewController::penUnmounted()
     setIsQuilloAvailable(false);
     resetAfterUnmount();
     updateStorageGauge();
-    forgetEject();
-}
-
-DownloadWindow *ViewController::downloadWindow() const
-{
-    return m_downloadWindow;
 }
 
 void ViewController::ejectQuillo()
 {
-    const std::optional<QUrl> volume = URLFactory::getQuilloURL();
-    if (!volume || m_ejecting.isActive())
-        return;
-    m_ejecting.start(ejectPatience);
-    usbConnectionImageBtn->setEnabled(false);
-    const QPointer<ViewController> guard = this;
-    const auto answered = [guard, eject = ++m_eject](const QString &error) {
-        if (guard && eject == guard->m_eject)
-            guard->ejectEnded(error);
-    };
     // A file that is just being loaded onto the pen would keep it busy.
-    updateService->releasePen([this, url = *volume, answered, eject = m_eject] {
-        if (eject == m_eject)
-            m_workspace.unmountVolume(url, answered);
+    m_pen.eject([this](std::function<void()> released) {
+        usbConnectionImageBtn->setEnabled(false);
+        updateService->releasePen(std::move(released));
     });
 }
 
 void ViewController::ejectEnded(const QString &error)
 {
-    forgetEject();
-    setUsbControlsEnabled(m_isQuilloAvailable);
+    updateService->keepPen();
+    setUsbControlsEnabled(isQuilloAvailable());
     if (error.isEmpty())
         return;
     print(error);
     showMessage(localized(u"eject_failed"_s).replace(u"%@"_s, error));
 }
 
-void ViewController::forgetEject()
+DownloadWindow *ViewController::downloadWindow() const
 {
-    m_ejecting.stop();
-    ++m_eject;
-    updateService->keepPen();
+    return m_downloadWindow;
 }

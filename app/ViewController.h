@@ -2,19 +2,18 @@
 
 #include "app/NavElement.h"
 #include "app/NavigationOwner.h"
+#include "app/PenPresence.h"
 #include "download/LibraryReloading.h"
 #include "library/ContentOwner.h"
 #include "library/CoverCache.h"
 #include "library/Music.h"
 #include "platform/SoundPlayer.h"
-#include "platform/Workspace.h"
 #include "ui/DeletionOwner.h"
 
 #include <QPointer>
 #include <QTimer>
 #include <QWidget>
 
-#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -26,7 +25,7 @@ class EmptyStateView;
 class GamesController;
 class ImageView;
 class LearningMaterialController;
-class MusicController;
+class MusicView;
 class MyBooksController;
 class MyQuilloTitlesController;
 class NavigationViewController;
@@ -53,7 +52,7 @@ public:
     void viewDidLoad();
 
     void loadData() override;
-    /// Fills the title lists from the pen.
+    /// Fills the title lists from the pen; who asks for it tells the view shown.
     void getBaseElementsFromPen() override;
     void showBooksView() override;
 
@@ -65,13 +64,12 @@ public:
     void focusTitles() override;
     [[nodiscard]] DeletionSelecting *deletionSelection() override;
 
-    /// Unmounts the pen. An answer that has not come after `ejectPatience` is a failure; one that
-    /// comes after the pen has gone is none.
     void ejectQuillo();
-    std::chrono::milliseconds ejectPatience = std::chrono::minutes(5); // it may have to write much
-
-    [[nodiscard]] bool isQuilloAvailable() const override { return m_isQuilloAvailable; }
+    [[nodiscard]] PenPresence &pen() { return m_pen; }
+    [[nodiscard]] bool isQuilloAvailable() const override { return m_pen.isAvailable(); }
     void setIsQuilloAvailable(bool available);
+    [[nodiscard]] const std::optional<QString> &quilloName() const { return m_pen.name(); }
+    [[nodiscard]] int penNumber() const override { return m_pen.number(); }
 
     [[nodiscard]] ViewMode viewMode() const override { return m_viewMode; }
     void setViewMode(ViewMode mode);
@@ -102,7 +100,7 @@ public:
     QPointer<MyBooksController> myBooksController;
     QPointer<GamesController> gamesController;
     QPointer<StorageController> storageController;
-    QPointer<MusicController> musicController;
+    QPointer<MusicView> musicController;
     QPointer<MyQuilloTitlesController> myQuilloTitlesController;
     QPointer<ArchiveViewController> archiveViewController;
     QPointer<LearningMaterialController> learningMaterialController;
@@ -111,8 +109,6 @@ public:
     NavigationViewController *navigationViewController = nullptr;
 
     std::unique_ptr<UpdateService> updateService; ///< from viewDidLoad() on
-    /// The pen's volume as its address spells it; keeps the last value when the pen goes.
-    std::optional<QString> quilloName;
 
     /// Lists the music on the pen; called on the pool. Without it the music list stays as it is.
     std::function<MusicList()> getMusicFromPen;
@@ -141,21 +137,16 @@ private:
     void libraryChanged();
 
     void loadMusic();
-    void musicLoaded(int load, const MusicList &music);
+    void musicLoaded(const MusicList &music);
     void updateStorageGauge();
     void setUsbControlsEnabled(bool enabled);
     void resetAfterUnmount();
 
-    void addMountDetector();
-    void didMount(const QVariantMap &userInfo);
-    void didUnMount(const QVariantMap &userInfo);
     void penMounted();
-    [[nodiscard]] bool isPenStillThere(const QString &unmounted) const;
     void penUnmounted();
     void ejectEnded(const QString &error);
-    void forgetEject();
 
-    Workspace m_workspace;
+    PenPresence m_pen;
     CoverCache m_coverCache;
     SoundPlayer m_soundPlayer;
     QPointer<DownloadWindow> m_downloadWindow;
@@ -165,10 +156,7 @@ private:
     QLabel *m_messageLine = nullptr;
     QPointer<EmptyStateView> m_noPenView;
     QTimer m_messageTimer;
-    QTimer m_ejecting; ///< runs while an eject is under way
 
     int m_musicLoad = 0; ///< the one whose result counts
-    int m_eject = 0;     ///< the one whose answer counts
-    bool m_isQuilloAvailable = false;
     ViewMode m_viewMode = ViewMode::tiled;
 };

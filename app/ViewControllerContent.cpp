@@ -5,7 +5,7 @@
 #include "base/ViewPlacement.h"
 #include "library/CategoryControllers.h"
 #include "library/LibraryViewing.h"
-#include "library/MusicController.h"
+#include "library/MusicView.h"
 #include "library/MyQuilloTitlesController.h"
 #include "pen/StorageController.h"
 #include "ui/DeleteViewController.h"
@@ -29,7 +29,7 @@ void ViewController::addContentFactories()
         return archiveViewController = new ArchiveViewController(*this, mainContentView);
     });
     add(NavElementType::Music,
-        [this] { return musicController = new MusicController(*this, mainContentView); });
+        [this] { return musicController = new MusicView(*this, mainContentView); });
     add(NavElementType::Storage,
         [this] { return storageController = new StorageController(*this, mainContentView); });
     for (const NavElementType type : {NavElementType::Videos, NavElementType::Shop})

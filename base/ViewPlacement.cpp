@@ -51,6 +51,20 @@ void pinEdges(QWidget &child, QWidget &container, int constant)
     layout.addLayout(inset, 0, 0);
 }
 
+void showAlone(QWidget &child, QWidget &container)
+{
+    // The focus goes over before the view that had it is hidden, which would lose it.
+    const bool focused = container.isAncestorOf(container.window()->focusWidget());
+    child.show();
+    container.setFocusProxy(&child);
+    if (focused)
+        container.setFocus();
+    for (QWidget *view : container.findChildren<QWidget *>(Qt::FindDirectChildrenOnly)) {
+        if (view != &child)
+            view->hide();
+    }
+}
+
 void centreOnScreen(QWidget &window)
 {
     const QRect available = window.screen()->availableGeometry();

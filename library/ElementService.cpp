@@ -1,6 +1,7 @@
 #include "library/ElementService.h"
 
 #include "base/ApplicationLog.h"
+#include "library/KnownFiles.h"
 #include "library/LibraryLists.h"
 #include "pen/FileService.h"
 #include "pen/TextValues.h"
@@ -53,7 +54,7 @@ QList<MetadataText> readMetadataFiles(const QUrl &bookFolder, const QStringList 
 {
     QList<MetadataText> texts;
     for (const QString &name : fileNames) {
-        const auto content = FileService::getFileContent(URLFactory::fileURL(bookFolder, name));
+        const auto content = KnownFiles::shared().text(URLFactory::fileURL(bookFolder, name));
         if (!content)
             continue;
         const QString prefix = ElementService::idPrefix(name);
@@ -99,44 +100,29 @@ void appendByKind(PenLibrary &library, const BaseElement &element)
     }
 }
 
-/// The file of a title in the folder; absent for a name that is none.
-std::optional<QString> titleFile(const QUrl &folder, const QString &id, FileType type)
+/// The dummy when the file cannot be read or is too large to be shown, absent when it is none.
+std::optional<CoverImage> coverOf(const QString &file)
 {
-    if (!isSafeFileName(id))
-        return std::nullopt;
-    return pathOf(folder) + URLFactory::fileName(id, type);
-}
-
-/// The same in the pen's book folder; absent without pen.
-std::optional<QString> titleFile(const QString &id, FileType type)
-{
-    const std::optional<QUrl> folder = URLFactory::getBookURL();
-    return folder ? titleFile(*folder, id, type) : std::nullopt;
-}
-
-std::optional<CoverImage> coverImage(const std::optional<QString> &file)
-{
-    if (!file)
-        return dummyCover();
-    const FileManager::Contents head = FileManager::contents(*file, coverHead);
+    const FileManager::Contents head = FileManager::contents(file, coverHead);
     if (!head.data)
         return dummyCover();
     std::optional<QSize> size = pictureSize(*head.data);
     if (!size && head.fileSize > coverHead)
-        size = pictureSize(FileManager::contents(*file, longCoverHead).data.value_or(QByteArray()));
+        size = pictureSize(FileManager::contents(file, longCoverHead).data.value_or(QByteArray()));
     if (!size)
         return std::nullopt;
     if (!isShowable(*size))
         return dummyCover();
-    return CoverImage{*file, *size, head.fileSize, head.modified};
+    return CoverImage{file, *size, head.fileSize, head.modified};
 }
 
-PenLibrary libraryWithCovers(const ElementList &records, const QUrl &bookFolder)
+PenLibrary libraryWithCovers(const ElementList &records, const PenPlaces &pen)
 {
     PenLibrary library;
     for (const ElementPtr &element : records) {
         writeLog(u"getQuilloFilesInfoFromPen in for baseElementArray: "_s + element->id);
-        element->image = coverImage(titleFile(bookFolder, element->id, FileType::png));
+        const std::optional<QString> file = pen.titleFile(element->id, FileType::png);
+        element->image = file ? KnownFiles::shared().cover(*file, coverOf) : dummyCover();
         if (!element->image)
             continue;
         writeLog(u"getQuilloFilesInfoFromPen if image != nil"_s);
@@ -148,21 +134,21 @@ PenLibrary libraryWithCovers(const ElementList &records, const QUrl &bookFolder)
 
 PenLibrary scan()
 {
-    if (!UsbService::isQuilloConnected())
+    const std::optional<PenPlaces> pen = UsbService::connectedPen();
+    if (!pen)
         return {};
     writeLog(u"getQuilloFilesInfoFromPen in if isQuilloConnected"_s);
-    const std::optional<QUrl> bookFolder = URLFactory::getBookURL();
-    if (!bookFolder || !FileManager::fileExists(pathOf(*bookFolder)))
+    if (!FileManager::fileExists(pathOf(pen->book())))
         return {};
-    const FolderVisit visit = FileManager::visit(pathOf(*bookFolder));
+    const FolderVisit visit = FileManager::visit(pathOf(pen->book()));
     writeLog(u"getQuilloFilesInfoFromPen in if bookFolderExists"_s);
-    const QStringList names = FileService::listFiles(*bookFolder, fileExtension(FileType::txt));
+    const QStringList names = FileService::listFiles(pen->book(), fileExtension(FileType::txt));
     writeLog(u"getQuilloFilesInfoFromPen elementFileNames length = "_s
              + QString::number(names.size()));
-    const QList<MetadataText> texts = readMetadataFiles(*bookFolder, names);
+    const QList<MetadataText> texts = readMetadataFiles(pen->book(), names);
     if (texts.isEmpty())
         return {};
-    return libraryWithCovers(sortedRecords(texts), *bookFolder);
+    return libraryWithCovers(sortedRecords(texts), *pen);
 }
 
 /// The first of those that share an identifier stands for it.
@@ -183,17 +169,16 @@ QString deletionLine(const BaseElement &title)
 }
 
 /// False when a file may still be on the pen.
-bool removeFiles(const QString &id)
+bool removeFiles(const std::optional<PenPlaces> &pen, const QString &id)
 {
-    const std::optional<QUrl> folder = URLFactory::getBookURL();
-    bool nothingLeft = true;
+    bool nothingLeft = pen.has_value();
     for (const FileType type : {FileType::txt, FileType::png, FileType::qnk}) {
-        const std::optional<QString> file = folder ? titleFile(*folder, id, type) : std::nullopt;
+        const std::optional<QString> file = pen ? pen->titleFile(id, type) : std::nullopt;
         if (!file || (!FileService::deleteFile(*file) && FileManager::fileExists(*file)))
             nothingLeft = false;
     }
     // A file of a pen that has just been pulled only seems to be gone.
-    return nothingLeft && URLFactory::getBookURL();
+    return nothingLeft && PenPlaces::look();
 }
 
 } // namespace
@@ -222,7 +207,7 @@ ElementList ElementService::getTextFileContentFromPen()
              + QString::number(names.size()));
     ElementList records;
     for (const QString &name : names) {
-        const auto content = FileService::getFileContent(URLFactory::fileURL(*bookFolder, name));
+        const auto content = KnownFiles::shared().text(URLFactory::fileURL(*bookFolder, name));
         if (!content) {
             writeLog(u"getTextFileContentFromPen continue"_s);
             continue;
@@ -244,18 +229,26 @@ QString ElementService::idPrefix(const QString &fileName)
 
 std::optional<CoverImage> ElementService::loadCoverImage(const QString &id)
 {
-    return coverImage(titleFile(id, FileType::png));
+    return loadCoverImage(PenPlaces::look(), id);
+}
+
+std::optional<CoverImage> ElementService::loadCoverImage(const std::optional<PenPlaces> &pen,
+                                                         const QString &id)
+{
+    const std::optional<QString> file = pen ? pen->titleFile(id, FileType::png) : std::nullopt;
+    return file ? coverOf(*file) : dummyCover();
 }
 
 QStringList ElementService::deleteElements(const QStringList &ids)
 {
     const LogBatch batch;
     const QHash<QString, ElementPtr> known = titlesById();
+    const std::optional<PenPlaces> pen = PenPlaces::look();
     QStringList left;
     for (const QString &id : ids) {
         if (const ElementPtr title = known.value(id))
             print(deletionLine(*title));
-        if (!removeFiles(id))
+        if (!removeFiles(pen, id))
             left += id;
     }
     return left;
@@ -268,6 +261,7 @@ bool ElementService::deleteElement(const QString &id)
 
 bool ElementService::qnkFileExists(const QString &id)
 {
-    const std::optional<QString> file = titleFile(id, FileType::qnk);
+    const std::optional<PenPlaces> pen = PenPlaces::look();
+    const std::optional<QString> file = pen ? pen->titleFile(id, FileType::qnk) : std::nullopt;
     return file && FileManager::fileExists(*file);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/BaseElement.h"
+#include "pen/PenPlaces.h"
 
 /// The four lists of a full scan, each in name order.
 struct PenLibrary
@@ -11,7 +12,8 @@ struct PenLibrary
     ElementList archives;
 };
 
-/// Reads the pen's library. Without state, synchronous on the caller's thread.
+/// Reads the pen's library; of what stays as it is, once (KnownFiles). Synchronous; the two
+/// readings on the main thread.
 class ElementService
 {
 public:
@@ -27,6 +29,9 @@ public:
     /// The cover of an identifier: the dummy when the file cannot be read or is too large to be
     /// shown, absent when it is no picture.
     [[nodiscard]] static std::optional<CoverImage> loadCoverImage(const QString &id);
+    /// The same where the pen has been looked up; the dummy without pen.
+    [[nodiscard]] static std::optional<CoverImage>
+    loadCoverImage(const std::optional<PenPlaces> &pen, const QString &id);
 
     /// Removes the title's metadata, cover and content file; what is missing is skipped. False when
     /// something of the title may still be on the pen, or the pen has gone. Main thread, since it

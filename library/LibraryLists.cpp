@@ -1,6 +1,7 @@
 #include "library/LibraryLists.h"
 
 #include "library/DownloadQueue.h"
+#include "library/KnownFiles.h"
 #include "platform/Dispatch.h"
 
 namespace {
@@ -92,5 +93,6 @@ ElementList allElements()
 void clearLibraryLists()
 {
     lists() = {};
+    KnownFiles::shared().forget();
     updateElements().clear();
 }

@@ -25,5 +25,6 @@
 /// Books, games, archive, learning materials, each in its own order.
 [[nodiscard]] ElementList allElements();
 
-/// Empties all of the above and the download queue, for when the pen has gone.
+/// Empties all of the above and the download queue and forgets what was read, for when the pen has
+/// gone.
 void clearLibraryLists();

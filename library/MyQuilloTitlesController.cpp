@@ -1,8 +1,5 @@
 #include "library/MyQuilloTitlesController.h"
 
-#include "base/ColorConstants.h"
-#include "base/ContentPalette.h"
-#include "base/ViewColors.h"
 #include "base/ViewPlacement.h"
 #include "library/ColoredTableView.h"
 #include "library/ContentOwner.h"
@@ -11,96 +8,42 @@
 #include "library/TableViewUtil.h"
 #include "platform/StandardOutput.h"
 
-#include <QHeaderView>
 #include <QLabel>
 #include <QScopedValueRollback>
-#include <QScrollArea>
-#include <QScrollBar>
 #include <QSet>
-#include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-constexpr int pageMargin = 20;
-constexpr int sectionGap = 20;
-constexpr int headerGap = 6;
-constexpr qreal headerScale = 1.3;
-
-/// Leaves it to the lists which of their rows is brought into view.
-class PageArea : public QScrollArea
-{
-public:
-    using QScrollArea::QScrollArea;
-
-protected:
-    bool focusNextPrevChild(bool next) override
-    {
-        return QAbstractScrollArea::focusNextPrevChild(next);
-    }
-};
-
-QLabel *makeHeader(const QString &key, QWidget *parent)
-{
-    auto *header = new QLabel(localized(key), parent);
-    QFont font = header->font();
-    font.setPointSizeF(font.pointSizeF() * headerScale);
-    font.setBold(true);
-    header->setFont(font);
-    header->setContentsMargins(ColoredTableRowView::textMargin, 0, 0, headerGap);
-    setColor(*header, QPalette::WindowText, ColorConstants::selectionColor());
-    return header;
-}
-
-} // namespace
 
 MyQuilloTitlesController::MyQuilloTitlesController(ContentOwner &viewController, QWidget *parent)
     : QWidget(parent)
     , m_viewController(viewController)
+    , m_page(new TitlesPage(this))
+    , m_empty(new EmptyStateView(EmptyStateView::Reason::EmptyLibrary, this))
 {
-    buildPage();
-    CoverCache &covers = viewController.coverCache();
-    myQuilloBooksController = new MyQuillyBooksController(covers, m_page);
-    myGamesController = new MyGamesController(covers, m_page);
-    myLearningMaterialsController = new MyLearningMaterialsController(covers, m_page);
-    myArchiveController = new MyArchivesController(covers, m_page);
-    musicController = new MusicController(m_page);
-    buildSections();
-}
-
-void MyQuilloTitlesController::buildPage()
-{
-    m_scrollArea = new PageArea(this);
-    m_scrollArea->setFrameShape(QFrame::NoFrame);
-    m_scrollArea->setWidgetResizable(true);
-    m_scrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    m_scrollArea->setFocusPolicy(Qt::NoFocus);
-    m_scrollArea->setPalette(contentPalette());
-    m_scrollArea->verticalScrollBar()->setSingleStep(TableViewUtil::rowHeight / 2);
-    m_page = new QWidget;
-    m_scrollArea->setWidget(m_page);
-    stackview = new QVBoxLayout(m_page);
-    stackview->setContentsMargins(pageMargin, pageMargin, pageMargin, pageMargin);
-    stackview->setSpacing(0);
-    stackview->addStretch(1); // below the sections, which stand at the top
-    pinEdges(*m_scrollArea, *this);
-    m_empty = new EmptyStateView(EmptyStateView::Reason::EmptyLibrary, this);
+    pinEdges(*m_page, *this);
     pinEdges(*m_empty, *this);
+    QWidget *page = m_page->widget();
+    CoverCache &covers = viewController.coverCache();
+    myQuilloBooksController = new MyQuillyBooksController(covers, page);
+    myGamesController = new MyGamesController(covers, page);
+    myLearningMaterialsController = new MyLearningMaterialsController(covers, page);
+    myArchiveController = new MyArchivesController(covers, page);
+    musicController = new MusicController(page);
+    buildSections();
 }
 
 void MyQuilloTitlesController::buildSections()
 {
     const auto titles = [](const QString &key, ListController *list, QLabel **header) {
-        return Section{key, list, list, header};
+        return TitlesSection{key, list, list, header};
     };
     m_sections = {
         titles(u"books"_s, myQuilloBooksController, &booksHeader),
         titles(u"games"_s, myGamesController, &gamesHeader),
         titles(u"learningMaterials"_s, myLearningMaterialsController, &learningMaterialHeader),
         titles(u"archive"_s, myArchiveController, &archivesHeader),
-        Section{u"music"_s, musicController, nullptr, &musicHeader}};
-    for (const Section &section : m_sections) {
+        TitlesSection{u"music"_s, musicController, nullptr, &musicHeader}};
+    for (const TitlesSection &section : m_sections) {
         section.list->hide();
         section.list->selectionChangeHandler = [this, &section](const QList<int> &rows) {
             selectionChanged(section, rows);
@@ -130,28 +73,23 @@ void MyQuilloTitlesController::setContents(const std::array<ElementList, 4> &tit
                                            const MusicList &music)
 {
     const QScopedValueRollback quiet(m_quiet, true);
-    const Place kept = place();
+    const TitlesPage::Place kept = m_page->place(m_sections);
     for (size_t i = 0; i < titles.size(); ++i)
         m_sections.at(i).titles->setElements(titles.at(i));
     musicController->setMusic(music);
     const bool focused = isAncestorOf(window()->focusWidget());
-    for (const Section &section : m_sections)
-        placeSection(section);
+    for (const TitlesSection &section : m_sections)
+        m_page->placeSection(section);
     QWidget *list = keyboardList();
     m_empty->setReason(emptyReason(m_viewController.isQuilloAvailable()));
     m_empty->setVisible(list == nullptr);
-    m_scrollArea->setVisible(list != nullptr);
+    m_page->setVisible(list != nullptr);
     setFocusProxy(list ? list : m_empty);
     // It has been lost with a list that has become empty.
     if (focused && !isAncestorOf(window()->focusWidget()))
         setFocus();
-    layOut();
-    restore(kept);
-}
-
-int MyQuilloTitlesController::Section::rowCount() const
-{
-    return list->tableView->model()->rowCount();
+    m_page->layOut();
+    m_page->restore(kept);
 }
 
 /// Where the keyboard was last, else the first one; null without any row.
@@ -159,35 +97,19 @@ QWidget *MyQuilloTitlesController::keyboardList() const
 {
     if (m_sections.at(m_keyboardSection).rowCount() > 0)
         return m_sections.at(m_keyboardSection).list;
-    for (const Section &section : m_sections) {
+    for (const TitlesSection &section : m_sections) {
         if (section.rowCount() > 0)
             return section.list;
     }
     return nullptr;
 }
 
-void MyQuilloTitlesController::placeSection(const Section &section)
-{
-    stackview->removeWidget(section.list);
-    delete std::exchange(*section.header, nullptr);
-    const bool empty = section.rowCount() == 0;
-    section.list->setVisible(!empty);
-    if (empty)
-        return;
-    TableViewUtil::fitToRows(*section.list->tableView);
-    section.list->tableView->setAccessibleName(localized(section.key));
-    *section.header = makeHeader(section.key, m_page);
-    section.list->layout()->setContentsMargins(0, 0, 0, sectionGap);
-    stackview->insertWidget(stackview->count() - 1, *section.header);
-    stackview->insertWidget(stackview->count() - 1, section.list);
-    (*section.header)->show();
-}
-
-void MyQuilloTitlesController::selectionChanged(const Section &section, const QList<int> &rows)
+void MyQuilloTitlesController::selectionChanged(const TitlesSection &section,
+                                                const QList<int> &rows)
 {
     if (m_quiet)
         return;
-    for (const Section &other : m_sections) {
+    for (const TitlesSection &other : m_sections) {
         if (&other == &section)
             continue;
         other.list->deselectAll();
@@ -196,7 +118,8 @@ void MyQuilloTitlesController::selectionChanged(const Section &section, const QL
     provideSelection(section, rows);
 }
 
-void MyQuilloTitlesController::provideSelection(const Section &section, const QList<int> &rows)
+void MyQuilloTitlesController::provideSelection(const TitlesSection &section,
+                                                const QList<int> &rows)
 {
     DeletionSelecting *selection = m_viewController.deletionSelection();
     if (selection == nullptr)
@@ -217,7 +140,7 @@ void MyQuilloTitlesController::provideSelection(const Section &section, const QL
     selection->setSelectedElementIds(ids);
 }
 
-void MyQuilloTitlesController::rowChanged(const Section &section)
+void MyQuilloTitlesController::rowChanged(const TitlesSection &section)
 {
     if (!m_quiet)
         m_keyboardSection = static_cast<size_t>(&section - m_sections.data());
@@ -226,7 +149,7 @@ void MyQuilloTitlesController::rowChanged(const Section &section)
 QStringList MyQuilloTitlesController::markedIds() const
 {
     QStringList ids;
-    for (const Section &section : m_sections) {
+    for (const TitlesSection &section : m_sections) {
         if (section.titles)
             ids += section.titles->selectedIds();
     }
@@ -235,7 +158,7 @@ QStringList MyQuilloTitlesController::markedIds() const
 
 void MyQuilloTitlesController::markChoice()
 {
-    for (const Section &section : m_sections) {
+    for (const TitlesSection &section : m_sections) {
         if (section.titles)
             section.titles->markChoice();
     }
@@ -251,35 +174,16 @@ bool MyQuilloTitlesController::takeFocus()
     return true;
 }
 
-int MyQuilloTitlesController::rowTop(const Section &section, int row) const
+void MyQuilloTitlesController::showRow(const TitlesSection &section, int row)
 {
-    const QTableView &table = *section.list->tableView;
-    return section.list->y() + table.y() + table.horizontalHeader()->height()
-           + row * TableViewUtil::rowHeight;
-}
-
-void MyQuilloTitlesController::showRow(const Section &section, int row)
-{
-    if (m_quiet || row < 0)
-        return;
-    const int middle = rowTop(section, row) + TableViewUtil::rowHeight / 2;
-    // With the column titles above the first row.
-    const int above = row == 0 ? 2 * TableViewUtil::rowHeight : TableViewUtil::rowHeight / 2;
-    m_scrollArea->ensureVisible(0, middle, 0, above);
-}
-
-void MyQuilloTitlesController::layOut()
-{
-    stackview->activate();
-    const QSize seen = m_scrollArea->viewport()->size();
-    m_page->resize(seen.width(), std::max(seen.height(), stackview->sizeHint().height()));
-    stackview->activate();
+    if (!m_quiet && row >= 0)
+        m_page->showRow(section, row);
 }
 
 MyQuilloTitlesController::Standing MyQuilloTitlesController::standing() const
 {
     Standing standing;
-    standing.scrollPosition = m_scrollArea->verticalScrollBar()->value();
+    standing.scrollPosition = m_page->scrollPosition();
     standing.section = m_keyboardSection;
     standing.row = m_sections.at(m_keyboardSection).list->tableView->currentIndex().row();
     return standing;
@@ -288,7 +192,7 @@ MyQuilloTitlesController::Standing MyQuilloTitlesController::standing() const
 void MyQuilloTitlesController::setStanding(const Standing &standing)
 {
     m_keyboardSection = standing.section;
-    const Section &section = m_sections.at(m_keyboardSection);
+    const TitlesSection &section = m_sections.at(m_keyboardSection);
     QTableView &table = *section.list->tableView;
     const int row = std::min(standing.row, table.model()->rowCount() - 1);
     if (row >= 0) {
@@ -313,8 +217,8 @@ void MyQuilloTitlesController::showEvent(QShowEvent *event)
 /// Who comes to the page sees what is chosen in it.
 void MyQuilloTitlesController::showMarked()
 {
-    layOut();
-    for (const Section &section : m_sections) {
+    m_page->layOut();
+    for (const TitlesSection &section : m_sections) {
         const QList<int> rows = section.titles ? section.list->selectedRows() : QList<int>();
         if (rows.isEmpty())
             continue;
@@ -325,40 +229,8 @@ void MyQuilloTitlesController::showMarked()
 
 void MyQuilloTitlesController::scrollAsWanted()
 {
-    layOut();
-    m_scrollArea->verticalScrollBar()->setValue(*std::exchange(m_scrollPosition, std::nullopt));
-}
-
-MyQuilloTitlesController::Place MyQuilloTitlesController::place() const
-{
-    Place place;
-    place.value = m_scrollArea->verticalScrollBar()->value();
-    for (const Section &section : m_sections) {
-        const bool reaches = section.list->geometry().bottom() > place.value;
-        if (section.titles == nullptr || section.titles->elements().isEmpty() || !reaches)
-            continue;
-        const int above = std::max(0, place.value - rowTop(section, 0));
-        const auto count = static_cast<int>(section.titles->elements().size());
-        const int row = std::min(above / TableViewUtil::rowHeight, count - 1);
-        place.section = &section;
-        place.id = section.titles->elements().at(row)->id;
-        place.below = rowTop(section, row) - place.value;
-        return place;
-    }
-    return place;
-}
-
-void MyQuilloTitlesController::restore(const Place &place)
-{
-    int value = place.value;
-    if (place.section && value > 0) {
-        const ElementList &titles = place.section->titles->elements();
-        for (int row = 0; row < titles.size(); ++row) {
-            if (titles.at(row)->id == place.id)
-                value = rowTop(*place.section, row) - place.below;
-        }
-    }
-    m_scrollArea->verticalScrollBar()->setValue(value);
+    m_page->layOut();
+    m_page->setScrollPosition(*std::exchange(m_scrollPosition, std::nullopt));
 }
 
 void MyQuilloTitlesController::willDelete(const QStringList &ids)
@@ -366,7 +238,7 @@ void MyQuilloTitlesController::willDelete(const QStringList &ids)
     const QScopedValueRollback quiet(m_quiet, true);
     std::optional<size_t> first;
     for (size_t i = 0; i < m_sections.size(); ++i) {
-        const Section &section = m_sections.at(i);
+        const TitlesSection &section = m_sections.at(i);
         const int before = section.rowCount();
         if (section.titles)
             section.titles->removeElements(ids);
@@ -412,7 +284,7 @@ MyQuilloTitlesController::~MyQuilloTitlesController()
 
 QWidget *MyQuilloTitlesController::runningSlide() const
 {
-    for (const Section &section : m_sections) {
+    for (const TitlesSection &section : m_sections) {
         if (section.list->tableView->slide())
             return section.list->tableView->slide();
     }
@@ -437,7 +309,7 @@ void MyQuilloTitlesController::rebuild()
 
 QTableView *MyQuilloTitlesController::listTable()
 {
-    for (const Section &section : m_sections) {
+    for (const TitlesSection &section : m_sections) {
         if (!section.list->selectedRows().isEmpty())
             return section.list->tableView;
     }
@@ -446,7 +318,7 @@ QTableView *MyQuilloTitlesController::listTable()
 
 void MyQuilloTitlesController::languageChanged()
 {
-    for (const Section &section : m_sections) {
+    for (const TitlesSection &section : m_sections) {
         section.list->languageChanged();
         section.list->tableView->setAccessibleName(localized(section.key));
         if (*section.header)

@@ -4,14 +4,13 @@
 #include "library/LibraryViewing.h"
 #include "library/ListController.h"
 #include "library/MusicController.h"
+#include "library/TitlesPage.h"
 
 #include <array>
 
 class EmptyStateView;
 class ContentOwner;
 class QLabel;
-class QScrollArea;
-class QVBoxLayout;
 
 /// All titles and the music, list below list on one scrolling page. Rows are selected in one
 /// section at a time.
@@ -57,7 +56,7 @@ public:
     void languageChanged() override;
     void libraryChanged() override;
 
-    QVBoxLayout *stackview = nullptr;
+    [[nodiscard]] QVBoxLayout *stackview() const { return m_page->stackview; }
     MyQuillyBooksController *myQuilloBooksController;
     MyGamesController *myGamesController;
     MyLearningMaterialsController *myLearningMaterialsController;
@@ -74,48 +73,23 @@ protected:
     void showEvent(QShowEvent *event) override;
 
 private:
-    /// Where one section stands: its key, list and header.
-    struct Section
-    {
-        QString key;
-        TableController *list;
-        ListController *titles; ///< null for the music
-        QLabel **header;
-
-        [[nodiscard]] int rowCount() const;
-    };
-    struct Place
-    {
-        const Section *section = nullptr;
-        QString id;
-        int below = 0; ///< how far the row's top is below the page's visible top
-        int value = 0;
-    };
-
-    void buildPage();
     void buildSections();
     void setContents(const std::array<ElementList, 4> &titles, const MusicList &music);
-    void placeSection(const Section &section);
-    void selectionChanged(const Section &section, const QList<int> &rows);
-    void provideSelection(const Section &section, const QList<int> &rows);
-    void rowChanged(const Section &section);
+    void selectionChanged(const TitlesSection &section, const QList<int> &rows);
+    void provideSelection(const TitlesSection &section, const QList<int> &rows);
+    void rowChanged(const TitlesSection &section);
     [[nodiscard]] QWidget *keyboardList() const;
     void standNextTo(size_t section);
     void showMarked();
-    void showRow(const Section &section, int row);
-    [[nodiscard]] int rowTop(const Section &section, int row) const;
-    void layOut();
+    void showRow(const TitlesSection &section, int row);
     void scrollAsWanted();
-    [[nodiscard]] Place place() const;
-    void restore(const Place &place);
     [[nodiscard]] QWidget *runningSlide() const;
     void rebuild();
 
     ContentOwner &m_viewController;
-    QScrollArea *m_scrollArea = nullptr;
-    QWidget *m_page = nullptr;
-    EmptyStateView *m_empty = nullptr;
-    std::array<Section, 5> m_sections;
+    TitlesPage *m_page;
+    EmptyStateView *m_empty;
+    std::array<TitlesSection, 5> m_sections;
     size_t m_keyboardSection = 0;        ///< where a row was gone to last
     std::optional<int> m_scrollPosition; ///< taken when the page is shown
     bool m_followsLibrary = true;

@@ -42,10 +42,8 @@ const ViewModeHandlingDelegate &TileController::viewModeDelegate() const
 
 void TileController::switchView(ViewMode mode)
 {
-    setUpCollectionView();
-    if (mode == ViewMode::list && !setUpListView())
-        mode = ViewMode::tiled;
     m_mode = mode;
+    fill();
     showForm();
     if (isVisible())
         showMarked();
@@ -63,6 +61,15 @@ void TileController::setUpCollectionView()
     m_items.clear();
     m_model.setElements(m_category.titles());
     place.restore(*collectionView, m_model);
+}
+
+/// The form that is not shown takes the titles when it is.
+void TileController::fill()
+{
+    if (m_mode == ViewMode::list && setUpListView())
+        return;
+    m_mode = ViewMode::tiled;
+    setUpCollectionView();
 }
 
 bool TileController::setUpListView()
@@ -89,9 +96,10 @@ bool TileController::setUpListView()
 void TileController::markChoice()
 {
     const QScopedValueRollback quiet(m_quiet, true);
-    KeptPlace::markChoice(*collectionView, m_model);
-    if (tableViewController)
+    if (m_mode == ViewMode::list)
         tableViewController->markChoice();
+    else
+        KeptPlace::markChoice(*collectionView, m_model);
 }
 
 /// Who comes to the view sees what is chosen in it.
@@ -111,31 +119,24 @@ void TileController::showEvent(QShowEvent *event)
 
 bool TileController::takeFocus()
 {
-    if (m_model.elements().isEmpty())
+    if (shownTitles().isEmpty())
         return false;
     setFocus();
     return true;
 }
 
+const ElementList &TileController::shownTitles() const
+{
+    return m_mode == ViewMode::list ? tableViewController->elements() : m_model.elements();
+}
+
 void TileController::showForm()
 {
-    const bool empty = m_model.elements().isEmpty();
     m_empty->setReason(emptyReason(m_viewController.isQuilloAvailable()));
     QWidget *form = collectionView;
     if (m_mode == ViewMode::list)
         form = tableViewController;
-    QWidget *shown = empty ? m_empty : form;
-    // The focus goes over before the view that had it is hidden, which would lose it.
-    const bool focused = isAncestorOf(window()->focusWidget());
-    shown->show();
-    setFocusProxy(shown);
-    if (focused)
-        setFocus();
-    for (QWidget *view :
-         std::initializer_list<QWidget *>{collectionView, tableViewController, m_empty}) {
-        if (view && view != shown)
-            view->hide();
-    }
+    showAlone(shownTitles().isEmpty() ? *m_empty : *form, *this);
 }
 
 CollectionViewItem TileController::itemForRow(int row)
@@ -163,7 +164,7 @@ CollectionViewItem TileController::itemForRow(int row)
 
 QStringList TileController::markedIds() const
 {
-    if (m_mode == ViewMode::list && tableViewController)
+    if (m_mode == ViewMode::list)
         return tableViewController->selectedIds();
     return KeptPlace::markedIds(*collectionView, m_model);
 }
@@ -182,10 +183,10 @@ void TileController::provideDeletion()
 
 void TileController::willDelete(const QStringList &ids)
 {
+    if (m_mode == ViewMode::list)
+        return tableViewController->removeElements(ids);
     const QScopedValueRollback quiet(m_quiet, true);
     collectionView->clearSelection();
-    if (tableViewController)
-        tableViewController->removeElements(ids);
     m_items.clear();
     const int first = m_model.rowsOf(ids).value(0, -1);
     m_model.removeElements(ids);
@@ -204,9 +205,7 @@ QTableView *TileController::listTable()
 
 void TileController::libraryChanged()
 {
-    setUpCollectionView();
-    if (tableViewController)
-        tableViewController->setElements(m_category.titles());
+    fill();
     showForm();
 }
 

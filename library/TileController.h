@@ -65,6 +65,8 @@ protected:
 private:
     /// In the current language.
     [[nodiscard]] QString name() const;
+    void fill();
+    [[nodiscard]] const ElementList &shownTitles() const;
     void setUpCollectionView();
     [[nodiscard]] bool setUpListView();
     void selectTitles(const QStringList &ids);

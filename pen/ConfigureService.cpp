@@ -19,6 +19,11 @@ void readVersion(const QString &line, std::optional<qint64> &version)
         version = number;
 }
 
+PenVersions versionsIn(const QUrl &settings)
+{
+    return ConfigureService::versions(FileService::getFileLines(settings).value_or(QStringList()));
+}
+
 QString versionText(const std::optional<qint64> &version)
 {
     return version ? QString::number(*version) : QString();
@@ -41,14 +46,14 @@ PenVersions ConfigureService::versions(const QStringList &lines)
 PenVersions ConfigureService::versionsOnPen()
 {
     const std::optional<QUrl> settings = URLFactory::getSettingsFileURL();
-    const auto lines = settings ? FileService::getFileLines(*settings) : std::nullopt;
-    return versions(lines.value_or(QStringList()));
+    return settings ? versionsIn(*settings) : PenVersions();
 }
 
 VersionTexts ConfigureService::versionTexts()
 {
-    if (!UsbService::isQuilloConnected())
+    const std::optional<PenPlaces> pen = UsbService::connectedPen();
+    if (!pen)
         return {};
-    const PenVersions versions = versionsOnPen();
+    const PenVersions versions = versionsIn(pen->settingsFile());
     return {versionText(versions.firmware), versionText(versions.image)};
 }

@@ -8,10 +8,13 @@
 #include "platform/StandardOutput.h"
 
 #include <algorithm>
+#include <atomic>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+std::atomic_int countedWritings = 0;
 
 QString text(const QUrl &url)
 {
@@ -73,11 +76,18 @@ bool FileService::writeFile(const QString &text, const QUrl &fileURL)
     const QByteArray bytes = text.toUtf8();
     if (holds(pathOf(fileURL), bytes))
         return true;
+    ++countedWritings;
     const FileResult result =
         FileManager::write(pathOf(fileURL), bytes, FileManager::WriteMode::InPlace);
+    ++countedWritings;
     if (!result)
         printError(result.error);
     return bool(result);
+}
+
+int FileService::writings()
+{
+    return countedWritings;
 }
 
 QStringList FileService::listFiles(const QUrl &directoryURL, const QString &containing)

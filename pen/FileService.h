@@ -20,6 +20,9 @@ public:
     /// Writes the text as UTF-8, replacing the file in place; a file that holds just this is left
     /// untouched. False after printing why not.
     static bool writeFile(const QString &text, const QUrl &fileURL);
+    /// Grows whenever this program begins or ends to write a text. While it stays, a text that has
+    /// been read can have been changed by other programs only.
+    [[nodiscard]] static int writings();
 
     /// The names in the folder that contain `containing`, newest modification first, hidden entries
     /// left out; empty when the folder cannot be read.

@@ -1,18 +1,15 @@
 // Apart from the rest of FileService: the connected test reads through it.
 #include "pen/FileService.h"
-#include "pen/URLFactory.h"
 #include "pen/UsbService.h"
 #include "platform/Address.h"
 #include "platform/FileManager.h"
 
 void FileService::removeHiddenItems()
 {
-    if (!UsbService::isQuilloConnected())
+    const std::optional<PenPlaces> pen = UsbService::connectedPen();
+    if (!pen)
         return;
-    const std::optional<QUrl> root = URLFactory::getQuilloURL();
-    if (!root)
-        return;
-    const QString rootPath = pathOf(*root);
+    const QString rootPath = pathOf(pen->root());
     const auto entries =
         FileManager::contentsOfDirectory(rootPath, FileManager::HiddenFiles::Include);
     for (const FileManager::Entry &entry : entries.value_or(QList<FileManager::Entry>())) {

@@ -1,6 +1,7 @@
 #include "pen/URLFactory.h"
 
 #include "base/ApplicationLog.h"
+#include "pen/PenPlaces.h"
 #include "platform/Address.h"
 #include "platform/Bundle.h"
 #include "platform/FileManager.h"
@@ -53,20 +54,17 @@ bool isPenVolume(const QStringList &components)
            && URLFactory::volumeNames.contains(components.at(2));
 }
 
-std::optional<QUrl> folderAtRoot(const QString &name)
+std::optional<QUrl> at(const std::optional<PenPlaces> &pen, QUrl (PenPlaces::*place)() const)
 {
-    const std::optional<QUrl> root = URLFactory::getQuilloURL();
-    if (!root)
+    if (!pen)
         return std::nullopt;
-    return URLFactory::fileURL(*root, name + u'/');
+    return ((*pen).*place)();
 }
 
-std::optional<QUrl> configureFile(const QString &name, FileType type)
+std::optional<PenPlaces> lookForConfigure()
 {
-    const std::optional<QUrl> folder = URLFactory::getConfigureURL();
-    if (!folder)
-        return std::nullopt;
-    return URLFactory::fileURL(*folder, URLFactory::fileName(name, type));
+    writeLog(u"in getConfigureURL"_s);
+    return PenPlaces::look();
 }
 
 } // namespace
@@ -99,34 +97,32 @@ std::optional<QUrl> URLFactory::getQuilloURL()
 
 std::optional<QUrl> URLFactory::getBookURL()
 {
-    return folderAtRoot(bookFolderName);
+    return at(PenPlaces::look(), &PenPlaces::book);
 }
 
 std::optional<QUrl> URLFactory::getConfigureURL()
 {
-    writeLog(u"in getConfigureURL"_s);
-    return folderAtRoot(configureFolderName);
+    return at(lookForConfigure(), &PenPlaces::configure);
 }
 
 std::optional<QUrl> URLFactory::getSettingsFileURL()
 {
-    writeLog(u"in getSettingsFileURL"_s);
-    return configureFile(u"settings"_s, FileType::ini);
+    return at(PenPlaces::lookForSettings(), &PenPlaces::settingsFile);
 }
 
 std::optional<QUrl> URLFactory::getTbdFileURL()
 {
-    return configureFile(u"tbd"_s, FileType::txt);
+    return at(lookForConfigure(), &PenPlaces::tbdFile);
 }
 
 std::optional<QUrl> URLFactory::getLogFileURL()
 {
-    return configureFile(u"log"_s, FileType::txt);
+    return at(lookForConfigure(), &PenPlaces::logFile);
 }
 
 std::optional<QUrl> URLFactory::getMusicURL()
 {
-    return folderAtRoot(musicFolderName);
+    return at(PenPlaces::look(), &PenPlaces::music);
 }
 
 std::optional<QUrl> URLFactory::url(const QString &mid, FileType type)

@@ -13,38 +13,43 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-bool settingsFileHoldsText()
+std::optional<PenPlaces> penWithSettings()
 {
     writeLog(u"isQuilloConnected vor getSettingsFileURL"_s);
-    const std::optional<QUrl> settings = URLFactory::getSettingsFileURL();
-    if (!settings) {
+    const std::optional<PenPlaces> pen = PenPlaces::lookForSettings();
+    if (!pen) {
         writeLog(u"isQuilloConnected getSettingsFileURL failed"_s);
-        return false;
+        return std::nullopt;
     }
     writeLog(u"isQuilloConnected vor filesExists (settingsFile URL)"_s);
-    if (!FileManager::fileExists(pathOf(*settings))) {
+    if (!FileManager::fileExists(pathOf(pen->settingsFile()))) {
         writeLog(u"isQuilloConnected fileExists (settingsFileURL) failed"_s);
-        return false;
+        return std::nullopt;
     }
     writeLog(u"isQuilloConnected vor getFileContent (settingsFileURL)"_s);
-    const std::optional<QString> content = FileService::getFileContent(*settings);
+    const std::optional<QString> content = FileService::getFileContent(pen->settingsFile());
     if (!content || content->isEmpty()) {
         writeLog(u"isQuilloConnected getFileContent (settingsFileURL) failed"_s);
-        return false;
+        return std::nullopt;
     }
-    return true;
+    return pen;
 }
 
 } // namespace
 
 bool UsbService::isQuilloConnected()
 {
+    return connectedPen().has_value();
+}
+
+std::optional<PenPlaces> UsbService::connectedPen()
+{
     writeLog(u"isQuilloConnected Beginn"_s);
-    const bool connected = settingsFileHoldsText();
-    if (connected)
+    const std::optional<PenPlaces> pen = penWithSettings();
+    if (pen)
         debugPrint(u"Quillo is connected."_s);
     writeLog(u"isQuilloConnected Ende"_s);
-    return connected;
+    return pen;
 }
 
 std::optional<QString> UsbService::getQuilloName()

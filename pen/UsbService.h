@@ -1,5 +1,7 @@
 #pragma once
 
+#include "pen/PenPlaces.h"
+
 #include <QString>
 
 #include <optional>
@@ -10,6 +12,8 @@ class UsbService
 public:
     /// The connected test: the pen's volume is mounted and its settings file holds text.
     [[nodiscard]] static bool isQuilloConnected();
+    /// The same test, and the pen's places from the look it took; absent when it fails.
+    [[nodiscard]] static std::optional<PenPlaces> connectedPen();
 
     /// The volume's name as the root address spells it ("NO%20NAME"); absent without pen.
     [[nodiscard]] static std::optional<QString> getQuilloName();

@@ -210,6 +210,17 @@ bool FileManager::fileExists(const QString &path)
            && !S_ISLNK(status.st_mode);
 }
 
+std::optional<FileManager::Stamp> FileManager::stampOf(const QString &path)
+{
+    const FilePlace place = placeOf(path);
+    struct stat status = {};
+    if (place.error() != 0
+        || ::fstatat(place.folder(), place.name().constData(), &status, place.lookupFlags()) != 0
+        || !S_ISREG(status.st_mode))
+        return std::nullopt;
+    return Stamp{status.st_size, nanoseconds(status.st_mtim), status.st_ino};
+}
+
 FileManager::Contents FileManager::contents(const QString &path, qint64 limit)
 {
     struct stat status = {};

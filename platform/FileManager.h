@@ -36,6 +36,16 @@ public:
         qint64 modified; ///< nanoseconds since the epoch; the least value when it cannot be read
     };
 
+    /// Tells whether a file is still the one that it was.
+    struct Stamp
+    {
+        qint64 size;
+        qint64 modified; ///< as Entry::modified
+        quint64 identity;
+
+        bool operator==(const Stamp &) const = default;
+    };
+
     struct FileSystemAttributes
     {
         qint64 size;     ///< bytes
@@ -64,6 +74,9 @@ public:
     [[nodiscard]] static std::optional<QString> realPath(const QString &path);
 
     [[nodiscard]] static bool fileExists(const QString &path);
+
+    /// Absent for what is no regular file.
+    [[nodiscard]] static std::optional<Stamp> stampOf(const QString &path);
 
     /// The whole file, which may be up to 1 GiB, or its first `limit` bytes. Regular files only.
     [[nodiscard]] static Contents contents(const QString &path, qint64 limit = -1);

@@ -124,21 +124,24 @@ void DeleteViewController::deleteButtonAction()
     const QStringList ids = visibleChoice();
     if (ids.isEmpty())
         return;
-    DialogUtil::confirmDeletion(ids, *this, [this, ids, titles = allElements()](bool confirmed) {
+    const auto answered = [this, ids, titles = allElements(),
+                           pen = viewController->penNumber()](bool confirmed) {
         if (confirmed)
-            deleteTitles(ids, titles);
-    });
+            deleteTitles(ids, titles, pen);
+    };
+    DialogUtil::confirmDeletion(ids, *this, answered);
 }
 
-void DeleteViewController::deleteTitles(const QStringList &ids, const ElementList &titles)
+void DeleteViewController::deleteTitles(const QStringList &ids, const ElementList &titles, int pen)
 {
-    // What is no longer chosen when it is confirmed has gone, most likely with its pen: another one
-    // in its place must not lose its titles. Asked before the view drops its selection.
-    const QStringList chosen = common(ids, selectedElementIds());
+    QStringList withFiles = ids;
     if (DeletionHandling *shown = viewController->shownDeletionHandling())
         shown->willDelete(ids);
-    const QStringList withFiles = chosen.isEmpty() ? ids : ElementService::deleteElements(chosen);
-    QueueWindow::postTitlesDeleted(chosen);
+    // Another pen in the place of the one that was asked about loses nothing.
+    if (pen == viewController->penNumber()) {
+        withFiles = ElementService::deleteElements(ids);
+        QueueWindow::postTitlesDeleted(ids);
+    }
     viewController->getBaseElementsFromPen();
     const QStringList left = stillThere(ids, withFiles);
     if (DeletionHandling *shown = viewController->shownDeletionHandling())

@@ -44,5 +44,5 @@ public:
 
 private:
     [[nodiscard]] QStringList visibleChoice() const;
-    void deleteTitles(const QStringList &ids, const ElementList &titles);
+    void deleteTitles(const QStringList &ids, const ElementList &titles, int pen);
 };

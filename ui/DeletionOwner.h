@@ -14,4 +14,6 @@ public:
     virtual void focusTitles() = 0;
     /// Fills the title lists from the pen.
     virtual void getBaseElementsFromPen() = 0;
+    /// Another number once the pen has gone, also when it is back.
+    [[nodiscard]] virtual int penNumber() const = 0;
 };

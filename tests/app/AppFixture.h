@@ -11,6 +11,7 @@
 #include "platform/Dispatch.h"
 #include "platform/FolderVolumes.h"
 
+#include <QAbstractItemView>
 #include <QTest>
 
 #include <algorithm>
@@ -22,13 +23,11 @@ class AppTest : public testing::Test
 protected:
     explicit AppTest(PenFolder::Start start = PenFolder::Start::PulledOut)
         : pen(QStringLiteral("QUILLO"), start)
-        , volumes(pen.volumes())
     {
         FileManager::setVolumeSource(&volumes);
         removeLog();
         setCurrentLanguage(QStringLiteral("de"));
     }
-
     ~AppTest() override
     {
         Dispatch::waitForGlobalWork();
@@ -46,7 +45,6 @@ protected:
         });
         return lines;
     }
-
     [[nodiscard]] static bool waitForLog(const QString &line, int count = 1)
     {
         return QTest::qWaitFor([&] { return logLines({line}).count(line) >= count; }, 10'000);
@@ -55,7 +53,7 @@ protected:
     Configuration addresses;
     const QString configuration = addresses.file();
     PenFolder pen;
-    FolderVolumes volumes;
+    FolderVolumes volumes{pen.volumes()};
 };
 
 class PenAppTest : public AppTest
@@ -112,6 +110,13 @@ protected:
     {
     }
 };
+
+inline void clickRow(QAbstractItemView &view, int row, int column = 0,
+                     Qt::KeyboardModifiers modifiers = {})
+{
+    QTest::mouseClick(view.viewport(), Qt::LeftButton, modifiers,
+                      view.visualRect(view.model()->index(row, column)).center());
+}
 
 inline void writeTitle(const PenFolder &pen, const QString &id, const QByteArray &name,
                        const QByteArray &kind)

@@ -39,33 +39,20 @@ TEST(CommandLine, StopsWithCodeAndText)
         });
 }
 
-TEST(CommandLine, TakesFolderAndFileAndLeavesTheToolkitsOptionsToIt)
-{
-    const QTemporaryDir folder;
-    CommandLine commandLine(u"About."_s);
-    EXPECT_FALSE(commandLine.parse({u"quillo"_s, u"-platform"_s, u"offscreen"_s, u"--volumes"_s,
-                                    folder.path(), u"--config=/etc/passwd"_s}));
-    EXPECT_EQ(commandLine.volumesFolder(), folder.path());
-    EXPECT_EQ(commandLine.configurationFile(), u"/etc/passwd"_s);
-}
-
-TEST(CommandLine, TakesFurtherOptionsOfAnotherProgram)
-{
-    CommandLine commandLine(u"About."_s);
-    commandLine.addOption({u"seed"_s, u"Seed."_s, u"N"_s});
-    commandLine.addOption({u"headless"_s, u"No display."_s});
-    EXPECT_FALSE(commandLine.parse({u"quillo-demo"_s, u"--seed"_s, u"7"_s}));
-    EXPECT_EQ(commandLine.value(u"seed"_s), u"7"_s);
-    EXPECT_FALSE(commandLine.isSet(u"headless"_s));
-}
-
-TEST(CommandLine, ChoosesTheVolumes)
+TEST(CommandLine, TakesItsOwnOptionsAndLeavesTheToolkitsToIt)
 {
     QTemporaryDir folder;
     ASSERT_TRUE(QDir(folder.path()).mkdir(u"QUILLO"_s));
-    CommandLine simulated(u"About."_s);
-    ASSERT_FALSE(simulated.parse({u"quillo"_s, u"--volumes"_s, folder.path()}));
-    const auto volumes = simulated.makeVolumes();
+    CommandLine commandLine(u"About."_s);
+    commandLine.addOption({u"seed"_s, u"Seed."_s, u"N"_s});
+    commandLine.addOption({u"headless"_s, u"No display."_s});
+    EXPECT_FALSE(
+        commandLine.parse({u"quillo"_s, u"-platform"_s, u"offscreen"_s, u"--volumes"_s,
+                           folder.path(), u"--config=/etc/passwd"_s, u"--seed"_s, u"7"_s}));
+    EXPECT_EQ(commandLine.configurationFile(), u"/etc/passwd"_s);
+    EXPECT_EQ(commandLine.value(u"seed"_s), u"7"_s);
+    EXPECT_FALSE(commandLine.isSet(u"headless"_s));
+    const auto volumes = commandLine.makeVolumes();
     ASSERT_EQ(volumes->volumes().size(), 1);
     EXPECT_EQ(volumes->volumes().constFirst().name, u"QUILLO"_s);
 

@@ -54,12 +54,10 @@ TEST(ServerRecords, TakeEveryField)
 
 TEST(ServerRecords, KeepTheOrderAndLargeNumbers)
 {
-    const ElementList list = records('[' + changed("42", "123456") + ',' + title + ','
-                                     + changed("42", "9007199254740993") + ']');
-    ASSERT_EQ(list.size(), 3);
-    EXPECT_EQ(list.at(0)->id, u"123456_en"_s);
-    EXPECT_EQ(list.at(1)->id, u"00042_en"_s);
-    EXPECT_EQ(list.at(2)->mid, u"9007199254740993"_s);
+    const ElementList list = records('[' + title + ',' + changed("42", "9007199254740993") + ']');
+    ASSERT_EQ(list.size(), 2);
+    EXPECT_EQ(list.at(0)->id, u"00042_en"_s);
+    EXPECT_EQ(list.at(1)->mid, u"9007199254740993"_s);
 }
 
 TEST(ServerRecords, BrokenDocumentsGiveNoneAndNoLine)
@@ -72,12 +70,9 @@ TEST(ServerRecords, BrokenDocumentsGiveNoneAndNoLine)
     };
     forEachRow<Row>({{"NoMedia", ""},
                      {"NoVersions", '[' + title + ']', ""},
-                     {"MediaIsAnObject", title},
                      {"VersionsAreAnObject", '[' + title + ']', "{\"00042\":3}"},
                      {"OneIsNoObject", '[' + title + ",7]"},
-                     {"VersionsHoldNull", '[' + title + ']', "[{},null]"},
                      {"Cut", '[' + title},
-                     {"MoreBehind", '[' + title + "] x"},
                      {"TooDeep", QByteArray(5000, '[')},
                      {"InvalidUtf8", "[{\"title\":\"\xff\",\"mid\":1}]"}},
                     [](const Row &row) {
@@ -103,7 +98,6 @@ TEST(ServerRecords, VersionIsTheLastObjects)
                      {R"([{"00042":3},{}])", 1, 1},
                      {R"([{},{"00042":3}])", 3, 1, true},
                      {R"([{"00042":"3"}])", 1, 1},
-                     {R"([{"00042":3.5}])", 1, 1},
                      {R"([{"00042":null}])", 1, 1},
                      {R"([{"00042":0}])", 0, 0, true},
                      {R"([{"00042":-1}])", -1, 0}},
@@ -128,14 +122,9 @@ TEST(ServerRecords, UnusableTitlesAreSkippedAlone)
     forEachRow<Row>({{"NoMid", R"("mid")", R"("MID")"},
                      {"MidIsText", "42", R"("42")"},
                      {"MidIsAFraction", "42", "42.5"},
-                     {"MidIsTooLarge", "42", "1e300"},
                      {"MidIsNegative", "42", "-42"},
-                     {"NoAreaCode", "bookAreaCode", "areaCode"},
-                     {"AreaCodeIsEmpty", R"("en")", R"("")"},
-                     {"AreaCodeIsANumber", R"("en")", "7"},
                      {"AreaCodeGoesUp", R"("en")", R"("/../../en")"},
                      {"AreaCodeEndsTheLine", R"("en")", R"("en\n")"},
-                     {"AreaCodeHasANul", R"("en")", R"("en\u0000")"},
                      {"AreaCodeIsTooLong", R"("en")", R"("abcdefghijklmnopq")"},
                      {"AreaCodeHasAnUmlaut", R"("en")", R"("ä")"}},
                     [](const Row &row) {

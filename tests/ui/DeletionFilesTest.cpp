@@ -3,10 +3,10 @@
 #include "tests/support/Traces.h"
 
 #include "library/DownloadQueue.h"
-#include "library/ElementService.h"
-#include "ui/DeletionOwner.h"
+#include "pen/NavStorageItem.h"
 
 #include <QFileInfo>
+#include <QLabel>
 
 #include <sys/fsuid.h>
 #include <unistd.h>
@@ -24,10 +24,10 @@ TEST_F(Deletion, ConfirmingRemovesTheFilesOfEveryChosenTitle)
     updateElements()[0].elementId = affe;
     updateElements()[1].elementId = zebra;
     press({zebra, pirat});
-    CapturedOutput output;
-    alerts.answer(true);
+    NavStorageItem::current->storageLabel->setText(u"old"_s);
+    removeLog();
     EXPECT_EQ(
-        output.lines().filter(u"Will delete"_s),
+        printedBy([&] { alerts.answer(true); }).filter(u"Will delete"_s),
         (QStringList{u"Will delete Zebra of type Game"_s, u"Will delete Pirat of type Archive"_s}));
     EXPECT_EQ(penFiles(), (QStringList{u"00001_de.old"_s, u"00003_de.qnk"_s, u"00003_de.txt"_s,
                                        u"00004_de.qnk"_s, u"00004_de.txt"_s}));
@@ -35,13 +35,14 @@ TEST_F(Deletion, ConfirmingRemovesTheFilesOfEveryChosenTitle)
     EXPECT_EQ(selectedElementIds(), QStringList());
     EXPECT_FALSE(button().isEnabled());
     EXPECT_EQ(alerts.shown.size(), 1);
+    EXPECT_EQ(NavStorageItem::current->storageLabel->text(), u"Speicher"_s);
     ASSERT_EQ(updateElements().size(), 2);
     EXPECT_EQ(updateElements().at(0).downloadType, DownloadType::Waiting);
     EXPECT_EQ(updateElements().at(1).downloadType, DownloadType::Canceled);
     updateElements().clear();
 }
 
-TEST_F(Deletion, TitlesThatAreInNoListAreRemovedToo)
+TEST_F(Deletion, WhatIsInNoListIsRemovedTooAndWhatIsStillListedIsTold)
 {
     Alerts alerts;
     gameList().clear(); // the view still shows them
@@ -50,76 +51,13 @@ TEST_F(Deletion, TitlesThatAreInNoListAreRemovedToo)
     alerts.answer(true);
     EXPECT_FALSE(pen.exists(u"book/00001_de.qnk"_s));
     EXPECT_EQ(alerts.shown.size(), 1);
-}
 
-TEST_F(Deletion, ATitleThatIsStillListedIsToldByName)
-{
-    Alerts alerts;
     pen.write(u"book/00008_de.txt"_s, "Id: 00009_de\nName: Doppelt\nType: Buch\n");
-    controller().getBaseElementsFromPen();
+    controller().loadData();
     press({u"00009_de"_s});
     alerts.answer(true);
-    ASSERT_EQ(alerts.shown.size(), 2);
+    ASSERT_EQ(alerts.shown.size(), 3);
     EXPECT_TRUE(alerts.shown.last().informativeText.contains(u"\"Doppelt\""_s));
-}
-
-/// The controller alone, beside a shown view that notes when it is told what.
-class ToldView : public PenAppTest, public DeletionOwner, public DeletionHandling
-{
-protected:
-    ToldView()
-    {
-        writeTitles();
-        controller.viewController = this;
-    }
-
-    void writeTitles() const
-    {
-        for (const QString &id : ids)
-            writeTitle(pen, id, "Titel " + id.mid(4, 1).toLatin1(), "Buch");
-        bookList() = ElementService::getQuilloFilesInfoFromPen().books;
-    }
-
-    [[nodiscard]] bool isQuilloAvailable() const override { return true; }
-    [[nodiscard]] DeletionHandling *shownDeletionHandling() override { return this; }
-    void focusTitles() override {}
-    [[nodiscard]] QStringList markedIds() const override { return selectedElementIds(); }
-    void markChoice() override {}
-    bool takeFocus() override { return true; }
-    [[nodiscard]] QTableView *listTable() override { return nullptr; }
-    void getBaseElementsFromPen() override
-    {
-        bookList() = ElementService::getQuilloFilesInfoFromPen().books;
-        steps += u"read"_s;
-    }
-    void willDelete(const QStringList &going) override
-    {
-        steps +=
-            u"will "_s + going.join(u' ') + (pen.exists(u"book/00001_de.txt"_s) ? u""_s : u"!"_s);
-        // What a table does that loses its rows.
-        controller.setSelectedElementIds({});
-    }
-    void didDelete() override { steps += u"did "_s + listedIds().join(u' '); }
-
-    void deleteAll()
-    {
-        controller.setSelectedElementIds(ids);
-        controller.deleteButtonAction();
-        alerts.answer(true);
-    }
-
-    const QStringList ids{u"00001_de"_s, u"00002_de"_s, u"00003_de"_s};
-    Alerts alerts;
-    DeleteViewController controller;
-    QStringList steps;
-};
-
-TEST_F(ToldView, HearsBeforeTheFilesGoAndAfterTheLibraryIsRead)
-{
-    deleteAll();
-    EXPECT_EQ(steps, (QStringList{u"will 00001_de 00002_de 00003_de"_s, u"read"_s, u"did "_s}));
-    EXPECT_EQ(pen.names(u"book"_s), QStringList());
-    EXPECT_EQ(alerts.shown.size(), 1);
 }
 
 /// File access of the calling thread as somebody who is not root, for whom everything on the pen is
@@ -142,24 +80,26 @@ public:
     AsOrdinaryUser &operator=(const AsOrdinaryUser &) = delete;
 };
 
-TEST_F(ToldView, StuckTitleIsToldByNameWhileTheOthersGo)
+TEST_F(Deletion, StuckTitleIsToldByNameWhileTheOthersGo)
 {
+    Alerts alerts;
     // A folder whose content cannot be removed stands in the content file's place.
-    const QString stuck = u"book/00002_de.qnk"_s;
+    const QString stuck = u"book/00001_de.qnk"_s;
     pen.remove(stuck);
     pen.write(stuck + u"/file"_s, "x");
     const QFile::Permissions readOnly =
         QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther;
     ASSERT_TRUE(QFile::setPermissions(pen.path(stuck), readOnly));
+    press({zebra, pirat, drache, affe});
     {
         const AsOrdinaryUser user(pen);
-        deleteAll();
+        alerts.answer(true);
     }
     EXPECT_TRUE(QFile::setPermissions(pen.path(stuck), readOnly | QFile::WriteOwner));
-    EXPECT_EQ(pen.names(u"book"_s), QStringList(u"00002_de.qnk"_s));
+    EXPECT_EQ(penFiles(), QStringList(u"00001_de.qnk"_s));
     ASSERT_EQ(alerts.shown.size(), 2);
-    EXPECT_TRUE(alerts.shown.last().informativeText.contains(uR"(: "Titel 2".)"_s));
-    EXPECT_FALSE(controller.deleteButton->isEnabled());
+    EXPECT_TRUE(alerts.shown.last().informativeText.contains(uR"(: "Zebra".)"_s));
+    EXPECT_FALSE(button().isEnabled());
 }
 
 /// A pen that is pulled out after so many looks at it.
@@ -174,38 +114,39 @@ public:
 
     [[nodiscard]] QList<Volume> volumes() const override
     {
-        return isThere() ? FolderVolumes::volumes() : QList<Volume>();
+        return m_looks-- > 0 ? FolderVolumes::volumes() : QList<Volume>();
     }
     [[nodiscard]] std::optional<Volume> volume(const QString &name) const override
     {
-        return isThere() ? FolderVolumes::volume(name) : std::nullopt;
+        return m_looks-- > 0 ? FolderVolumes::volume(name) : std::nullopt;
     }
-
     /// Does not look.
     [[nodiscard]] bool wasPulled() const { return m_looks < 0; }
 
 private:
-    bool isThere() const { return m_looks-- > 0; }
-
     mutable int m_looks;
 };
 
-TEST_F(ToldView, PenPulledOutAtAnyMomentNeverHidesWhatIsLeft)
+TEST_F(Deletion, PenPulledOutAtAnyMomentNeverHidesWhatIsLeft)
 {
+    Alerts alerts;
     bool pulled = true;
     for (int looks = 0; pulled; ++looks) {
         writeTitles();
+        controller().loadData();
         alerts.shown.clear();
+        press({zebra, drache});
         PulledAfter source(pen.volumes(), looks);
         FileManager::setVolumeSource(&source);
-        deleteAll();
+        alerts.answer(true);
         FileManager::setVolumeSource(&volumes);
         pulled = source.wasPulled();
         const QString told =
             alerts.shown.size() > 1 ? alerts.shown.last().informativeText : QString();
-        for (const QString &id : ids) {
-            const bool left = !pen.names(u"book"_s).filter(id).isEmpty();
-            EXPECT_TRUE(!left || told.contains(u"Titel "_s + id.at(4))) << looks;
+        for (const auto &[id, name] : {std::pair(zebra, u"Zebra"_s), {drache, u"Drache"_s}}) {
+            const QStringList left = penFiles().filter(id);
+            EXPECT_TRUE(left.isEmpty() || told.contains(name)) << looks;
+            EXPECT_NE(left, QStringList(id + u".txt"_s)) << "the text goes first";
         }
     }
 }

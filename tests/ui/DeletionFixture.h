@@ -47,15 +47,19 @@ class Deletion : public WindowTest
 protected:
     Deletion()
     {
-        writeTitle(pen, zebra, "Zebra", "Spiel");
-        writeTitle(pen, pirat, "Pirat", "Archiv");
-        writeTitle(pen, drache, "Drache", "Buch");
-        writeTitle(pen, affe, "Affe", "Spiel");
+        writeTitles();
         start();
         EXPECT_EQ(listedIds(), (QStringList{drache, affe, zebra, pirat}));
         controller().showView(NavElementType::MyTitles); // where all of them are seen
     }
 
+    void writeTitles() const
+    {
+        writeTitle(pen, zebra, "Zebra", "Spiel");
+        writeTitle(pen, pirat, "Pirat", "Archiv");
+        writeTitle(pen, drache, "Drache", "Buch");
+        writeTitle(pen, affe, "Affe", "Spiel");
+    }
     DeleteViewController &deletion() { return *controller().deleteViewController; }
     QToolButton &button() { return *deletion().deleteButton; }
     void choose(const QStringList &ids) { deletion().setSelectedElementIds(ids); }
