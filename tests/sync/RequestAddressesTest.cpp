@@ -33,11 +33,14 @@ TEST(RequestAddresses, AreEncodedOrTellThatTheValueIsNone)
 {
     UpdateRig rig;
     rig.configureWith("<plist version=\"1.0\"><dict><key>LOG_POST_URL</key>"
-                      "<string>not an address</string><key>MEDIA_SERVER_VERSIONS_URL</key>"
+                      "<string>not an "
+                      "address</string><key>SHOP_URL</key><integer>7</"
+                      "integer><key>MEDIA_SERVER_VERSIONS_URL</key>"
                       "<string>http://host/v \xc3\xbc</string></dict></plist>");
     EXPECT_EQ(versionsURL().value_or(QUrl()).toString(QUrl::FullyEncoded),
               u"http://host/v%20%C3%BC"_s);
     EXPECT_EQ(configuredURL(URLFactory::logPostKey), std::nullopt);
+    EXPECT_EQ(configuredAddress(URLFactory::shopKey), std::nullopt);
 }
 
 } // namespace
