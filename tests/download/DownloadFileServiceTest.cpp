@@ -183,7 +183,7 @@ TEST_F(DownloadFileServiceTest, CancellingEndsATransferWithoutRetry)
 {
     const QByteArray content = bytes(3'000'000);
     Reply stalls{.body = content, .fault = Fault::Stall, .faultAt = 500'000};
-    for (const QByteArray path : {"/whole", "/resumed"}) {
+    for (const QByteArray path : {"/resumed", "/whole"}) {
         SCOPED_TRACE(path.constData());
         reset();
         addRow(UpdateFileType::qnk, content.size());

@@ -13,6 +13,16 @@ const QString stillLoading = u"label_is_downloading_plurallabel_dont_unplug_quil
 
 } // namespace
 
+TEST_F(DownloadWindowTest, PassesRowsThatDoNotWait)
+{
+    for (const DownloadType state : {DownloadType::Ready, DownloadType::Canceled,
+                                     DownloadType::UpToDate, DownloadType::Failed})
+        addTitle(u"41"_s).downloadType = state;
+    addTitle(u"42"_s);
+    QueueWindow::postStartElementDownloads();
+    EXPECT_EQ(states().last(), DownloadType::Downloading);
+}
+
 TEST_F(DownloadWindowTest, RowsOfSingleFilesStopTheQueue)
 {
     for (const UpdateFileType kind : {UpdateFileType::txt, UpdateFileType::png}) {

@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-/// What a run leaves behind, as sections of lines, against a file in tests/golden. When a difference
-/// is meant to be, record it anew:
+/// What a run leaves behind, as sections of lines, against a file in tests/golden. When a
+/// difference is meant to be, record it anew:
 ///
 ///     QUILLO_RECORD=1 build/debug/bin/test_update_run --gtest_filter='*Trace*'
 class GoldenTrace

@@ -54,12 +54,18 @@ private:
 class ElementUpdate : public testing::Test
 {
 protected:
-    std::optional<bool> checkSoftware()
+    /// Stopped when a request stands at `gate`, which then opens.
+    std::optional<bool> checkSoftware(const std::shared_ptr<FaultServer::Gate> &gate = {})
     {
         DownloadFileService transfers;
         VersionService service(transfers);
         std::optional<bool> needed;
-        service.perform([&needed](bool answer) { needed = answer; });
+        std::stop_source stop;
+        service.perform([&needed](bool answer) { needed = answer; }, stop.get_token());
+        if (gate && gate->waitUntilReached()) {
+            stop.request_stop();
+            gate->open();
+        }
         EXPECT_TRUE(QTest::qWaitFor([&needed] { return needed.has_value(); }, 10'000));
         return needed;
     }
@@ -217,6 +223,11 @@ TEST_F(ElementUpdate, TheSoftwareCheckComparesAndAlwaysEnds)
     rig.server.serve("/firmwareversion", "7");
     EXPECT_EQ(checkSoftware(), true);
     EXPECT_TRUE(updateElements().isEmpty());
+    const auto gate = std::make_shared<FaultServer::Gate>();
+    rig.server.serve("/imageversion", "2");
+    rig.server.serve("/software/imageisoV2.iso", {.body = "image", .hold = gate});
+    EXPECT_EQ(checkSoftware(gate), true);
+    EXPECT_TRUE(updateElements().isEmpty()) << "sized too late";
 }
 
 } // namespace

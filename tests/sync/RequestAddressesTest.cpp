@@ -33,10 +33,12 @@ TEST(RequestAddresses, AreEncodedOrTellThatTheValueIsNone)
 {
     UpdateRig rig;
     rig.configureWith(propertyList({{u"LOG_POST_URL"_s, u"not an address"_s},
-                                    {u"MEDIA_SERVER_VERSIONS_URL"_s, u"http://host/v ü"_s}}));
+                                    {u"MEDIA_SERVER_VERSIONS_URL"_s, u"http://host/v ü"_s}})
+                          .replace("</dict>", "<key>SHOP_URL</key><integer>7</integer></dict>"));
     EXPECT_EQ(versionsURL().value_or(QUrl()).toString(QUrl::FullyEncoded),
               u"http://host/v%20%C3%BC"_s);
     EXPECT_EQ(configuredURL(URLFactory::logPostKey), std::nullopt);
+    EXPECT_EQ(configuredAddress(URLFactory::shopKey), std::nullopt);
 }
 
 } // namespace

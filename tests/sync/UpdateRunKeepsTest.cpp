@@ -240,7 +240,13 @@ TEST_F(UpdateRunKeeps, ItsTimeFromACancelledRunAndAServerThatTellsNoSizes)
     ASSERT_TRUE(QTest::qWaitFor([] { return totalBytesToDownload() == 49; }));
     controller().cancelBtnKlicked();
     EXPECT_FALSE(rig.service->isRunning());
+    bool isAtRest = false;
+    ASSERT_TRUE(QTest::qWaitFor([this, before = rig.loads] { return rig.loads > before; }));
+    rig.service->releasePen([&] { isAtRest = true; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return isAtRest; }));
+    QCoreApplication::processEvents();
     gate->open();
+    rig.service->keepPen();
     rig.serveCatalogue("{}", {});
     ASSERT_TRUE(rig.run()); // of no title
     EXPECT_EQ(asked(), 50);

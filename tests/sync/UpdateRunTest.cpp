@@ -1,8 +1,13 @@
 #include "tests/sync/UpdateRunFixture.h"
 
 #include "library/LibraryLists.h"
+#include "platform/SharedSession.h"
+#include "platform/URLSession.h"
 
 #include <QFileInfo>
+
+#include <future>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
@@ -197,8 +202,11 @@ TEST_F(UpdateRunTest, StoppedWhileTheServersAreAskedItEndsAndTheNextOneIsWhole)
             rig.server.serve("/versions", versions);
             rig.server.serve("/medias", titles);
             rig.server.serve(path, {.body = titles, .hold = held});
+            rig.server.forgetRequests();
             rig.service->updateAll();
             ASSERT_TRUE(held->waitUntilReached());
+            const bool isBeside = QByteArray(path) == "/firmwareversion"; // the catalogue
+            ASSERT_TRUE(rig.server.waitForRequests("/medias", isBeside ? 2 : 0));
             if (isPulled)
                 rig.service->penRemoved();
             else
@@ -217,6 +225,34 @@ TEST_F(UpdateRunTest, StoppedWhileTheServersAreAskedItEndsAndTheNextOneIsWhole)
             rig.pen.remove(u"book"_s);
             updateElements().clear();
         }
+    }
+}
+
+TEST_F(UpdateRunTest, WhatWasPlannedWhenItIsStoppedIsNotOfTheNextRun)
+{
+    for (const bool isNextAtOnce : {false, true}) {
+        pendingElements().clear();
+        rig.putTitle(u"00042_en"_s, 2);
+        rig.pen.write(u"configure/tbd.txt"_s, "MID=7\n");
+        rig.serveCatalogue(R"({"00042":3})", {UpdateRig::title(42, "Drache")},
+                           {UpdateRig::title(7, "Neu")});
+        rig.service->updateAll();
+        // The main thread hears of nothing before all is planned.
+        while (!rig.pen.exists(u"book/00007_en.txt"_s))
+            std::this_thread::yield();
+        std::promise<void> planned;
+        sharedSession().async([&planned] { planned.set_value(); });
+        planned.get_future().wait();
+        rig.service->penRemoved();
+        rig.pen.remove(u"book/00007_en.txt"_s);
+        rig.serveCatalogue(R"({"00042":2})", {UpdateRig::title(42, "Drache")});
+        if (isNextAtOnce)
+            rig.service->updateAll();
+        QCoreApplication::processEvents();
+        EXPECT_TRUE(isNextAtOnce ? rig.waitForEnd() : !rig.service->isRunning());
+        EXPECT_EQ(pendingElements().isEmpty(), !isNextAtOnce) << "nothing but its own answers";
+        EXPECT_TRUE(updateElements().isEmpty());
+        EXPECT_EQ(windowShown.size(), isNextAtOnce ? 1 : 0);
     }
 }
 
