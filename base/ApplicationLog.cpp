@@ -1,5 +1,6 @@
 #include "base/ApplicationLog.h"
 
+#include "platform/Address.h"
 #include "platform/AppendFile.h"
 #include "platform/FileManager.h"
 #include "platform/StandardOutput.h"
@@ -50,7 +51,7 @@ void append(const QString &path, const QByteArray &entries)
         break;
     case AppendFile::Outcome::CreateFailed:
         print(u"Failed writing to URL: %1, Error: %2"_s.arg(
-            QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded), error));
+            urlOf(path).toString(QUrl::FullyEncoded), error));
         break;
     case AppendFile::Outcome::OpenFailed:
         print(u"Error writing to file "_s + error);
@@ -69,7 +70,7 @@ void gather(const QString &line)
 {
     if (gathered.target.path.isEmpty())
         return;
-    print(gathered.target.announcement);
+    printText(gathered.target.announcement);
     gathered.entries += line.toUtf8();
     gathered.entries += " \n";
     if (gathered.entries.size() < blockSize)
@@ -87,7 +88,7 @@ void writeLog(const QString &line)
     const Target target = lookUpTarget();
     if (target.path.isEmpty())
         return;
-    print(target.announcement);
+    printText(target.announcement);
     append(target.path, line.toUtf8() + " \n");
 }
 

@@ -1,6 +1,7 @@
 #include "bench/BenchPen.h"
 
 #include <QBuffer>
+#include <QDir>
 #include <QFile>
 #include <QImage>
 #include <QPainter>
@@ -62,10 +63,37 @@ BenchPen::BenchPen(int titles, Files files)
     if (!configurationFile.open(QIODevice::WriteOnly))
         qFatal("no configuration");
     configurationFile.write("<plist version=\"1.0\"><dict/></plist>");
+    for (const QString &folder : {u"book"_s, u"mp3"_s, u"configure"_s, u"shared"_s})
+        QDir().mkpath(path(folder));
     write(u"configure/settings.ini"_s, "firmwareVersion=1\nImageVersion=1\n");
-    addShared();
+    if (titles > 0)
+        addShared();
     for (int i = 0; i < titles; ++i)
         add(i, files);
+}
+
+QString BenchPen::path(const QString &relative) const
+{
+    return volumes() + u"/QUILLO/"_s + relative;
+}
+
+void BenchPen::pullOut() const
+{
+    if (!QDir().rename(path({}), m_folder.filePath(u"drawer"_s)))
+        qFatal("the pen stays");
+}
+
+void BenchPen::plugIn() const
+{
+    if (!QDir().rename(m_folder.filePath(u"drawer"_s), path({})))
+        qFatal("the pen does not come");
+}
+
+void BenchPen::write(const QString &relative, const QByteArray &data) const
+{
+    QFile file(path(relative));
+    if (!file.open(QFile::WriteOnly) || file.write(data) != data.size())
+        qFatal("no file %s", qPrintable(relative));
 }
 
 /// What titles of the same cover and content share stands beside the book folder.

@@ -34,11 +34,11 @@ BenchServer::BenchServer(int titles, int outdated, qsizetype contentBytes)
     , m_content(contentBytes, 'q')
 {
     configure();
-    m_server.serve("/imageversion", "1");
-    m_server.serve("/firmwareversion", "1");
-    m_server.serve("/log", "");
-    m_server.serve("/medias", medias());
-    m_server.serve("/versions", versions(0));
+    m_server.serve("/imageversion", {"1"});
+    m_server.serve("/firmwareversion", {"1"});
+    m_server.serve("/log", {});
+    m_server.serve("/medias", {medias()});
+    m_server.serve("/versions", {versions(0)});
     for (int i = 0; i < outdated; ++i)
         serveContent(i);
 }
@@ -52,7 +52,7 @@ void BenchServer::configure() const
 {
     QByteArray list = R"(<plist version="1.0"><dict>)";
     for (const auto &[key, path] : addresses())
-        list += "<key>" + key.toUtf8() + "</key><string>" + m_server.address(path).toUtf8()
+        list += "<key>" + key.toUtf8() + "</key><string>" + m_server.url(path).toEncoded()
                 + "</string>";
     QFile file(configuration());
     if (!file.open(QIODevice::WriteOnly) || file.write(list + "</dict></plist>") < 0)
@@ -61,7 +61,7 @@ void BenchServer::configure() const
 
 void BenchServer::publish()
 {
-    m_server.serve("/versions", versions(m_outdated));
+    m_server.serve("/versions", {versions(m_outdated)});
 }
 
 QByteArray BenchServer::versions(int outdated) const
@@ -86,5 +86,5 @@ QByteArray BenchServer::medias() const
 void BenchServer::serveContent(int title)
 {
     const QByteArray mid = QByteArray::number(BenchPen::mid(title));
-    m_server.serve("/files/" + publisher + '/' + mid + "/2/" + mid + "_en.qnk", m_content);
+    m_server.serve("/files/" + publisher + '/' + mid + "/2/" + mid + "_en.qnk", {m_content});
 }

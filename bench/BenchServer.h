@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/support/FaultServer.h"
+#include "bench/PlainServer.h"
 
 #include <QTemporaryDir>
 
@@ -27,5 +27,5 @@ private:
     const int m_outdated;
     const QByteArray m_content;
     QTemporaryDir m_folder;
-    FaultServer m_server;
+    PlainServer m_server;
 };

@@ -61,7 +61,7 @@ bool runFigures()
 }
 
 /// From the pen's appearing in the folder to the news of it.
-double mountTime(PenFolder &pen, Workspace &workspace)
+double mountTime(BenchPen &pen, Workspace &workspace)
 {
     double told = 0;
     const auto mounted = QObject::connect(&workspace, &Workspace::didMount,
@@ -74,7 +74,7 @@ double mountTime(PenFolder &pen, Workspace &workspace)
     return told - before;
 }
 
-void pullOut(PenFolder &pen, Workspace &workspace)
+void pullOut(BenchPen &pen, Workspace &workspace)
 {
     bool gone = false;
     const auto unmounted = QObject::connect(&workspace, &Workspace::didUnmount,
@@ -87,7 +87,8 @@ void pullOut(PenFolder &pen, Workspace &workspace)
 
 bool mountFigures()
 {
-    PenFolder pen(u"QUILLO"_s, PenFolder::Start::PulledOut);
+    BenchPen pen(0);
+    pen.pullOut();
     FolderVolumes volumes(pen.volumes());
     Workspace workspace(volumes);
     double longest = 0;

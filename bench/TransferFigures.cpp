@@ -1,7 +1,7 @@
 #include "bench/Figures.h"
+#include "bench/PlainServer.h"
 #include "platform/IncomingFile.h"
 #include "platform/URLSession.h"
-#include "tests/support/FaultServer.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -113,14 +113,13 @@ double seconds(const std::function<void()> &work)
 }
 
 /// A slow pen and a network that is hardly faster.
-bool slowFigure(FaultServer &server, const QString &target)
+bool slowFigure(PlainServer &server, const QString &target)
 {
     constexpr qint64 size = 64'000'000;
     constexpr double penSpeed = 20e6;
     // 25 MB/s: 1 MB every 40 ms.
-    server.serve("/slow", {.body = QByteArray(1'000'000, 'q'),
+    server.serve("/slow", {.bytes = QByteArray(1'000'000, 'q'),
                            .repeat = size / 1'000'000,
-                           .slice = 1'000'000,
                            .pause = std::chrono::milliseconds(40)});
     const FileCalls calls = callsAtSpeed(penSpeed);
     const auto networkAlone = [&] {
@@ -140,9 +139,8 @@ bool slowFigure(FaultServer &server, const QString &target)
 
 bool transferFigures()
 {
-    FaultServer server;
-    server.serve("/big", {.body = QByteArray(static_cast<int>(mebibyte), 'q'),
-                          .repeat = fileSize / mebibyte});
+    PlainServer server;
+    server.serve("/big", {.bytes = QByteArray(mebibyte, 'q'), .repeat = fileSize / mebibyte});
     // The pen is another file system than the temporary folder, where there is one.
     const QTemporaryDir pen(QDir(u"/dev/shm"_s).exists() ? u"/dev/shm/quillo-XXXXXX"_s
                                                          : QDir::tempPath() + u"/quillo-XXXXXX"_s);

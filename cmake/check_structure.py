@@ -19,7 +19,6 @@ for top in ('demo', 'bench', 'tests'):
     BELOW[top] = {*BELOW['app'], 'app'}
 BELOW['tests'] |= {'demo', 'bench'} # which have tests as well
 CORE_BLOCK = re.compile(r'target_sources\(quillo_core\s+PRIVATE\s+([^)]*)\)')
-WIDGET_HEADERS = Path('/usr/include') / 'x86_64-linux-gnu' / 'qt6' / 'QtWidgets'
 
 
 def sources():
@@ -83,8 +82,18 @@ def core_components():
                 yield component(f'{listing.parent}/{name}')
 
 
+def widget_headers():
+    """The names of Qt's own; an exception where Qt's headers are not installed."""
+    folder = subprocess.run(['qmake6', '-query', 'QT_INSTALL_HEADERS'],
+                            check=True, capture_output=True, text=True).stdout.strip()
+    names = {path.name for path in (Path(folder) / 'QtWidgets').iterdir()}
+    if 'QWidget' not in names:
+        raise FileNotFoundError(f'no widget headers in {folder}')
+    return names
+
+
 def widget_findings(texts, graph):
-    widgets = {path.name for path in WIDGET_HEADERS.glob('*')} or {'QWidget', 'QApplication'}
+    widgets = widget_headers()
     reached, queue = set(), list(core_components())
     while queue:
         piece = queue.pop()

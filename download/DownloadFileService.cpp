@@ -93,7 +93,7 @@ void DownloadFileService::download(const QString &urlString, const QUrl &folder,
         return;
     }
     const std::shared_ptr<Download> download = downloadRecord(*url);
-    download->target = URLFactory::fileURL(folder, fileName).path(QUrl::FullyDecoded);
+    download->target = pathOf(URLFactory::fileURL(folder, fileName));
     download->fileName = fileName;
     download->updateFileType = updateFileType;
     download->index =

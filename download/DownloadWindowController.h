@@ -1,17 +1,15 @@
 #pragma once
 
-#include "download/DownloadPresentation.h"
+#include "download/DownloadRun.h"
 #include "download/QueueWindow.h"
-#include "platform/FileFailure.h"
 
 #include <QObject>
 #include <QSet>
-#include <QTimer>
 #include <QVariantMap>
 
+#include <memory>
+
 class LibraryReloading;
-class RowLoading;
-struct UpdateElement;
 
 /// Drives the download queue row by row and works out what its window shows; the window itself
 /// (DownloadWindow) only shows it. Main thread only.
@@ -27,36 +25,31 @@ public:
 
     explicit DownloadWindowController(QObject *parent = nullptr);
 
-    /// Who loads the rows of the coming run.
-    void setRowLoading(RowLoading *loading) { m_rowLoading = loading; }
     void setViewController(LibraryReloading *viewController);
 
+    /// A new run takes the place of the last; its rows are loaded by `rows`, which must outlive it
+    /// and may be null.
+    void beginRun(RowLoading *rows);
+    [[nodiscard]] RunPhase phase() const { return m_run->phase(); }
+    void enter(RunPhase phase) { m_run->enter(phase); }
     /// True while the window drives a queue run.
-    [[nodiscard]] bool isWorking() const { return m_isWorking; }
+    [[nodiscard]] bool isWorking() const { return phase() == RunPhase::Loading; }
 
-    /// True once the run was stopped by the person, the pen or a file that could not be placed:
-    /// rows that wait are not started before the next run.
-    [[nodiscard]] bool isStopped() const { return m_stopped; }
-
-    [[nodiscard]] int indexToDownload() const override { return m_indexToDownload; }
-    void setIndexToDownload(int index) override { m_indexToDownload = index; }
+    [[nodiscard]] int indexToDownload() const override { return m_run->indexToDownload; }
+    void setIndexToDownload(int index) override { m_run->indexToDownload = index; }
     void reloadQueueTable() override;
     void copyStarted(int index) override;
     void copyFailed(const FileFailure &failure) override;
     void fileDidNotFit(const FileFailure &failure) override;
 
-    /// Index back to 0, both percentages to what is ready, copy timer stopped, display refreshed.
-    void resetProgress();
-    /// Ready for a new run: as resetProgress(), and not working, not stopped, no notice.
-    void prepareForRun();
+    /// Index back to 0, both percentages to what is ready; the run's rows are loaded from now on.
+    void resetProgress() { m_run->beginLoading(); }
     /// Queues "DownloadComplete" on the main queue; nobody hears it once the next run has begun.
     void postDownloadComplete();
-    /// The pen went away during a run: transfers are cancelled and the window says so.
-    void penRemoved();
-    /// The pen is to be ejected during a run: transfers are cancelled, the run counts as stopped.
-    void penWillGo();
-    /// The pen has gone after a run that ended because a file could not be placed: the same.
-    void explainFailedCopy();
+    /// Ends a run under way: PenRemoved when the pen went away, Stopped when it is to be ejected.
+    void interrupt(RunPhase phase);
+    /// The pen has gone after a run that ended because a file could not be placed.
+    void explainFailedCopy() { m_run->explainFailedCopy(); }
 
     /// Asks for the window to be shown, centred and above the main window.
     void showWindow();
@@ -68,7 +61,7 @@ public:
     void okBtnKlicked();
     void onItemClicked(int row, int column);
 
-    [[nodiscard]] const DownloadPresentation &presentation() const { return m_presentation; }
+    [[nodiscard]] const DownloadPresentation &presentation() const { return m_run->presentation(); }
     /// Whether the row can still be dropped, that is shows a cross.
     [[nodiscard]] static bool canBeDropped(const UpdateElement &row);
 
@@ -82,24 +75,11 @@ Q_SIGNALS:
     void titleDropped(const QString &mid);
     /// All rows are ready or cancelled: time for the sound.
     void completed();
-    /// No row of the run waits, loads or is being placed any more, or the run was stopped.
+    /// A run under way has ended: no row waits, loads or is being placed any more, or it was
+    /// stopped. Rows that come later have the run go on.
     void runEnded();
 
 private:
-    /// What the window is telling; decides headline, bar and buttons.
-    enum class Phase {
-        Idle,
-        Running,
-        Complete,
-        NoAnswer,
-        WrongRow,
-        CopyFailed,
-        DidNotFit,
-        SomeFailed,
-        PenRemoved,
-        Stopped
-    };
-
     void observeNotifications();
     void startElementDownloads();
     void passFinishedRows();
@@ -108,42 +88,11 @@ private:
     void changeProgressBar(const QVariantMap &userInfo);
     void changeToDownloadComplete();
     void showNoInternetConnection();
-    void endRun(Phase phase);
-    [[nodiscard]] Phase phaseOfFailedEnd() const;
-    void tellRunEnded();
-    [[nodiscard]] bool gotNothing() const;
-    void stopTransfers();
-    void interrupt(Phase phase);
+    void endRun(RunPhase phase);
+    void reloadLibrary();
     void dropRow(UpdateElement &row);
     void dropTitles(const QSet<QString> &elementIds);
 
-    void startCopyTimer(int index);
-    void copyTick(int index, int rows);
-    void setDownloadPercentage(double percentage);
-    void setCopyPercentage(double percentage);
-    void enter(Phase phase);
-    [[nodiscard]] QString headline() const;
-    [[nodiscard]] DownloadPresentation presentationFor(Phase phase) const;
-
-    bool m_isWorking = false;
-    bool m_stopped = false;
-    bool m_runHasEnded = true;
-    bool m_noAnswer = false; ///< the media server did not answer in this run
-    bool m_noAnswerIsUntold = false;
-    int m_run = 0;
-    qsizetype m_readyBefore = 0; ///< rows of earlier runs that are still shown
-    bool m_copiedBefore = false; ///< an earlier row of this run has had its copy timer
-    int m_indexToDownload = 0;
-    double m_downloadPercentage = 0;
-    double m_copyPercentage = 0;
-    double m_copyStep = 0;
-    QTimer m_copyPercentageTimer;
-    Phase m_phase = Phase::Idle;
-    FileFailure m_copyFailure;
-    FileFailure m_misfit;    ///< of all files of this run that did not fit
-    double m_readyShare = 0; ///< of the rows, in percent, when their loading began
-    DownloadPresentation m_presentation;
-
-    RowLoading *m_rowLoading = nullptr;
+    std::unique_ptr<DownloadRun> m_run; ///< the last one, ended or not
     LibraryReloading *m_viewController = nullptr;
 };

@@ -7,6 +7,7 @@
 #include "pen/TextValues.h"
 #include "pen/URLFactory.h"
 #include "pen/UsbService.h"
+#include "platform/Address.h"
 #include "platform/FileManager.h"
 #include "platform/FolderVisit.h"
 #include "platform/StandardOutput.h"
@@ -29,11 +30,6 @@ struct MetadataText
     QString identifier;
     QString content; ///< with the prefix that names the identifier
 };
-
-QString path(const QUrl &url)
-{
-    return url.path(QUrl::FullyDecoded);
-}
 
 QString identifier(const QString &fileName)
 {
@@ -142,9 +138,9 @@ PenLibrary scan()
     if (!pen)
         return {};
     writeLog(u"getQuilloFilesInfoFromPen in if isQuilloConnected"_s);
-    if (!FileManager::fileExists(path(pen->book())))
+    if (!FileManager::fileExists(pathOf(pen->book())))
         return {};
-    const FolderVisit visit = FileManager::visit(path(pen->book()));
+    const FolderVisit visit = FileManager::visit(pathOf(pen->book()));
     writeLog(u"getQuilloFilesInfoFromPen in if bookFolderExists"_s);
     const QStringList names = FileService::listFiles(pen->book(), fileExtension(FileType::txt));
     writeLog(u"getQuilloFilesInfoFromPen elementFileNames length = "_s
@@ -205,7 +201,7 @@ ElementList ElementService::getTextFileContentFromPen()
         writeLog(u"getTextFileContentFromPen return"_s);
         return {};
     }
-    const FolderVisit visit = FileManager::visit(path(*bookFolder));
+    const FolderVisit visit = FileManager::visit(pathOf(*bookFolder));
     const QStringList names = FileService::listFiles(*bookFolder, fileExtension(FileType::txt));
     writeLog(u"getTextFileContentFromPen elementFileNames length "_s
              + QString::number(names.size()));

@@ -1,6 +1,7 @@
 #include "library/KnownFiles.h"
 
 #include "pen/FileService.h"
+#include "platform/Address.h"
 #include "platform/Dispatch.h"
 
 KnownFiles &KnownFiles::shared()
@@ -16,7 +17,7 @@ std::optional<QString> KnownFiles::text(const QUrl &file)
         m_writings = writings;
         m_texts.clear();
     }
-    const QString path = file.path(QUrl::FullyDecoded);
+    const QString path = pathOf(file);
     // Before the file is read: one that is changed meanwhile is another one the next time.
     const std::optional<FileManager::Stamp> stamp = FileManager::stampOf(path);
     const auto known = m_texts.constFind(path);

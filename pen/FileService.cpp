@@ -3,6 +3,7 @@
 #include "base/ApplicationLog.h"
 #include "pen/TextValues.h"
 #include "pen/URLFactory.h"
+#include "platform/Address.h"
 #include "platform/FileManager.h"
 #include "platform/StandardOutput.h"
 
@@ -20,11 +21,6 @@ QString text(const QUrl &url)
     return url.toString(QUrl::FullyEncoded);
 }
 
-QString path(const QUrl &url)
-{
-    return url.path(QUrl::FullyDecoded);
-}
-
 void printError(const QString &error)
 {
     print(u"ERROR: "_s + error);
@@ -39,7 +35,7 @@ bool holds(const QString &file, const QByteArray &bytes)
 /// The file's text; absent after printing why.
 std::optional<QString> readText(const QUrl &fileURL)
 {
-    const FileManager::Contents contents = FileManager::contents(path(fileURL));
+    const FileManager::Contents contents = FileManager::contents(pathOf(fileURL));
     if (!contents.data) {
         printError(contents.error);
         return std::nullopt;
@@ -78,11 +74,11 @@ std::optional<QStringList> FileService::getFileLines(const QUrl &fileURL)
 bool FileService::writeFile(const QString &text, const QUrl &fileURL)
 {
     const QByteArray bytes = text.toUtf8();
-    if (holds(path(fileURL), bytes))
+    if (holds(pathOf(fileURL), bytes))
         return true;
     ++countedWritings;
     const FileResult result =
-        FileManager::write(path(fileURL), bytes, FileManager::WriteMode::InPlace);
+        FileManager::write(pathOf(fileURL), bytes, FileManager::WriteMode::InPlace);
     ++countedWritings;
     if (!result)
         printError(result.error);
@@ -96,7 +92,7 @@ int FileService::writings()
 
 QStringList FileService::listFiles(const QUrl &directoryURL, const QString &containing)
 {
-    auto entries = FileManager::contentsOfDirectory(path(directoryURL),
+    auto entries = FileManager::contentsOfDirectory(pathOf(directoryURL),
                                                     FileManager::HiddenFiles::Skip, containing)
                        .value_or(QList<FileManager::Entry>());
     std::stable_sort(entries.begin(), entries.end(),
@@ -114,10 +110,10 @@ bool FileService::deleteFiles(const QString &mid)
     bool allRemoved = true;
     for (const FileType type : {FileType::qnk, FileType::png, FileType::txt}) {
         const std::optional<QUrl> url = URLFactory::url(mid, type);
-        if (!url || !FileManager::fileExists(path(*url)))
+        if (!url || !FileManager::fileExists(pathOf(*url)))
             continue;
         debugPrint(u"Will delete item at "_s + text(*url));
-        if (const FileResult result = FileManager::removeItem(path(*url)); !result) {
+        if (const FileResult result = FileManager::removeItem(pathOf(*url)); !result) {
             printError(result.error);
             allRemoved = false;
         }
@@ -137,6 +133,6 @@ bool FileService::deleteFile(const QString &atPath)
 
 void FileService::deleteFile(const QUrl &fileURL)
 {
-    if (!FileManager::removeItem(path(fileURL)))
+    if (!FileManager::removeItem(pathOf(fileURL)))
         debugPrint(u"Deleting this file: "_s + text(fileURL) + u" failed for some reason"_s);
 }

@@ -1,6 +1,7 @@
 // Apart from the rest of FileService: the connected test reads through it.
 #include "pen/FileService.h"
 #include "pen/UsbService.h"
+#include "platform/Address.h"
 #include "platform/FileManager.h"
 
 void FileService::removeHiddenItems()
@@ -8,7 +9,7 @@ void FileService::removeHiddenItems()
     const std::optional<PenPlaces> pen = UsbService::connectedPen();
     if (!pen)
         return;
-    const QString rootPath = pen->root().path(QUrl::FullyDecoded);
+    const QString rootPath = pathOf(pen->root());
     const auto entries =
         FileManager::contentsOfDirectory(rootPath, FileManager::HiddenFiles::Include);
     for (const FileManager::Entry &entry : entries.value_or(QList<FileManager::Entry>())) {

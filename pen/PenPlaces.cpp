@@ -3,6 +3,7 @@
 #include "base/ApplicationLog.h"
 #include "pen/TextValues.h"
 #include "pen/URLFactory.h"
+#include "platform/Address.h"
 
 using namespace Qt::StringLiterals;
 
@@ -55,5 +56,5 @@ std::optional<QString> PenPlaces::titleFile(const QString &id, FileType type) co
 {
     if (!isSafeFileName(id))
         return std::nullopt;
-    return book().path(QUrl::FullyDecoded) + URLFactory::fileName(id, type);
+    return pathOf(book()) + URLFactory::fileName(id, type);
 }

@@ -3,6 +3,7 @@
 #include "base/ApplicationLog.h"
 #include "base/Localization.h"
 #include "pen/URLFactory.h"
+#include "platform/Address.h"
 
 #include <QLocale>
 
@@ -40,7 +41,7 @@ StorageValues StorageService::getStorageValues()
     const std::optional<QUrl> root = URLFactory::getQuilloURL();
     if (!root)
         return {};
-    const auto attributes = FileManager::attributesOfFileSystem(root->path(QUrl::FullyDecoded));
+    const auto attributes = FileManager::attributesOfFileSystem(pathOf(*root));
     return attributes ? storageValues(*attributes) : StorageValues();
 }
 

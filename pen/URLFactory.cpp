@@ -1,7 +1,7 @@
 #include "pen/URLFactory.h"
 
 #include "base/ApplicationLog.h"
-#include "pen/PenPlaces.h"
+#include "platform/Address.h"
 #include "platform/Bundle.h"
 #include "platform/FileManager.h"
 #include "platform/StandardOutput.h"
@@ -53,17 +53,20 @@ bool isPenVolume(const QStringList &components)
            && URLFactory::volumeNames.contains(components.at(2));
 }
 
-std::optional<QUrl> at(const std::optional<PenPlaces> &pen, QUrl (PenPlaces::*place)() const)
+std::optional<QUrl> folderAtRoot(const QString &name)
 {
-    if (!pen)
+    const std::optional<QUrl> root = URLFactory::getQuilloURL();
+    if (!root)
         return std::nullopt;
-    return ((*pen).*place)();
+    return URLFactory::fileURL(*root, name + u'/');
 }
 
-std::optional<PenPlaces> lookForConfigure()
+std::optional<QUrl> configureFile(const QString &name, FileType type)
 {
-    writeLog(u"in getConfigureURL"_s);
-    return PenPlaces::look();
+    const std::optional<QUrl> folder = URLFactory::getConfigureURL();
+    if (!folder)
+        return std::nullopt;
+    return URLFactory::fileURL(*folder, URLFactory::fileName(name, type));
 }
 
 } // namespace
@@ -96,32 +99,34 @@ std::optional<QUrl> URLFactory::getQuilloURL()
 
 std::optional<QUrl> URLFactory::getBookURL()
 {
-    return at(PenPlaces::look(), &PenPlaces::book);
+    return folderAtRoot(bookFolderName);
 }
 
 std::optional<QUrl> URLFactory::getConfigureURL()
 {
-    return at(lookForConfigure(), &PenPlaces::configure);
+    writeLog(u"in getConfigureURL"_s);
+    return folderAtRoot(configureFolderName);
 }
 
 std::optional<QUrl> URLFactory::getSettingsFileURL()
 {
-    return at(PenPlaces::lookForSettings(), &PenPlaces::settingsFile);
+    writeLog(u"in getSettingsFileURL"_s);
+    return configureFile(u"settings"_s, FileType::ini);
 }
 
 std::optional<QUrl> URLFactory::getTbdFileURL()
 {
-    return at(lookForConfigure(), &PenPlaces::tbdFile);
+    return configureFile(u"tbd"_s, FileType::txt);
 }
 
 std::optional<QUrl> URLFactory::getLogFileURL()
 {
-    return at(lookForConfigure(), &PenPlaces::logFile);
+    return configureFile(u"log"_s, FileType::txt);
 }
 
 std::optional<QUrl> URLFactory::getMusicURL()
 {
-    return at(PenPlaces::look(), &PenPlaces::music);
+    return folderAtRoot(musicFolderName);
 }
 
 std::optional<QUrl> URLFactory::url(const QString &mid, FileType type)
@@ -143,21 +148,17 @@ QString URLFactory::fileName(const QString &name, FileType type)
 
 QUrl URLFactory::fileURL(const QUrl &folder, const QString &fileName)
 {
-    QUrl url = folder;
-    // Decoded, so that "%", "#" and "?" in a name stay part of the name.
-    url.setPath(folder.path(QUrl::FullyDecoded) + fileName, QUrl::DecodedMode);
-    return url;
+    return urlOf(pathOf(folder) + fileName);
 }
 
-QVariantMap URLFactory::loadPropertyList(const QString &name)
+QHash<QString, QString> URLFactory::loadPropertyList(const QString &name)
 {
     return Bundle::propertyList(name);
 }
 
 std::optional<QString> URLFactory::getServerValue(const QString &key)
 {
-    const QVariant value = loadPropertyList(u"Url"_s).value(key);
-    if (value.typeId() != QMetaType::QString)
-        return std::nullopt;
-    return value.toString();
+    const QHash<QString, QString> values = loadPropertyList(u"Url"_s);
+    const auto value = values.constFind(key);
+    return value == values.cend() ? std::nullopt : std::optional(*value);
 }

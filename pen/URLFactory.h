@@ -51,7 +51,7 @@ public:
     static const QString dummyVideoKey;
 
     /// The property list's dictionary, read anew by every call; empty when it cannot be read.
-    [[nodiscard]] static QVariantMap loadPropertyList(const QString &name);
+    [[nodiscard]] static QHash<QString, QString> loadPropertyList(const QString &name);
 
     /// The text under `key` in "Url"; absent when it is missing or no text.
     [[nodiscard]] static std::optional<QString> getServerValue(const QString &key);

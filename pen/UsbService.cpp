@@ -3,6 +3,7 @@
 #include "base/ApplicationLog.h"
 #include "pen/FileService.h"
 #include "pen/URLFactory.h"
+#include "platform/Address.h"
 #include "platform/FileManager.h"
 #include "platform/StandardOutput.h"
 
@@ -21,7 +22,7 @@ std::optional<PenPlaces> penWithSettings()
         return std::nullopt;
     }
     writeLog(u"isQuilloConnected vor filesExists (settingsFile URL)"_s);
-    if (!FileManager::fileExists(pen->settingsFile().path(QUrl::FullyDecoded))) {
+    if (!FileManager::fileExists(pathOf(pen->settingsFile()))) {
         writeLog(u"isQuilloConnected fileExists (settingsFileURL) failed"_s);
         return std::nullopt;
     }

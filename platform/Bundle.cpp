@@ -1,12 +1,14 @@
 #include "platform/Bundle.h"
 
-#include "platform/PropertyListReader.h"
-#include "platform/StringTableReader.h"
+#include "platform/StandardOutput.h"
 
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QMutex>
 #include <QStandardPaths>
+#include <QXmlStreamReader>
 
 using namespace Qt::StringLiterals;
 
@@ -23,8 +25,7 @@ QString &configurationFile()
 /// A name is one plain segment: nothing may lead out of the folder it is looked for in.
 bool isPlainName(const QString &name)
 {
-    return !name.isEmpty() && !name.startsWith(u'.') && !name.contains(u'/')
-           && !name.contains(u'\\');
+    return !name.isEmpty() && !name.contains(u'/') && !name.contains(u'\\');
 }
 
 std::optional<QByteArray> content(const QString &path)
@@ -69,12 +70,34 @@ std::optional<QString> resourcePath(const QString &folder, const QString &name,
     return path;
 }
 
-std::optional<QHash<QString, QString>> readStringTable(const QString &language)
+std::optional<Bundle::Texts> readStringTable(const QString &language)
 {
-    if (!isPlainName(language))
+    const QString folder = u":/%1.lproj"_s.arg(language);
+    if (!isPlainName(language) || !QFileInfo(folder).isDir())
         return std::nullopt;
-    const auto utf8 = content(u":/%1.lproj/Localizable.strings"_s.arg(language));
-    return utf8 ? Bundle::parseStringTable(*utf8) : std::nullopt;
+    const QByteArray json = content(folder + u"/Localizable.json"_s).value_or(QByteArray());
+    const std::optional<Bundle::Texts> table = Bundle::parseStringTable(json);
+    if (!table)
+        debugPrint(u"No string table in "_s + folder);
+    return table.value_or(Bundle::Texts());
+}
+
+/// The texts of a dictionary whose element has just begun; absent where keys and values do not
+/// come in turn.
+std::optional<Bundle::Texts> readDictionary(QXmlStreamReader &xml)
+{
+    Bundle::Texts texts;
+    while (xml.readNextStartElement()) {
+        const bool isKey = xml.name() == "key"_L1;
+        const QString key = isKey ? xml.readElementText() : QString();
+        if (!isKey || !xml.readNextStartElement() || xml.name() == "key"_L1)
+            return std::nullopt;
+        if (xml.name() == "string"_L1)
+            texts.insert(key, xml.readElementText());
+        else
+            xml.skipCurrentElement();
+    }
+    return texts;
 }
 
 } // namespace
@@ -84,18 +107,18 @@ void Bundle::setConfigurationFile(const QString &path)
     configurationFile() = path;
 }
 
-QVariantMap Bundle::propertyList(const QString &name)
+Bundle::Texts Bundle::propertyList(const QString &name)
 {
     if (!isPlainName(name))
         return {};
     const std::optional<QByteArray> xml = content(propertyListPath(name));
-    return xml ? parsePropertyList(*xml).value_or(QVariantMap()) : QVariantMap();
+    return xml ? parsePropertyList(*xml).value_or(Texts()) : Texts();
 }
 
-std::optional<QHash<QString, QString>> Bundle::stringTable(const QString &language)
+std::optional<Bundle::Texts> Bundle::stringTable(const QString &language)
 {
     static QMutex mutex;
-    static QHash<QString, std::optional<QHash<QString, QString>>> tables;
+    static QHash<QString, std::optional<Texts>> tables;
     const QMutexLocker locker(&mutex);
     const auto known = tables.constFind(language);
     if (known != tables.cend())
@@ -113,14 +136,30 @@ std::optional<QString> Bundle::soundPath(const QString &name)
     return resourcePath(u"sounds"_s, name, u"wav"_s);
 }
 
-std::optional<QVariantMap> Bundle::parsePropertyList(const QByteArray &xml)
+std::optional<Bundle::Texts> Bundle::parsePropertyList(const QByteArray &xml)
 {
-    if (xml.size() > maximumSize)
-        return std::nullopt;
-    return PropertyListReader(xml).read();
+    QXmlStreamReader reader(xml);
+    std::optional<Texts> texts;
+    if (reader.readNextStartElement() && reader.name() == "plist"_L1
+        && reader.readNextStartElement() && reader.name() == "dict"_L1)
+        texts = readDictionary(reader);
+    if (reader.readNextStartElement())
+        return std::nullopt; // more than one value at the top
+    while (!reader.atEnd())
+        reader.readNext();
+    return reader.hasError() ? std::nullopt : texts;
 }
 
-std::optional<QHash<QString, QString>> Bundle::parseStringTable(const QByteArray &utf8)
+std::optional<Bundle::Texts> Bundle::parseStringTable(const QByteArray &json)
 {
-    return StringTableReader(utf8).read();
+    const QJsonDocument document = QJsonDocument::fromJson(json);
+    if (!document.isObject())
+        return std::nullopt;
+    Texts texts;
+    const QJsonObject entries = document.object();
+    for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
+        if (entry->isString())
+            texts.insert(entry.key(), entry->toString());
+    }
+    return texts;
 }

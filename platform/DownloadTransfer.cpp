@@ -106,7 +106,7 @@ QString DownloadTransfer::objectionToWhole(const URLResponse &response) const
         return QStringLiteral("A part came where the whole was asked for");
     if (m_length.told == BodyLength::Told::ByNonsense)
         return QStringLiteral("The file's length is none");
-    if (response.statusCode == 204 || m_length.bytes == 0)
+    if (m_length.bytes == 0)
         return QStringLiteral("The file is empty");
     if (expected >= 0 && m_length.bytes >= 0 && m_length.bytes != expected)
         return QStringLiteral("The file has %1 bytes instead of %2")

@@ -1,5 +1,6 @@
 #include "platform/FileManager.h"
 
+#include "platform/Address.h"
 #include "platform/FilePlace.h"
 #include "platform/FilePlacement.h"
 #include "platform/FolderVisit.h"
@@ -178,7 +179,7 @@ std::optional<QList<QUrl>> FileManager::mountedVolumeURLs()
     const QList<Volume> mounted = source->volumes();
     QList<QUrl> urls;
     for (const Volume &volume : mounted)
-        urls.append(QUrl::fromLocalFile(u"/Volumes/"_s + volume.name + u'/'));
+        urls.append(urlOf(u"/Volumes/"_s + volume.name + u'/'));
     return urls;
 }
 

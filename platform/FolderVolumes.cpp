@@ -17,10 +17,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto lookInterval = 50ms;
-constexpr auto stillFor = 150ms;
-constexpr auto atTheLatest = 800ms;
-
 struct CloseFolder
 {
     void operator()(DIR *folder) const { ::closedir(folder); }
@@ -57,8 +53,9 @@ FolderVolumes::FolderVolumes(const QString &folder, QObject *parent)
     , m_folder(QDir::cleanPath(QDir(folder).absolutePath()))
 {
     connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, &FolderVolumes::look);
-    m_settling.setInterval(lookInterval);
-    connect(&m_settling, &QTimer::timeout, this, &FolderVolumes::announceArrivals);
+    m_arrival.setSingleShot(true);
+    m_arrival.setInterval(150ms);
+    connect(&m_arrival, &QTimer::timeout, this, &FolderVolumes::announceArrivals);
     watch();
     m_announced = subfolders();
     m_order = m_announced.keys();
@@ -109,7 +106,6 @@ void FolderVolumes::unmount(const Volume &volume, std::function<void(const QStri
     } else {
         error = qt_error_string(ENOENT);
     }
-    m_arrivals.remove(volume.name);
     QMetaObject::invokeMethod(
         this,
         [this, error, done = std::move(done)] {
@@ -132,21 +128,6 @@ FolderVolumes::Folders FolderVolumes::subfolders() const
     return folders;
 }
 
-size_t FolderVolumes::firstLevelOf(const QString &name) const
-{
-    const OpenFolder folder = openFolder(m_folder + u'/' + name);
-    if (!folder)
-        return 0;
-    size_t sum = 1;
-    while (const dirent *entry = ::readdir(folder.get())) {
-        struct stat status = {};
-        if (::fstatat(::dirfd(folder.get()), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0)
-            sum += qHashMulti(0, status.st_ino, status.st_size, status.st_mtim.tv_sec,
-                              status.st_mtim.tv_nsec);
-    }
-    return sum;
-}
-
 /// The folder, or as long as it is missing the one in which it or its parent will appear.
 void FolderVolumes::watch()
 {
@@ -167,7 +148,8 @@ void FolderVolumes::look()
     const Folders present = subfolders();
     forgetHidden(present);
     const QStringList gone = takeGone(present);
-    addArrivals(present);
+    if (!newcomers(present).isEmpty() && !m_arrival.isActive())
+        m_arrival.start();
     for (const QString &name : gone)
         Q_EMIT unmounted(name);
 }
@@ -196,53 +178,29 @@ QStringList FolderVolumes::takeGone(const Folders &present)
     return gone;
 }
 
-void FolderVolumes::addArrivals(const Folders &present)
+/// Those that were not announced yet, by name.
+QStringList FolderVolumes::newcomers(const Folders &present) const
 {
     const std::lock_guard lock(m_mutex);
+    QStringList names;
     for (auto folder = present.cbegin(); folder != present.cend(); ++folder) {
-        const QString &name = folder.key();
-        if (m_announced.contains(name) || m_hidden.contains(name))
-            continue;
-        const auto known = m_arrivals.constFind(name);
-        if (known != m_arrivals.cend() && known->inode == folder.value())
-            continue;
-        Arrival arrival = {folder.value(), firstLevelOf(name), {}, {}};
-        arrival.appeared.start();
-        arrival.changed.start();
-        m_arrivals.insert(name, arrival);
+        if (!m_announced.contains(folder.key()) && !m_hidden.contains(folder.key()))
+            names.append(folder.key());
     }
-    if (!m_arrivals.isEmpty() && !m_settling.isActive())
-        m_settling.start();
+    names.sort();
+    return names;
 }
 
 void FolderVolumes::announceArrivals()
 {
     const Folders present = subfolders();
-    QStringList settled;
-    m_arrivals.removeIf([&](const QHash<QString, Arrival>::iterator &arrival) {
-        const bool gone = present.value(arrival.key()) != arrival->inode;
-        if (gone || !hasSettled(arrival.key(), *arrival))
-            return gone;
-        m_announced.insert(arrival.key(), arrival->inode);
-        settled.append(arrival.key());
-        return true;
-    });
-    if (m_arrivals.isEmpty())
-        m_settling.stop();
-    settled.sort();
+    const QStringList arrived = newcomers(present);
+    for (const QString &name : arrived)
+        m_announced.insert(name, present.value(name));
     {
         const std::lock_guard lock(m_mutex);
-        m_order += settled;
+        m_order += arrived;
     }
-    for (const QString &name : std::as_const(settled))
+    for (const QString &name : arrived)
         Q_EMIT mounted(name);
-}
-
-bool FolderVolumes::hasSettled(const QString &name, Arrival &arrival) const
-{
-    const size_t firstLevel = firstLevelOf(name);
-    if (firstLevel != std::exchange(arrival.firstLevel, firstLevel))
-        arrival.changed.start();
-    return arrival.changed.hasExpired(std::chrono::milliseconds(stillFor).count())
-           || arrival.appeared.hasExpired(std::chrono::milliseconds(atTheLatest).count());
 }

@@ -2,7 +2,6 @@
 
 #include "platform/VolumeSource.h"
 
-#include <QElapsedTimer>
 #include <QFileSystemWatcher>
 #include <QHash>
 #include <QTimer>
@@ -15,8 +14,8 @@
 ///
 /// volumes() lists those that were there first by name, then the others as they came.
 ///
-/// mounted() waits until the new subfolder's first level has been still for a moment, at most 800
-/// ms, so that a pen that is being copied into place is not read half. volumes() does not wait.
+/// mounted() comes a moment after the new subfolder, so that a small one that is copied into place
+/// is whole by then; a large one should be renamed into place. volumes() does not wait.
 class FolderVolumes : public VolumeSource
 {
     Q_OBJECT
@@ -35,30 +34,18 @@ private:
     /// Names and inodes: another folder under the same name is another volume.
     using Folders = QHash<QString, quint64>;
 
-    /// A subfolder that was not announced yet.
-    struct Arrival
-    {
-        quint64 inode;
-        size_t firstLevel; ///< changes when an entry of the subfolder does
-        QElapsedTimer appeared;
-        QElapsedTimer changed;
-    };
-
     [[nodiscard]] Folders subfolders() const;
-    [[nodiscard]] size_t firstLevelOf(const QString &name) const;
     void watch();
     void look();
     void forgetHidden(const Folders &present);
     [[nodiscard]] QStringList takeGone(const Folders &present);
-    void addArrivals(const Folders &present);
+    [[nodiscard]] QStringList newcomers(const Folders &present) const;
     void announceArrivals();
-    [[nodiscard]] bool hasSettled(const QString &name, Arrival &arrival) const;
 
     const QString m_folder;
     QFileSystemWatcher m_watcher;
-    QTimer m_settling;
+    QTimer m_arrival;
     Folders m_announced;
-    QHash<QString, Arrival> m_arrivals;
     mutable std::mutex m_mutex;
     QStringList m_order; ///< the announced ones, oldest first; guarded by m_mutex
     Folders m_hidden;    ///< unmounted but still there; guarded by m_mutex

@@ -44,7 +44,7 @@ LoadingPlace loadingPlace(qint64 size, const Room &room)
 {
     if (size < 0 || room.fits(size, room.free))
         return LoadingPlace::Medium;
-    const bool fitsWithoutOld = room.old > 0 && room.fits(size, room.free + room.old);
+    const bool fitsWithoutOld = room.fits(size, room.free + room.old);
     return fitsWithoutOld ? LoadingPlace::Computer : LoadingPlace::Nowhere;
 }
 

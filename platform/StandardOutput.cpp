@@ -72,10 +72,10 @@ bool printTo(const QString &file)
 
 void print(const QString &line)
 {
-    print(line.toUtf8() + '\n');
+    printText(line.toUtf8() + '\n');
 }
 
-void print(const QByteArray &text)
+void printText(const QByteArray &text)
 {
     static QMutex mutex;
     const QMutexLocker locker(&mutex);

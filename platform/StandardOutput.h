@@ -12,8 +12,8 @@
 /// A plain line.
 void print(const QString &line);
 
-/// Lines in UTF-8, with their line feeds.
-void print(const QByteArray &text);
+/// Text in UTF-8 as it is: lines bring their line feeds.
+void printText(const QByteArray &text);
 
 /// A line of the debug log: the text in double quotes, with quotes, backslashes and control
 /// characters escaped.

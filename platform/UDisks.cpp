@@ -7,9 +7,14 @@
 #include <QDBusPendingCallWatcher>
 #include <QFile>
 
+#include <chrono>
+
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/// Writing out what is cached may take minutes, and so may the person's password.
+constexpr std::chrono::milliseconds longestAnswer = std::chrono::minutes(5);
 
 const QString service = u"org.freedesktop.UDisks2"_s;
 const QString blockInterface = service + u".Block"_s;

@@ -6,12 +6,7 @@
 #include <QString>
 #include <QVariantMap>
 
-#include <chrono>
-
 class QDBusMessage;
-
-/// Writing out what is cached may take minutes, and so may the person's password.
-constexpr std::chrono::milliseconds longestAnswer = std::chrono::minutes(5);
 
 /// One request to UDisks2: unmount what is shown at a mount point, then power its drive off or
 /// eject it, unless another of the drive's file systems is still mounted. Never forces.

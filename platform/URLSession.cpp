@@ -54,7 +54,6 @@ URLSession::URLSession(URLSessionDownloadDelegate *delegate, const FileCalls &ca
 URLSession::~URLSession()
 {
     m_queue->close();
-    m_thread->requestInterruption(); // for a callback under way that takes its time
     m_thread->wait();
 }
 

@@ -1,38 +1,27 @@
 #include "platform/Unmounting.h"
 
+#include "platform/Descriptor.h"
 #include "platform/Dispatch.h"
 
 #include <QFile>
 #include <QPointer>
-#include <QProcess>
-#include <QStandardPaths>
-#include <QTimer>
 
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <unistd.h>
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
-void writeOut(const QByteArray &mountPoint)
-{
-    const int folder = ::open(mountPoint.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folder < 0)
-        return;
-    ::syncfs(folder);
-    ::close(folder);
-}
-
 /// The error text, empty on success. May take as long as writing out does.
-QString unmountedOrWrittenOut(const QByteArray &mountPoint, const QString &refusal)
+QString unmountedOrWrittenOut(const QByteArray &mountPoint)
 {
     if (::umount2(mountPoint.constData(), UMOUNT_NOFOLLOW) == 0)
         return {};
-    const QString error = refusal.isEmpty() || ::geteuid() == 0 ? qt_error_string(errno) : refusal;
-    writeOut(mountPoint);
+    QString error = qt_error_string(errno);
+    const Descriptor folder(::open(mountPoint.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder.isOpen())
+        ::syncfs(folder.get());
     return error;
 }
 
@@ -46,49 +35,19 @@ Unmounting::Unmounting(const QString &mountPoint, const QDBusConnection &bus, QO
     connect(&m_request, &UDisksRequest::finished, this, &Unmounting::asked);
 }
 
-void Unmounting::start()
-{
-    m_request.start();
-}
-
 void Unmounting::asked(UDisksRequest::Outcome outcome, const QString &error)
 {
     if (outcome == UDisksRequest::Outcome::Unavailable)
-        tryDesktop();
+        trySystemCall();
     else
         Q_EMIT finished(error);
 }
 
-void Unmounting::tryDesktop()
-{
-    const QString gio = QStandardPaths::findExecutable(u"gio"_s);
-    if (gio.isEmpty()) {
-        trySystemCall({});
-        return;
-    }
-    auto *process = new QProcess(this);
-    const auto ended = [this, process](int code, QProcess::ExitStatus status) {
-        if (status == QProcess::NormalExit && code == 0)
-            Q_EMIT finished({});
-        else
-            trySystemCall(QString::fromLocal8Bit(process->readAllStandardError()).trimmed());
-    };
-    const auto failed = [this](QProcess::ProcessError error) {
-        if (error == QProcess::FailedToStart)
-            trySystemCall({});
-    };
-    connect(process, &QProcess::finished, this, ended);
-    connect(process, &QProcess::errorOccurred, this, failed);
-    process->setStandardInputFile(QProcess::nullDevice());
-    QTimer::singleShot(patience, process, &QProcess::kill);
-    process->start(gio, {u"mount"_s, u"-u"_s, m_mountPoint});
-}
-
-void Unmounting::trySystemCall(const QString &refusal)
+void Unmounting::trySystemCall()
 {
     const QPointer<QObject> guard = this;
-    Dispatch::global([this, guard, refusal, mountPoint = QFile::encodeName(m_mountPoint)] {
-        const QString error = unmountedOrWrittenOut(mountPoint, refusal);
+    Dispatch::global([this, guard, mountPoint = QFile::encodeName(m_mountPoint)] {
+        const QString error = unmountedOrWrittenOut(mountPoint);
         Dispatch::main(guard, [this, error] { Q_EMIT finished(error); });
     });
 }

@@ -1,5 +1,6 @@
 #include "platform/Workspace.h"
 
+#include "platform/Address.h"
 #include "platform/VolumeSource.h"
 
 #include <QDesktopServices>
@@ -26,7 +27,7 @@ Workspace::Workspace(VolumeSource &volumes, QObject *parent)
 
 void Workspace::unmountVolume(const QUrl &volume, std::function<void(const QString &error)> done)
 {
-    const QString path = volume.path(QUrl::FullyDecoded);
+    const QString path = pathOf(volume);
     const QList<Volume> mounted = m_volumes.volumes();
     const auto found = std::find_if(mounted.begin(), mounted.end(), [&path](const Volume &known) {
         const QString folder = u"/Volumes/"_s + known.name;

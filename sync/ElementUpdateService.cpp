@@ -48,11 +48,6 @@ QString baseName(const QString &fileName)
     return fileName.section(u'.', 0, 0);
 }
 
-QString path(const QUrl &url)
-{
-    return url.path(QUrl::FullyDecoded);
-}
-
 /// Absent after a debug line when the text cannot be encoded.
 std::optional<QByteArray> jsonData(const QString &text, const QString &kind, const QString &answer)
 {
@@ -107,7 +102,7 @@ QString requestLines(const QStringList &mids)
 /// As a whole, so that a pen pulled meanwhile loses no request; in place where it has no room.
 void writeRequests(const QString &lines, const QUrl &tbd)
 {
-    if (!FileManager::write(path(tbd), lines.toUtf8(), FileManager::WriteMode::Atomic))
+    if (!FileManager::write(pathOf(tbd), lines.toUtf8(), FileManager::WriteMode::Atomic))
         FileService::writeFile(lines, tbd);
 }
 
@@ -292,7 +287,7 @@ void ElementUpdateService::fetchText(const QUrl &url, std::stop_token stop,
 void ElementUpdateService::forgetRequests(const QSet<QString> &mids)
 {
     const std::optional<QUrl> tbd = URLFactory::getTbdFileURL();
-    if (!tbd || FileManager::contents(path(*tbd), 1).data.value_or(QByteArray()).isEmpty())
+    if (!tbd || FileManager::contents(pathOf(*tbd), 1).data.value_or(QByteArray()).isEmpty())
         return;
     QStringList left = readTbdMids();
     const auto isOne = [&mids](const QString &asked) {
@@ -305,7 +300,7 @@ void ElementUpdateService::forgetRequests(const QSet<QString> &mids)
 QStringList ElementUpdateService::readTbdMids()
 {
     const std::optional<QUrl> tbd = URLFactory::getTbdFileURL();
-    if (!tbd || !FileManager::fileExists(path(*tbd))) {
+    if (!tbd || !FileManager::fileExists(pathOf(*tbd))) {
         debugPrint(u"TBD file does not exist. Will return empty TBD array."_s);
         return {};
     }
@@ -344,7 +339,7 @@ QString ElementUpdateService::midFromFileName(const QString &fileName)
 bool ElementUpdateService::hasMetadata(const QString &id)
 {
     const std::optional<QUrl> file = metadataFile(id);
-    return file && FileManager::fileExists(path(*file));
+    return file && FileManager::fileExists(pathOf(*file));
 }
 
 bool ElementUpdateService::writeMetadata(const BaseElement &record, const QString &id)

@@ -15,7 +15,6 @@
 
 #include <QSet>
 
-#include <atomic>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -36,22 +35,21 @@ UpdateElement contentRow(const BaseElement &remote, const QString &id)
     return row;
 }
 
-/// The row that brings a pen title up to its remote version.
-UpdateElement updateRow(const BaseElement &local, const BaseElement &remote, qint64 length)
+/// The row that brings a pen title up to its remote version. Its size is asked for with the
+/// queue's.
+UpdateElement updateRow(const BaseElement &local, const BaseElement &remote)
 {
     UpdateElement row = contentRow(remote, local.id);
     row.title = local.name;
-    row.contentLength = length;
     row.updateURLString = remote.url;
     return row;
 }
 
-QString queuedLine(const BaseElement &local, const BaseElement &remote, qint64 length)
+QString queuedLine(const BaseElement &local, const BaseElement &remote)
 {
     return u"Queued update element for local media "_s + local.mid + u" (REMOTE "_s
            + QString::number(remote.bookVersion) + u" > LOCAL "_s
-           + QString::number(local.bookVersion) + u"), content length is "_s
-           + QString::number(length);
+           + QString::number(local.bookVersion) + u"), content length is 0"_s;
 }
 
 QString noMatchLine(const QString &mid)
@@ -102,7 +100,8 @@ ElementPtr UpdatePlanner::remote(const QString &mid, const QString &id) const
 void UpdatePlanner::run(std::function<void()> finished)
 {
     writeLog(u"updateAll in"_s);
-    checkLocalMedias([](int) { writeLog(u"updateAll in 2"_s); });
+    checkLocalMedias();
+    Dispatch::main(QCoreApplication::instance(), [] { writeLog(u"updateAll in 2"_s); });
     const PenTitles pen(m_task.remoteMedias);
     queueMissingContent(pen);
     queueContent(m_task.askedAnew);
@@ -114,10 +113,8 @@ void UpdatePlanner::run(std::function<void()> finished)
     finished();
 }
 
-void UpdatePlanner::checkLocalMedias(std::function<void(int rows)> completion)
+void UpdatePlanner::checkLocalMedias()
 {
-    const auto queued = std::make_shared<std::atomic_int>(0);
-    DispatchGroup group;
     for (const ElementPtr &local : std::as_const(m_task.localMedias)) {
         if (m_task.stop.stop_requested())
             return;
@@ -129,19 +126,10 @@ void UpdatePlanner::checkLocalMedias(std::function<void(int rows)> completion)
         } else if (local->bookVersion >= remote->bookVersion) {
             refreshMetadata(*local, *remote);
         } else {
-            group.enter();
-            m_task.sizeOf(remote->url, [group, queued, local, remote, queueRow = m_task.queueRow](
-                                           std::optional<qint64> size) mutable {
-                const qint64 length = size.value_or(0);
-                queueRow(updateRow(*local, *remote, length));
-                debugPrint(queuedLine(*local, *remote, length));
-                ++*queued;
-                group.leave();
-            });
+            m_task.queueRow(updateRow(*local, *remote));
+            debugPrint(queuedLine(*local, *remote));
         }
     }
-    group.notify(QCoreApplication::instance(),
-                 [queued, completion = std::move(completion)] { completion(*queued); });
 }
 
 /// Not of a title that has been deleted since it was read.
@@ -235,7 +223,7 @@ void UpdatePlanner::storeCover(const Cover &cover, const QByteArray &picture) co
     if (!folder || !isThere)
         return;
     const QString name = URLFactory::fileName(cover.id, FileType::png);
-    const QString path = URLFactory::fileURL(*folder, name).path(QUrl::FullyDecoded);
+    const QString path = pathOf(URLFactory::fileURL(*folder, name));
     const FileResult written = FileManager::write(path, picture, FileManager::WriteMode::Atomic);
     if (written)
         m_task.coverCame(cover.id);

@@ -10,7 +10,6 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <stop_token>
 
 class PenTitles;
@@ -22,8 +21,6 @@ struct PlanningTask
     ElementList remoteMedias;
     QStringList askedAnew; ///< identifiers of titles to be loaded whatever their version
     std::stop_token stop;  ///< once requested nothing is written or queued any more
-    /// Asks for the size of an address; absent when it is none.
-    std::function<void(const QString &address, std::function<void(std::optional<qint64>)>)> sizeOf;
     /// Takes a row for the queue. Called on any thread.
     std::function<void(const UpdateElement &row)> queueRow;
     /// Told of a title whose cover has come. Called on the shared session's thread.
@@ -42,9 +39,8 @@ public:
     void run(std::function<void()> finished);
 
     /// Compares every pen title with its remote record: queues the outdated, refreshes the metadata
-    /// files of the others, leaves alone what the server told no version of. `completion` gets the
-    /// number of rows queued, on the main thread.
-    void checkLocalMedias(std::function<void(int rows)> completion);
+    /// files of the others, leaves alone what the server told no version of.
+    void checkLocalMedias();
 
 private:
     struct Cover

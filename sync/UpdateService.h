@@ -1,27 +1,18 @@
 #pragma once
 
 #include "download/KeptDownloads.h"
-#include "library/DownloadQueue.h"
 
 #include <QObject>
-#include <QSet>
-#include <QString>
-#include <QTimer>
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <stop_token>
 
-class DispatchGroup;
-class DownloadFileService;
 class DownloadWindowController;
 class LibraryReloading;
-class RowLoader;
-struct PlanningTask;
+class UpdateRun;
 
-/// Runs one update of the pen against the servers at a time. Main thread only; planning works on
-/// the shared session's thread with copies of its own.
+/// Runs one update of the pen against the servers at a time. Main thread only.
 class UpdateService : public QObject
 {
     Q_OBJECT
@@ -45,54 +36,23 @@ public:
     void keepPen() { m_isPenReleased = false; }
 
     [[nodiscard]] DownloadWindowController &downloadWindowController();
-    [[nodiscard]] bool isRunning() const { return m_state != State::Idle; }
+    [[nodiscard]] bool isRunning() const;
 
 Q_SIGNALS:
     /// A run has come to its end, whichever.
     void runEnded();
 
 private:
-    enum class State { Idle, Planning, Downloading };
-
-    void prepareRun();
-    void startSoftwareCheck();
-    void softwareChecked(bool needed);
-    void readLocalMedias();
-    void fetchCatalogue();
-    [[nodiscard]] PlanningTask planningTask();
-    void planned(const QString &result);
-    /// Goes on from planning to loading.
-    void startDownloads(const QString &result);
-    void showDownloadWindow();
-    void triggerElementDownloads();
-    void sizeRows(qsizetype first);
-    void sizeRow(qsizetype index, DispatchGroup group);
-    void queueRow(const UpdateElement &row);
-    void showCover(const QString &elementId);
+    void beginRun();
     void titlesDeleted(const QStringList &elementIds);
-    void rowsEnded();
-    /// Starts rows that came after the run had gone through all others; false when there are none.
-    bool startLateRows();
     void forgetPen();
     void finishRun();
 
     KeptDownloads m_kept;
-    std::unique_ptr<DownloadFileService> m_downloadFileService;
-    std::unique_ptr<RowLoader> m_rowLoader; ///< of the service before it
-    std::unique_ptr<DownloadWindowController> m_downloadWindowController;
+    const std::unique_ptr<DownloadWindowController> m_downloadWindowController;
     LibraryReloading &m_viewController;
-    ElementList m_localMediasArray;
-    bool m_needsSoftwareUpdate = false;
-    bool m_softwareIsChecked = false;
-
-    State m_state = State::Idle;
-    bool m_runRequested = false;
+    std::unique_ptr<UpdateRun> m_run; ///< the last one, ended or not
+    bool m_runRequested = false;      ///< another one, when that has ended
     bool m_isPenReleased = false;
-    QSet<QString> m_queuedContents;     ///< what the run under way has queued already
-    QSet<QString> m_deletedTitles;      ///< since it began
-    QList<UpdateElement> m_plannedRows; ///< until the software's rows stand before them
-    QTimer m_coversSettle;
-    QTimer m_softwareWait;      ///< how long planned rows wait for them
-    std::stop_source m_stop;    ///< of the run under way
     std::stop_source m_penGone; ///< of the pen that is there, for what outlives a run
 };

@@ -22,6 +22,9 @@ using namespace Qt::StringLiterals;
 struct VersionService::Software
 {
     UpdateFileType kind;
+    QString name;          ///< in the lines of its check
+    bool isAlwaysCompared; ///< in a line, not only when the published one is newer
+    qint64 VersionService::*localVersion;
     QString versionKey; ///< of the configuration
     QString localFileName;
     QString extension;
@@ -35,16 +38,26 @@ struct VersionService::Software
     static const Software &image()
     {
         static const Software software = {UpdateFileType::iso,
-                                          URLFactory::mediaServerImageIsoVersionKey, u"imageisoV"_s,
-                                          u".iso"_s, u"Failed to download image ISO."_s};
+                                          u"iso-file"_s,
+                                          false,
+                                          &VersionService::m_imageIsoVersionLocal,
+                                          URLFactory::mediaServerImageIsoVersionKey,
+                                          u"imageisoV"_s,
+                                          u".iso"_s,
+                                          u"Failed to download image ISO."_s};
         return software;
     }
 
     static const Software &firmware()
     {
         static const Software software = {UpdateFileType::bin,
-                                          URLFactory::mediaServerFirmwareVersionKey, u"firmwareV"_s,
-                                          u".bin"_s, u"Error while downloading firmware file."_s};
+                                          u"firmware-file"_s,
+                                          true,
+                                          &VersionService::m_firmwareVersionLocal,
+                                          URLFactory::mediaServerFirmwareVersionKey,
+                                          u"firmwareV"_s,
+                                          u".bin"_s,
+                                          u"Error while downloading firmware file."_s};
         return software;
     }
 };
@@ -97,9 +110,9 @@ void VersionService::perform(std::function<void(bool needed)> completion, std::s
         group.leave();
     };
     group.enter();
-    checkFirmware(checked);
+    check(Software::firmware(), checked);
     group.enter();
-    checkImage(checked);
+    check(Software::image(), checked);
     group.notify(this, [needed, completion = std::move(completion)] { completion(*needed); });
 }
 
@@ -123,37 +136,25 @@ void VersionService::removeStaleImageFiles()
     }
 }
 
-void VersionService::checkFirmware(std::function<void(bool upToDate)> completion)
+void VersionService::check(const Software &software, std::function<void(bool upToDate)> completion)
 {
-    const auto answered = [this, completion](const std::optional<QString> &version) {
+    const auto answered = [this, &software, completion](const std::optional<QString> &version) {
         if (!version)
             return completion(true);
         const qint64 remote = decimalInteger(*version).value_or(-1);
-        debugPrint(u"firmware-file remoteversion "_s + QString::number(remote)
-                   + u" > localversion "_s + QString::number(m_firmwareVersionLocal) + u" ?"_s);
-        if (m_firmwareVersionLocal < remote)
-            return queueSoftware(Software::firmware(), *version, completion);
-        debugPrint(u"firmware-file up to date"_s);
+        if (software.kind == UpdateFileType::iso)
+            m_imageIsoVersionRemote = remote;
+        const qint64 local = this->*software.localVersion;
+        const bool isNewer = local < remote;
+        if (isNewer || software.isAlwaysCompared)
+            debugPrint(software.name + u" remoteversion "_s + QString::number(remote)
+                       + u" > localversion "_s + QString::number(local) + u" ?"_s);
+        if (isNewer)
+            return queueSoftware(software, *version, completion);
+        debugPrint(software.name + u" up to date"_s);
         completion(true);
     };
-    fetchVersion(Software::firmware().versionKey, answered);
-}
-
-void VersionService::checkImage(std::function<void(bool upToDate)> completion)
-{
-    const auto answered = [this, completion](const std::optional<QString> &version) {
-        if (!version)
-            return completion(true);
-        m_imageIsoVersionRemote = decimalInteger(*version).value_or(-1);
-        if (m_imageIsoVersionLocal < m_imageIsoVersionRemote) {
-            debugPrint(u"iso-file remoteversion "_s + QString::number(m_imageIsoVersionRemote)
-                       + u" > localversion "_s + QString::number(m_imageIsoVersionLocal) + u" ?"_s);
-            return queueSoftware(Software::image(), *version, completion);
-        }
-        debugPrint(u"iso-file up to date"_s);
-        completion(true);
-    };
-    fetchVersion(Software::image().versionKey, answered);
+    fetchVersion(software.versionKey, answered);
 }
 
 void VersionService::queueSoftware(const Software &software, const QString &version,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/support/Configuration.h"
 #include "tests/support/PenFolder.h"
 #include "tests/support/Traces.h"
 
@@ -7,7 +8,6 @@
 #include "app/ViewController.h"
 #include "base/Localization.h"
 #include "library/LibraryLists.h"
-#include "platform/Bundle.h"
 #include "platform/Dispatch.h"
 #include "platform/FolderVolumes.h"
 
@@ -25,10 +25,6 @@ protected:
         : pen(QStringLiteral("QUILLO"), start)
     {
         FileManager::setVolumeSource(&volumes);
-        QFile file(configuration);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("<plist version=\"1.0\"><dict/></plist>");
-        Bundle::setConfigurationFile(configuration);
         removeLog();
         setCurrentLanguage(QStringLiteral("de"));
     }
@@ -39,11 +35,11 @@ protected:
         FileManager::setVolumeSource(nullptr);
     }
 
-    /// The log's entries that begin with one of these.
+    /// The log's lines that begin with one of these.
     [[nodiscard]] static QStringList logLines(const QStringList &prefixes)
     {
         QStringList lines = logEntries();
-        lines.removeIf([&](const QString &line) {
+        lines.removeIf([&prefixes](const QString &line) {
             return std::none_of(prefixes.begin(), prefixes.end(),
                                 [&line](const QString &prefix) { return line.startsWith(prefix); });
         });
@@ -54,12 +50,10 @@ protected:
         return QTest::qWaitFor([&] { return logLines({line}).count(line) >= count; }, 10'000);
     }
 
-    [[nodiscard]] static QString logFile() { return logPath(); }
-
+    Configuration addresses;
+    const QString configuration = addresses.file();
     PenFolder pen;
     FolderVolumes volumes{pen.volumes()};
-    QTemporaryDir settings;
-    QString configuration = settings.filePath(QStringLiteral("Url.plist"));
 };
 
 class PenAppTest : public AppTest

@@ -69,7 +69,7 @@ TEST_F(DownloadWindowTest, RowsOfSingleFilesStopTheQueue)
         reset();
         addRow(kind, 5);
         addTitle(u"42"_s);
-        window.prepareForRun();
+        window.beginRun(&loader);
         QueueWindow::postStartElementDownloads();
         QueueWindow::postStartElementDownloads();
         QCoreApplication::processEvents();
@@ -84,8 +84,8 @@ TEST_F(DownloadWindowTest, AnEmptyQueueIsCompleteFromTheMainQueue)
 {
     QueueWindow::postStartElementDownloads();
     EXPECT_EQ(events, QStringList());
-    EXPECT_FALSE(window.isWorking());
     ASSERT_TRUE(waitForEnd());
+    EXPECT_FALSE(window.isWorking());
     EXPECT_EQ(events, QStringList({u"completed"_s, u"ended"_s}));
     window.resetProgress();
     EXPECT_EQ(shown().headline, u"label_all_downloaded"_s);
@@ -94,7 +94,7 @@ TEST_F(DownloadWindowTest, AnEmptyQueueIsCompleteFromTheMainQueue)
 TEST_F(DownloadWindowTest, TheEndOfARunIsNotHeardInTheNext)
 {
     QueueWindow::postStartElementDownloads();
-    window.prepareForRun();
+    window.beginRun(&loader);
     QCoreApplication::processEvents();
     EXPECT_EQ(events, QStringList());
     EXPECT_EQ(shown().headline, u"label_downloading"_s);
@@ -104,7 +104,7 @@ TEST_F(DownloadWindowTest, WhileATransferRunsThePenIsToStay)
 {
     serveSoftware();
     window.fileDidNotFit({.reason = FileFailure::Reason::Full}); // in the run before
-    window.prepareForRun();
+    window.beginRun(&loader);
     addTitle(u"42"_s); // fails
     QueueWindow::postStartElementDownloads();
     ASSERT_TRUE(waitForEnd());
@@ -117,7 +117,7 @@ TEST_F(DownloadWindowTest, WhileATransferRunsThePenIsToStay)
     EXPECT_EQ(shown().headline, u"label_some_failed"_s);
 
     reset();
-    window.prepareForRun();
+    window.beginRun(&loader);
     addTitle(u"43"_s);
     addTitle(u"44"_s);
     for (const char *mid : {"43", "44"})
@@ -208,11 +208,11 @@ TEST_F(DownloadWindowTest, SoftwareThatHasStartedCannotBeCancelledButGoesNoFurth
     QueueWindow::postStartElementDownloads();
     EXPECT_FALSE(shown().cancelEnabled);
     ASSERT_TRUE(gate->waitUntilReached());
-    window.penRemoved();
+    window.interrupt(RunPhase::PenRemoved);
     gate->open();
     reset();
     events.clear();
-    window.prepareForRun();
+    window.beginRun(&loader);
     addTitle(u"42"_s);
     QueueWindow::postStartElementDownloads();
     EXPECT_TRUE(shown().cancelEnabled);
@@ -249,7 +249,7 @@ TEST_F(DownloadWindowTest, ARowThatIsNoneIsAnError)
 {
     addTitle(u"42"_s);
     for (const int index : {-1, 1}) {
-        window.prepareForRun();
+        window.beginRun(&loader);
         EXPECT_EQ(loggedBy([&] { window.copyStarted(index); }),
                   QStringList(u"copyStarted(for:): Wrong index supplied. This should definitely "
                               u"not happen."_s));
@@ -261,7 +261,7 @@ TEST_F(DownloadWindowTest, ARowThatIsNoneIsAnError)
 TEST_F(DownloadWindowTest, NoAnswerLeavesOkOnlyWhateverAnEarlierRunLeft)
 {
     addTitle(u"42"_s).downloadType = DownloadType::Ready;
-    window.prepareForRun();
+    window.beginRun(&loader);
     QueueWindow::postNoResponseFromServer();
     EXPECT_TRUE(shown().okEnabled && !shown().cancelEnabled);
     window.resetProgress();
@@ -276,7 +276,7 @@ TEST_F(DownloadWindowTest, TheBarNeverStartsBelowWhatIsReady)
     addTitle(u"42"_s).downloadType = DownloadType::Ready;
     addTitle(u"43"_s, 0);
     serveTitle("43", {.body = "content"});
-    window.prepareForRun();
+    window.beginRun(&loader);
     window.resetProgress();
     EXPECT_EQ(shown().bar, 50);
     bars.clear();
@@ -303,7 +303,7 @@ TEST_F(DownloadWindowTest, CancelStopsTheRunAndReloads)
     });
     EXPECT_EQ(events.mid(2), QStringList({u"loadData 2"_s, u"showBooksView"_s}));
     EXPECT_TRUE(printed.contains(u"\"Failed to download QNK contents for element ID 00042_en\""_s));
-    EXPECT_TRUE(window.isStopped());
+    EXPECT_TRUE(isStopped(window.phase()));
     EXPECT_EQ(shown().headline, u"label_stopped"_s);
 
     QueueWindow::postStartElementDownloads();
@@ -351,7 +351,7 @@ TEST_F(DownloadWindowTest, AFailedCopyEndsTheRunWithItsReason)
     ASSERT_TRUE(waitForEnd());
     EXPECT_EQ(events, QStringList(u"ended"_s));
     EXPECT_EQ(shown().headline, u"label_copy_failed"_s);
-    EXPECT_TRUE(window.isStopped() && shown().cancelEnabled);
+    EXPECT_TRUE(isStopped(window.phase()) && shown().cancelEnabled);
     setCurrentLanguage(u"de"_s);
     window.updateTexts();
     EXPECT_TRUE(shown().headline.contains(localized(u"copy_failed_gone"_s)));
@@ -365,7 +365,7 @@ TEST_F(DownloadWindowTest, APulledPenEndsTheRunUntilTheNext)
     addTitle(u"42"_s);
     serveTitle("42", {.body = bytes(1000), .fault = Fault::Stall, .faultAt = 500});
     QueueWindow::postStartElementDownloads();
-    window.penRemoved();
+    window.interrupt(RunPhase::PenRemoved);
     EXPECT_EQ(events, QStringList(u"ended"_s));
     EXPECT_FALSE(window.isWorking());
     QueueWindow::postDownloadPercentage(50);
@@ -376,8 +376,8 @@ TEST_F(DownloadWindowTest, APulledPenEndsTheRunUntilTheNext)
     EXPECT_EQ(shown().headline, u"label_pen_removed"_s);
     EXPECT_TRUE(shown().okEnabled && !shown().cancelEnabled);
 
-    window.prepareForRun();
-    EXPECT_FALSE(window.isStopped());
+    window.beginRun(&loader);
+    EXPECT_FALSE(isStopped(window.phase()));
     EXPECT_EQ(shown().headline, u"label_downloading"_s);
     EXPECT_EQ(shown().bar, 0);
     EXPECT_TRUE(isPending());
@@ -387,6 +387,9 @@ TEST_F(DownloadWindowTest, OkReloadsEmptiesTheQueueAndTidiesUp)
 {
     addTitle(u"42"_s).downloadType = DownloadType::Ready;
     pen.write(u".Spotlight/x"_s, "x");
+    QueueWindow::postStartElementDownloads();
+    ASSERT_TRUE(waitForEnd());
+    events.clear();
     window.okBtnKlicked();
     EXPECT_EQ(events, QStringList({u"loadData 1"_s, u"showBooksView"_s, u"close"_s}));
     EXPECT_TRUE(updateElements().isEmpty());
@@ -396,7 +399,7 @@ TEST_F(DownloadWindowTest, OkReloadsEmptiesTheQueueAndTidiesUp)
 TEST_F(DownloadWindowTest, OkDuringARunLeavesTheQueueToIt)
 {
     addTitle(u"42"_s);
-    window.prepareForRun();
+    window.beginRun(&loader);
     QueueWindow::postNoResponseFromServer();
     EXPECT_TRUE(shown().okEnabled);
     window.okBtnKlicked();

@@ -3,9 +3,9 @@
 #include "base/Localization.h"
 #include "download/DownloadWindowController.h"
 #include "download/LibraryReloading.h"
-#include "platform/Bundle.h"
 #include "sync/RowLoader.h"
 #include "tests/download/TransferTest.h"
+#include "tests/support/Configuration.h"
 
 class Library : public LibraryReloading
 {
@@ -30,30 +30,21 @@ class DownloadWindowTest : public TransferTest
 protected:
     DownloadWindowTest()
     {
-        QFile file(m_folder.filePath(QStringLiteral("Url.plist")));
-        EXPECT_TRUE(file.open(QFile::WriteOnly));
-        file.write("<plist version=\"1.0\"><dict>");
+        QList<std::pair<QString, QString>> addresses;
         for (const auto &[key, path] : {std::pair(URLFactory::streamingServerFilesKey, "/files/"),
                                         {URLFactory::streamingServerSoftwareKey, "/software/"},
                                         {URLFactory::mediaServerImageIsoVersionKey, "/iso"},
                                         {URLFactory::mediaServerFirmwareVersionKey, "/firmware"}})
-            file.write("<key>" + key.toUtf8() + "</key><string>" + server.address(path).toUtf8()
-                       + "</string>");
-        file.write("</dict></plist>");
-        file.close();
-        Bundle::setConfigurationFile(file.fileName());
+            addresses.append({key, server.address(path)});
+        m_configuration.set(propertyList(addresses));
         setCurrentLanguage(QStringLiteral("keys"));
 
-        window.setRowLoading(&loader);
+        window.beginRun(&loader);
         service.setDownloadWindowController(&window);
         window.setViewController(&library);
         connectSignals();
     }
-    ~DownloadWindowTest() override
-    {
-        Bundle::setConfigurationFile({});
-        setCurrentLanguage(QStringLiteral("de"));
-    }
+    ~DownloadWindowTest() override { setCurrentLanguage(QStringLiteral("de")); }
 
     void connectSignals()
     {
@@ -121,5 +112,5 @@ protected:
     DownloadWindowController window;
 
 private:
-    QTemporaryDir m_folder;
+    Configuration m_configuration;
 };

@@ -107,6 +107,7 @@ protected:
 
     void complete()
     {
+        controller.beginRun(nullptr);
         QSignalSpy completed(&controller, &DownloadWindowController::completed);
         DownloadWindowController::postNotification(QueueWindow::downloadComplete);
         ASSERT_TRUE(completed.wait());

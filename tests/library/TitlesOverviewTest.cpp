@@ -2,7 +2,7 @@
 
 #include "tests/library/ContentFixture.h"
 
-#include "tests/support/Output.h"
+#include "tests/support/Traces.h"
 
 #include "base/EmptyStateView.h"
 #include "library/ColoredTableView.h"

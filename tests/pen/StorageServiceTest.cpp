@@ -1,8 +1,8 @@
 #include "pen/StorageService.h"
 
-#include "tests/support/Output.h"
 #include "tests/support/PenTest.h"
 #include "tests/support/Printers.h"
+#include "tests/support/Traces.h"
 
 #include "base/Localization.h"
 #include "pen/ConfigureService.h"

@@ -1,9 +1,9 @@
 #include "pen/NavStorageItem.h"
 #include "pen/StorageController.h"
 
-#include "tests/support/Output.h"
 #include "tests/support/PenTest.h"
 #include "tests/support/Printers.h"
+#include "tests/support/Traces.h"
 
 #include "base/ColorConstants.h"
 #include "base/ImageView.h"

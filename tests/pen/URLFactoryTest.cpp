@@ -1,6 +1,7 @@
 #include "pen/URLFactory.h"
 
-#include "platform/Bundle.h"
+#include "platform/Address.h"
+#include "tests/support/Configuration.h"
 #include "tests/support/PenTest.h"
 #include "tests/support/Printers.h"
 #include "tests/support/Rows.h"
@@ -125,7 +126,7 @@ TEST_F(URLFactoryTest, KeepsOddFileNames)
 {
     const QUrl folder = URLFactory::getBookURL().value();
     for (const QString &fileName : {u"a%20b.txt"_s, u"ä#1?.png"_s, u"100%.qnk"_s, u" x "_s})
-        EXPECT_EQ(URLFactory::fileURL(folder, fileName).path(QUrl::FullyDecoded),
+        EXPECT_EQ(pathOf(URLFactory::fileURL(folder, fileName)),
                   u"/Volumes/QUILLO/book/"_s + fileName);
 }
 
@@ -142,15 +143,11 @@ TEST(MidExpression, TakesUpToFourDigits)
 
 TEST(ServerValues, AreTextsOfTheConfiguration)
 {
-    const QTemporaryDir folder;
-    QFile file(folder.filePath(u"Url.plist"_s));
-    ASSERT_TRUE(file.open(QFile::WriteOnly));
-    file.write("<plist version=\"1.0\"><dict><key>SHOP_URL</key><string>http://a/?b&amp;c</string>"
-               "<key>LOG_POST_URL</key><integer>7</integer></dict></plist>");
-    file.close();
-    Bundle::setConfigurationFile(file.fileName());
+    const Configuration configuration;
+    configuration.set(
+        propertyList({{URLFactory::shopKey, u"http://a/?b&c"_s}})
+            .replace("</dict>", "<key>LOG_POST_URL</key><integer>7</integer></dict>"));
     EXPECT_EQ(URLFactory::getServerValue(URLFactory::shopKey), u"http://a/?b&c"_s);
     EXPECT_EQ(URLFactory::getServerValue(URLFactory::logPostKey), std::nullopt);
     EXPECT_EQ(URLFactory::getServerValue(URLFactory::dummyVideoKey), std::nullopt);
-    Bundle::setConfigurationFile({});
 }

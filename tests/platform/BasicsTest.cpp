@@ -4,11 +4,11 @@
 #include "platform/StandardOutput.h"
 #include "tests/support/Traces.h"
 
+#include <QTemporaryFile>
 #include <QTest>
 #include <QTimer>
 
 #include <thread>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -48,21 +48,14 @@ TEST(StandardOutput, ShowsDebugLinesQuoted)
 
 TEST(StandardOutput, IsWrittenOutWhenTheEventLoopRests)
 {
-    int ends[2];
-    ASSERT_EQ(::pipe(ends), 0);
-    const int standardOutput = ::dup(STDOUT_FILENO);
-    std::fflush(stdout);
-    ::dup2(ends[1], STDOUT_FILENO);
+    QTemporaryFile file;
+    ASSERT_TRUE(file.open() && printTo(file.fileName()));
     print(u"line"_s);
     QTimer::singleShot(1ms, qApp, &QCoreApplication::quit);
     QCoreApplication::exec();
-    ::dup2(standardOutput, STDOUT_FILENO);
-    ::close(ends[1]);
-    ::close(standardOutput);
-    char buffer[16] = {};
-    EXPECT_EQ(::read(ends[0], buffer, sizeof(buffer)), 5);
-    EXPECT_STREQ(buffer, "line\n");
-    ::close(ends[0]);
+    EXPECT_EQ(file.readAll(), "line\n");
+    EXPECT_FALSE(printTo(u"/no/such/file"_s));
+    EXPECT_TRUE(printTo(u"/dev/stdout"_s));
 }
 
 TEST(NotificationCenter, TellsObserversInOrderWhileTheyLive)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/SystemVolumes.h"
+#include "tests/platform/VolumeNames.h"
 
 #include <atomic>
 #include <mutex>
@@ -15,7 +16,6 @@ public:
     QByteArray text() override
     {
         const std::lock_guard lock(m_mutex);
-        ++m_reads;
         return QByteArray::fromStdString(m_text);
     }
 
@@ -36,16 +36,9 @@ public:
         Q_EMIT changed();
     }
 
-    [[nodiscard]] int reads()
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_reads;
-    }
-
 private:
     std::mutex m_mutex;
     std::string m_text;
-    int m_reads = 0;
     std::atomic<bool> m_changed = false;
 };
 
@@ -55,12 +48,4 @@ inline QByteArray mediumLine(const QByteArray &name, int id = 90)
 {
     return QByteArray::number(id) + " 22 8:17 / /media/anna/" + name
            + " rw,nosuid shared:5 - vfat /dev/sdb1 rw,uid=1000";
-}
-
-inline QStringList namesOf(const QList<Volume> &volumes)
-{
-    QStringList names;
-    for (const Volume &volume : volumes)
-        names.append(volume.name);
-    return names;
 }

@@ -16,14 +16,14 @@ public:
 
     FaultyCalls()
     {
-        const FileCalls &real = FileCalls::system();
-        calls.openat = guarded("openat", real.openat);
-        calls.pread = guarded("pread", real.pread);
-        calls.syncFileRange = guarded("syncFileRange", real.syncFileRange);
-        calls.fdatasync = guarded("fdatasync", real.fdatasync);
-        calls.fsync = guarded("fsync", real.fsync);
-        calls.unlinkat = guarded("unlinkat", real.unlinkat);
-        calls.fstatvfs = guarded("fstatvfs", real.fstatvfs);
+        guard("openat", calls.openat);
+        guard("pread", calls.pread);
+        guard("syncFileRange", calls.syncFileRange);
+        guard("fdatasync", calls.fdatasync);
+        guard("fsync", calls.fsync);
+        guard("renameat", calls.renameat);
+        guard("unlinkat", calls.unlinkat);
+        guard("fstatvfs", calls.fstatvfs);
         calls.write = [this](int file, const void *data, size_t size) -> ssize_t {
             return fails("write") ? -1 : ::write(file, data, std::min(size, longestWrite));
         };
@@ -32,10 +32,9 @@ public:
             const int result = ::close(file); // a close that fails has closed all the same
             return failing ? -1 : result;
         };
-        calls.renameat = guarded("renameat", real.renameat);
     }
 
-    FileCalls calls;
+    FileCalls calls = FileCalls::system();
     QByteArrayList made;
     qsizetype failAt = -1; ///< index into `made`
     QByteArray failKind;   ///< or every call of this kind
@@ -45,10 +44,9 @@ public:
 
 private:
     template <typename Result, typename... Arguments>
-    std::function<Result(Arguments...)> guarded(const char *kind,
-                                                std::function<Result(Arguments...)> real)
+    void guard(const char *kind, std::function<Result(Arguments...)> &call)
     {
-        return [this, kind, real](Arguments... arguments) -> Result {
+        call = [this, kind, real = call](Arguments... arguments) -> Result {
             return fails(kind) ? -1 : real(arguments...);
         };
     }

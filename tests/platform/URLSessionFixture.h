@@ -1,19 +1,35 @@
 #pragma once
 
+#include "platform/IncomingFile.h"
 #include "platform/URLSession.h"
 #include "tests/support/FaultServer.h"
 #include "tests/support/Printers.h"
 #include "tests/support/Rows.h"
 
+#include <QDir>
 #include <QElapsedTimer>
-#include <QStringList>
+#include <QFile>
 #include <QTemporaryDir>
+#include <QTest>
 
+#include <atomic>
+#include <map>
 #include <mutex>
+#include <numeric>
+#include <set>
 #include <thread>
 
 /// Bytes that look different at every place.
-[[nodiscard]] QByteArray pattern(qsizetype size, quint32 seed = 1);
+[[nodiscard]] inline QByteArray pattern(qsizetype size, quint32 seed = 1)
+{
+    QByteArray bytes(size, Qt::Uninitialized);
+    quint32 state = seed * 2654435761U + 1;
+    for (char &byte : bytes) {
+        state = state * 1664525U + 1013904223U;
+        byte = static_cast<char>(state >> 24);
+    }
+    return bytes;
+}
 
 /// What was told of one task.
 struct Told
@@ -31,11 +47,15 @@ struct Told
     QByteArray content; ///< of the file once it was placed
     std::optional<URLError> error;
     std::optional<URLResponse> response; ///< as seen in didComplete
-    bool ended = false;
 
+    [[nodiscard]] bool ended() const { return calls.contains(QStringLiteral("complete")); }
     [[nodiscard]] QString errorText() const { return error ? error->description : QString(); }
     [[nodiscard]] bool isResumable() const { return error && error->rest; }
-    [[nodiscard]] qint64 written() const;
+    [[nodiscard]] qint64 written() const
+    {
+        return std::accumulate(progress.begin(), progress.end(), qint64(0),
+                               [](qint64 sum, const Progress &step) { return sum + step.written; });
+    }
 };
 
 /// Places what a session has loaded and writes down what it tells. The hooks run on the session's
@@ -47,29 +67,83 @@ public:
 
     TransferRecorder() { m_clock.start(); }
 
-    void didWriteData(const Task &task, qint64 written, qint64 total, qint64 expected) override;
-    void didFinishDownloading(const Task &task, const std::shared_ptr<IncomingFile> &file) override;
-    void didFinishCollectingMetrics(const Task &task) override;
-    void didComplete(const Task &task, const std::optional<URLError> &error) override;
+    void didWriteData(const Task &task, qint64 written, qint64 total, qint64 expected) override
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            Told &told = note(task);
+            told.progress.append({written, total, expected, m_clock.elapsed()});
+            if (!told.calls.isEmpty())
+                told.calls.append(QStringLiteral("wrote"));
+        }
+        if (onWrite)
+            onWrite(task);
+    }
+    void didFinishDownloading(const Task &task, const std::shared_ptr<IncomingFile> &file) override
+    {
+        const FileFailure problem = file->place(task->stopToken());
+        QFile placed(task->request().target);
+        {
+            const std::lock_guard lock(m_mutex);
+            Told &told = note(task);
+            told.calls.append(problem ? problem.text : QStringLiteral("finished"));
+            told.content = placed.open(QIODevice::ReadOnly) ? placed.readAll() : "unreadable";
+        }
+        placed.remove();
+        if (onFinish)
+            onFinish();
+    }
+    void didFinishCollectingMetrics(const Task &task) override
+    {
+        const std::lock_guard lock(m_mutex);
+        note(task).calls.append(QStringLiteral("metrics"));
+    }
+    void didComplete(const Task &task, const std::optional<URLError> &error) override
+    {
+        const std::lock_guard lock(m_mutex);
+        Told &told = note(task);
+        told.calls.append(QStringLiteral("complete"));
+        told.error = error;
+        told.response = task->response();
+    }
 
-    [[nodiscard]] Told of(const Task &task) const;
-    [[nodiscard]] bool waitForEnd(const Task &task, int timeout = 30'000) const;
-    [[nodiscard]] int calls() const;
+    [[nodiscard]] Told of(const Task &task) const
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto told = m_told.find(task);
+        return told == m_told.end() ? Told() : told->second;
+    }
+    [[nodiscard]] bool waitForEnd(const Task &task) const
+    {
+        return QTest::qWaitFor([&] { return of(task).ended(); }, 30'000);
+    }
     /// Lets go of all that was told, the rests of broken transfers too.
-    void forget();
-    /// The one thread all calls came on; absent when there was none or more than one.
-    [[nodiscard]] std::optional<std::thread::id> thread() const;
+    void forget()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_told.clear();
+    }
+    /// Those that calls came on.
+    [[nodiscard]] std::set<std::thread::id> threads() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_threads;
+    }
 
     std::function<void(const Task &task)> onWrite;
     std::function<void()> onFinish;
 
 private:
-    Told &note(const Task &task);
+    Told &note(const Task &task)
+    {
+        m_threads.insert(std::this_thread::get_id());
+        return m_told[task];
+    }
 
     mutable std::mutex m_mutex;
     QElapsedTimer m_clock;
-    std::vector<std::pair<Task, Told>> m_told; ///< the tasks stay, so that no address comes back
-    std::vector<std::thread::id> m_threads;
+    std::map<Task, Told> m_told;
+    std::set<std::thread::id> m_threads;
 };
 
 inline const QStringList success{QStringLiteral("finished"), QStringLiteral("metrics"),
@@ -86,25 +160,72 @@ protected:
     using Length = FaultServer::Length;
     using Ranges = FaultServer::Ranges;
     using Reply = FaultServer::Reply;
+    using Task = TransferRecorder::Task;
 
-    URLSessionFixture();
-    ~URLSessionFixture() override;
+    URLSessionFixture()
+    {
+        qputenv("TMPDIR", temporary.path().toUtf8());
+        session = std::make_unique<URLSession>(&recorder);
+    }
+    ~URLSessionFixture() override
+    {
+        session.reset();
+        qunsetenv("TMPDIR");
+    }
 
-    /// A download under way.
-    [[nodiscard]] TransferRecorder::Task begin(const QByteArray &path);
-    [[nodiscard]] Told download(const QUrl &url);
-    [[nodiscard]] Told download(const QByteArray &path) { return download(server.url(path)); }
-    /// Goes on with what the failed transfer left.
-    [[nodiscard]] Told resume(const Told &failed, const QByteArray &path = "/file");
-    [[nodiscard]] Told run(const TransferRecorder::Task &task);
-    [[nodiscard]] DataTaskResult fetch(const URLRequest &request);
-    [[nodiscard]] DataTaskResult fetch(const QByteArray &path, const QByteArray &method = "GET");
-    [[nodiscard]] TransferRecorder::Task newTask(const QByteArray &path)
+    [[nodiscard]] Task newTask(const QByteArray &path)
     {
         return session->downloadTask({server.url(path), target});
     }
+    /// A download under way.
+    [[nodiscard]] Task begin(const QByteArray &path = "/file")
+    {
+        auto task = newTask(path);
+        task->resume();
+        return task;
+    }
+    [[nodiscard]] Told download(const QUrl &url)
+    {
+        return run(session->downloadTask({url, target}));
+    }
+    [[nodiscard]] Told download(const QByteArray &path) { return download(server.url(path)); }
+    /// Goes on with what the failed transfer left.
+    [[nodiscard]] Told resume(const Told &failed, const QByteArray &path = "/file")
+    {
+        return run(session->downloadTask({server.url(path), target, -1, -1, failed.error->rest}));
+    }
+    [[nodiscard]] Told run(const Task &task)
+    {
+        task->resume();
+        EXPECT_TRUE(recorder.waitForEnd(task)) << "the task never ended";
+        return recorder.of(task);
+    }
+    [[nodiscard]] DataTaskResult fetch(const URLRequest &request)
+    {
+        struct State
+        {
+            DataTaskResult result;
+            std::atomic<int> told = 0;
+        };
+        const auto state = std::make_shared<State>();
+        session->dataTask(request, [state](const DataTaskResult &result) {
+            state->result = result;
+            EXPECT_EQ(++state->told, 1);
+        });
+        EXPECT_TRUE(QTest::qWaitFor([&] { return state->told > 0; }, 30'000))
+            << "the completion never ran";
+        return state->told > 0 ? state->result : DataTaskResult();
+    }
+    [[nodiscard]] DataTaskResult fetch(const QByteArray &path, const QByteArray &method = "GET")
+    {
+        return fetch({server.url(path), method, {}, {}});
+    }
     /// What lies in the target's folder, hidden files too.
-    [[nodiscard]] QStringList files() const;
+    [[nodiscard]] QStringList files() const
+    {
+        return QDir(temporary.path())
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    }
 
     QTemporaryDir temporary;
     const QString target = temporary.filePath(QStringLiteral("target"));

@@ -2,6 +2,7 @@
 
 #include "platform/IncomingFile.h"
 
+#include <QFile>
 #include <QTest>
 
 using namespace std::chrono_literals;
@@ -67,50 +68,35 @@ TEST_F(URLSessionResumeTest, UsesTheDateWhereTheTagIsWeak)
     EXPECT_EQ(server.requests().last().header("If-Range"), date);
 }
 
-TEST_F(URLSessionResumeTest, ManyTimes)
+TEST_F(URLSessionResumeTest, ManyTimesAlsoWhereNoAnswerCame)
 {
-    QList<Reply> replies;
-    for (int attempt = 0; attempt < 3; ++attempt)
-        replies.append({.body = body, .fault = Fault::Close, .faultAt = 50'000});
-    replies.append({.body = body});
-    Told told = firstAttempt(replies);
-    for (int attempt = 0; attempt < 3; ++attempt) {
+    const Reply cut{.body = body, .fault = Fault::Close, .faultAt = 50'000};
+    Told told = firstAttempt({cut, cut, Reply::closeBeforeHeader(), cut, {.body = body}});
+    for (int attempt = 0; attempt < 4; ++attempt) {
         told = resume(told);
         ASSERT_TRUE(told.isResumable()) << qPrintable(told.errorText());
+        EXPECT_EQ(told.response.has_value(), attempt != 2);
     }
     EXPECT_TRUE(resume(told).content == body);
     EXPECT_EQ(server.requests().last().header("Range"), "bytes=250000-");
 }
 
-TEST_F(URLSessionResumeTest, AnAttemptWithoutAnAnswerKeepsWhatThereIs)
-{
-    const Told first = firstAttempt({Reply::closeBeforeHeader(), {.body = body}});
-    const Told second = resume(first);
-    ASSERT_TRUE(second.isResumable());
-    EXPECT_FALSE(second.response);
-    EXPECT_TRUE(resume(second).content == body);
-    EXPECT_EQ(server.requests().last().header("Range"), "bytes=100000-");
-}
-
 TEST_F(URLSessionResumeTest, FollowsARedirectWithItsRange)
 {
     server.serve("/moved", Reply::redirect("/file"));
-    server.serveInTurn(
-        "/file", {{.body = body, .fault = Fault::Close, .faultAt = firstPart}, {.body = body}});
-    const Told first = download("/moved");
-    ASSERT_TRUE(first.isResumable());
+    const Told first = firstAttempt({{.body = body}});
     EXPECT_TRUE(resume(first, "/moved").content == body);
-    EXPECT_EQ(server.requests("/moved").last().header("Range"), "bytes=100000-");
     EXPECT_EQ(server.requests("/file").last().header("Range"), "bytes=100000-");
 }
 
+struct Row
+{
+    const char *name;
+    FaultServer::Reply reply;
+};
+
 TEST_F(URLSessionResumeTest, StartsOverWhenThereIsAnotherFile)
 {
-    struct Row
-    {
-        const char *name;
-        Reply reply;
-    };
     forEachRow<Row>({{"FileChangedToAShorterOne", {.body = pattern(1000, 2)}},
                      {"RangeIgnored", {.body = body, .ranges = Ranges::Ignored}},
                      {"TagChanged", {.body = body, .etag = "\"new\""}}},
@@ -127,11 +113,6 @@ TEST_F(URLSessionResumeTest, StartsOverWhenThereIsAnotherFile)
 
 TEST_F(URLSessionResumeTest, AnUnfitPartFailsWithoutSplicing)
 {
-    struct Row
-    {
-        const char *name;
-        Reply reply;
-    };
     forEachRow<Row>(
         {{"OfAChangedFile", {.body = pattern(size, 2), .ranges = Ranges::WithoutIfRange}},
          {"WithoutContentRange",
@@ -174,11 +155,24 @@ TEST_F(URLSessionResumeTest, AnUnknownTotalIsAskedOfThePart)
     EXPECT_EQ(told.progress.last().expected, size);
 }
 
-TEST_F(URLSessionResumeTest, AWholeRestIsNotAskedFor)
+TEST_F(URLSessionResumeTest, AWholeRestIsNotAskedForAndStaysOnTheComputerWhenCancelled)
 {
-    PartialDownload whole{std::make_shared<IncomingFile>(target), {}, 5};
+    FileCalls tight = FileCalls::system();
+    tight.fstatvfs = [](int, struct statvfs *system) {
+        *system = {};
+        system->f_frsize = 1;
+        system->f_blocks = 1000;
+        return 0;
+    };
+    QFile old(target);
+    ASSERT_TRUE(old.open(QFile::WriteOnly) && old.write("old") > 0);
+    old.close();
+    PartialDownload whole{std::make_shared<IncomingFile>(target, tight), {}, 5};
     ASSERT_FALSE(whole.file->begin(5));
     ASSERT_FALSE(whole.file->append("hello", 5));
+    const auto cancelled = session->downloadTask({server.url("/file"), target, -1, -1, whole});
+    cancelled->cancel();
+    EXPECT_EQ(run(cancelled).errorText(), QStringLiteral("Abgebrochen"));
     const Told told = run(session->downloadTask({server.url("/file"), target, -1, -1, whole}));
     EXPECT_EQ(told.calls, success);
     EXPECT_EQ(told.content, "hello");

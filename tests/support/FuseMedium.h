@@ -6,9 +6,9 @@
 
 struct MediumControl;
 
-/// Makes a folder a medium of its own while it lives: what the folder held is on it, what is
-/// written on it stays in the folder. For tests of what a disk in the computer never does. Needs
-/// FUSE; a test begins with
+/// Makes a folder a medium of its own while it lives, with the rules of FAT: what the folder held
+/// is on it, what is written on it stays in the folder. For tests of what a disk in the computer
+/// never does. Needs FUSE; a test begins with
 ///
 ///     if (!medium.isAvailable())
 ///         GTEST_SKIP() << qPrintable(medium.reason());
@@ -18,15 +18,10 @@ class FuseMedium
 {
 public:
     enum class Kind {
-        Plain, ///< the rules of the file system below
-        Fat,   ///< names, times and lengths as on FAT; each write goes to the medium at once
+        Fat, ///< names, times and lengths as on FAT; each write goes to the medium at once
         /// The same, but writes are kept and handed on later, as to a real stick. Times of what was
         /// written are cut to one second only; what a fault leaves of a file may have holes.
         FatWriteBack,
-        /// A FAT image through "fusefat", without any of the faults below. That program is sound
-        /// only for some thirty files to a folder that are made, written once, flushed, renamed,
-        /// read and removed; never for writing again what is there.
-        FatImage,
     };
 
     explicit FuseMedium(const QString &folder, Kind kind = Kind::Fat);
@@ -42,9 +37,7 @@ public:
     void failWritesAfter(qint64 bytes, int error);
     /// The medium dies in the middle of the write that goes beyond the next `bytes`: everything
     /// fails from there on, but it stays mounted.
-    void dieAfter(qint64 bytes);
-    /// The same, now. Not for an image.
-    void die();
+    void dieAfter(qint64 bytes) { failWritesAfter(bytes, 0); }
     /// From now on every fsync() fails with this errno value; 0 for none.
     void failFlushes(int error);
     /// Files, in whole clusters of 4 KiB, take this much at most, and statfs() says so; 0 for as
@@ -57,23 +50,16 @@ public:
     void heal();
 
     [[nodiscard]] qint64 written() const;
-    [[nodiscard]] qint64 flushes() const;
 
     /// Takes the medium away at once, as a pen is pulled: what is open on it is broken, what it
-    /// held can be looked at in the folder. What an image held is gone. For a pen of PenFolder call
-    /// its pullOut() right behind it; after plugIn() lay a new medium over it.
+    /// held can be looked at in the folder. For a pen of PenFolder call its pullOut() right behind
+    /// it; after plugIn() lay a new medium over it.
     void pull();
 
-    /// Takes the image away in good order; what "fsck.fat" has to say against it.
-    [[nodiscard]] QString faultsOfImage();
-
 private:
-    void mountFaults();
-    void mountImage();
-    [[nodiscard]] QString imageFile() const;
+    void mount(Kind kind);
 
     const QString m_folder;
-    const Kind m_kind;
     QTemporaryDir m_files;
     MediumControl *m_control = nullptr;
     QProcess m_program;

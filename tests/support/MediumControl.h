@@ -7,11 +7,9 @@
 /// have mapped. Zeros are a medium without faults.
 struct MediumControl
 {
-    // Told, before the medium is mounted.
-    std::atomic<bool> likeFat = false;
-    std::atomic<bool> writeBack = false; ///< the kernel takes writes and hands them on later
+    std::atomic<bool> writeBack = false; ///< before mounting: the kernel hands writes on later
 
-    // Told at any time.
+    // At any time.
     std::atomic<bool> failsWrites = false;
     std::atomic<std::int64_t> failWritesAt = 0; ///< from this value of `written` on
     std::atomic<int> writeError = 0;            ///< an errno value; 0 ends the program instead
@@ -22,7 +20,5 @@ struct MediumControl
     std::atomic<std::int64_t> toldFree = 0;
     std::atomic<std::int64_t> bytesPerSecond = 0; ///< 0 for no limit
 
-    // Heard.
-    std::atomic<std::int64_t> written = 0; ///< bytes that reached the medium
-    std::atomic<std::int64_t> flushes = 0;
+    std::atomic<std::int64_t> written = 0; ///< heard: bytes that reached the medium
 };

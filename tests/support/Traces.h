@@ -1,11 +1,10 @@
 #pragma once
 
 #include "platform/FileManager.h"
+#include "tests/support/Printers.h"
 
 #include <QFile>
 #include <QStringList>
-
-#include <gtest/gtest.h>
 
 // What the program leaves behind for those who look for a fault: its log and its standard output.
 
@@ -39,21 +38,38 @@ template <typename Work>
     return logEntries();
 }
 
-/// The lines of a captured standard output, without those that name the log.
-[[nodiscard]] inline QStringList capturedLines()
+/// Standard output from construction to lines(), without the lines that name the log.
+class CapturedOutput
 {
-    QStringList lines = QString::fromStdString(testing::internal::GetCapturedStdout())
-                            .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    lines.removeIf(
-        [](const QString &line) { return line.startsWith(QStringLiteral("FilePath: ")); });
-    return lines;
-}
+public:
+    CapturedOutput() { testing::internal::CaptureStdout(); }
+    ~CapturedOutput()
+    {
+        if (!m_taken)
+            testing::internal::GetCapturedStdout();
+    }
+    CapturedOutput(const CapturedOutput &) = delete;
+    CapturedOutput &operator=(const CapturedOutput &) = delete;
+
+    [[nodiscard]] QStringList lines()
+    {
+        m_taken = true;
+        QStringList lines = QString::fromStdString(testing::internal::GetCapturedStdout())
+                                .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        lines.removeIf(
+            [](const QString &line) { return line.startsWith(QStringLiteral("FilePath: ")); });
+        return lines;
+    }
+
+private:
+    bool m_taken = false;
+};
 
 /// The lines that `work` prints.
 template <typename Work>
 [[nodiscard]] QStringList printedBy(const Work &work)
 {
-    testing::internal::CaptureStdout();
+    CapturedOutput output;
     work();
-    return capturedLines();
+    return output.lines();
 }

@@ -3,13 +3,11 @@
 #include "library/ElementService.h"
 #include "library/LibraryLists.h"
 #include "pen/URLFactory.h"
-#include "platform/Bundle.h"
 #include "platform/FileManager.h"
 #include "platform/SharedSession.h"
-#include "tests/support/Output.h"
+#include "tests/support/Traces.h"
 
 #include <QBuffer>
-#include <QFile>
 #include <QImage>
 #include <QTest>
 
@@ -42,7 +40,7 @@ UpdateRig::UpdateRig()
     : volumes(pen.volumes())
 {
     FileManager::setVolumeSource(&volumes);
-    QFile::remove(logPath());
+    removeLog();
     configure();
     pen.write(u"configure/settings.ini"_s, "firmwareVersion=1\nImageVersion=1\n");
     server.serve("/imageversion", "1");
@@ -64,22 +62,13 @@ UpdateRig::~UpdateRig()
 
 void UpdateRig::configure(const QStringList &missingKeys, const QByteArray &instead)
 {
-    QByteArray list = R"(<?xml version="1.0" encoding="UTF-8"?><plist version="1.0"><dict>)";
+    QList<std::pair<QString, QString>> texts;
     for (const auto &[key, path] : addresses()) {
         const bool missing = missingKeys.contains(key);
         if (!missing || !instead.isEmpty())
-            list += "<key>" + key.toUtf8() + "</key><string>"
-                    + (missing ? instead : server.address(path).toUtf8()) + "</string>";
+            texts.append({key, missing ? QString::fromUtf8(instead) : server.address(path)});
     }
-    configureWith(list + "</dict></plist>");
-}
-
-void UpdateRig::configureWith(const QByteArray &propertyList)
-{
-    QFile file(m_configuration.filePath(u"Url.plist"_s));
-    if (file.open(QIODevice::WriteOnly))
-        file.write(propertyList);
-    Bundle::setConfigurationFile(file.fileName());
+    configureWith(propertyList(texts));
 }
 
 QByteArray UpdateRig::title(int mid, const QByteArray &name, const QByteArray &areaCode)

@@ -3,10 +3,9 @@
 #include "download/LibraryReloading.h"
 #include "platform/FolderVolumes.h"
 #include "sync/UpdateService.h"
+#include "tests/support/Configuration.h"
 #include "tests/support/FaultServer.h"
 #include "tests/support/PenFolder.h"
-
-#include <QTemporaryDir>
 
 #include <memory>
 
@@ -20,7 +19,7 @@ public:
     /// Every key with an address on the server, but those named, which have `instead` or nothing.
     void configure(const QStringList &missingKeys = {}, const QByteArray &instead = {});
     /// The shipped list replaced by these bytes.
-    void configureWith(const QByteArray &propertyList);
+    void configureWith(const QByteArray &content) { m_configuration.set(content); }
 
     /// Title data for one title as the media server writes it.
     [[nodiscard]] static QByteArray title(int mid, const QByteArray &name,
@@ -47,7 +46,7 @@ public:
     std::unique_ptr<UpdateService> service;
 
 private:
-    QTemporaryDir m_configuration;
+    Configuration m_configuration;
     int m_endedRuns = 0;
 };
 

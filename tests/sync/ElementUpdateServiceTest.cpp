@@ -6,8 +6,8 @@
 #include "sync/LogPostService.h"
 #include "sync/PenTitles.h"
 #include "sync/VersionService.h"
-#include "tests/support/Output.h"
 #include "tests/support/Rows.h"
+#include "tests/support/Traces.h"
 #include "tests/support/UpdateRig.h"
 
 #include <QFileInfo>

@@ -32,9 +32,8 @@ TEST(RequestAddresses, AreTheConfiguredPrefixesWithTheirSegments)
 TEST(RequestAddresses, AreEncodedOrTellThatTheValueIsNone)
 {
     UpdateRig rig;
-    rig.configureWith("<plist version=\"1.0\"><dict><key>LOG_POST_URL</key>"
-                      "<string>not an address</string><key>MEDIA_SERVER_VERSIONS_URL</key>"
-                      "<string>http://host/v \xc3\xbc</string></dict></plist>");
+    rig.configureWith(propertyList({{u"LOG_POST_URL"_s, u"not an address"_s},
+                                    {u"MEDIA_SERVER_VERSIONS_URL"_s, u"http://host/v ü"_s}}));
     EXPECT_EQ(versionsURL().value_or(QUrl()).toString(QUrl::FullyEncoded),
               u"http://host/v%20%C3%BC"_s);
     EXPECT_EQ(printedBy([] { EXPECT_EQ(configuredURL(URLFactory::logPostKey), std::nullopt); }),

@@ -11,7 +11,7 @@ using Reply = FaultServer::Reply;
 
 namespace {
 
-using UpdateRunFaults = UpdateRun;
+using UpdateRunFaults = UpdateRunTest;
 
 TEST_F(UpdateRunFaults, BrokenAnswersEndTheRunAndLeaveTheTitleAlone)
 {
@@ -54,9 +54,8 @@ TEST_F(UpdateRunFaults, BrokenAnswersEndTheRunAndLeaveTheTitleAlone)
 TEST_F(UpdateRunFaults, NoServerAtAll)
 {
     rig.putTitle(u"00042_en"_s, 2);
-    rig.configureWith("<plist version=\"1.0\"><dict><key>MEDIA_SERVER_VERSIONS_URL</key><string>"
-                      "http://127.0.0.1:1/v</string><key>MEDIA_SERVER_MEDIAS_URL</key><string>"
-                      "http://127.0.0.1:1/m</string></dict></plist>");
+    rig.configureWith(propertyList({{u"MEDIA_SERVER_VERSIONS_URL"_s, u"http://127.0.0.1:1/v"_s},
+                                    {u"MEDIA_SERVER_MEDIAS_URL"_s, u"http://127.0.0.1:1/m"_s}}));
     CapturedOutput output;
     ASSERT_TRUE(rig.run());
     EXPECT_EQ(output.lines().filter(u"Failed to connect to 127.0.0.1"_s).size(), 3);
@@ -129,7 +128,7 @@ TEST_F(UpdateRunFaults, BrokenContentNeverReplacesTheOld)
 }
 
 /// Covers of ten titles that are up to date, beside an outdated one.
-class UpdateRunCovers : public UpdateRun
+class UpdateRunCovers : public UpdateRunTest
 {
 protected:
     UpdateRunCovers()

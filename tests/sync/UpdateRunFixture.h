@@ -3,7 +3,7 @@
 #include "base/Localization.h"
 #include "download/DownloadWindowController.h"
 #include "library/DownloadQueue.h"
-#include "tests/support/Output.h"
+#include "tests/support/Traces.h"
 #include "tests/support/UpdateRig.h"
 
 #include <QSignalSpy>
@@ -12,7 +12,7 @@
 #include <gmock/gmock.h>
 
 /// Whole update runs over titles with the mids 42 and 43.
-class UpdateRun : public testing::Test
+class UpdateRunTest : public testing::Test
 {
 protected:
     using Fault = FaultServer::Fault;

@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// What a run must not take from the pen, however it goes.
-class UpdateRunKeeps : public UpdateRun
+class UpdateRunKeeps : public UpdateRunTest
 {
 protected:
     void expectLog(const QByteArray &text)

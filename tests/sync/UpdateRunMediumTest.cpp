@@ -10,7 +10,7 @@ namespace {
 constexpr qint64 megabyte = 1'000'000;
 
 /// Whole runs onto a pen that is small, or fails, with the rules of FAT.
-class UpdateRunMedium : public UpdateRun
+class UpdateRunMedium : public UpdateRunTest
 {
 protected:
     void SetUp() override

@@ -10,7 +10,7 @@ using testing::IsSupersetOf;
 
 namespace {
 
-TEST_F(UpdateRun, BringsAnOutdatedTitleUpToDate)
+TEST_F(UpdateRunTest, BringsAnOutdatedTitleUpToDate)
 {
     serveOneOutdatedTitle();
     ASSERT_TRUE(rig.run());
@@ -27,7 +27,7 @@ TEST_F(UpdateRun, BringsAnOutdatedTitleUpToDate)
                 ElementsAre(u"00042_en.png"_s, u"00042_en.qnk"_s, u"00042_en.txt"_s));
 }
 
-TEST_F(UpdateRun, AsksWithTheExactAddresses)
+TEST_F(UpdateRunTest, AsksWithTheExactAddresses)
 {
     rig.putTitle(u"00042_en"_s, 2);
     rig.putTitle(u"01234_en"_s, 1);
@@ -59,7 +59,7 @@ TEST_F(UpdateRun, AsksWithTheExactAddresses)
     EXPECT_TRUE(onPen(u".txt"_s, u"00007_de"_s).startsWith("Name: Neu\n"));
 }
 
-TEST_F(UpdateRun, WhatIsAskedForAnewIsReplacedOnlyByTheWholeNew)
+TEST_F(UpdateRunTest, WhatIsAskedForAnewIsReplacedOnlyByTheWholeNew)
 {
     rig.putTitle(u"01234_en"_s, 1);
     const auto ask = [this] {
@@ -80,7 +80,7 @@ TEST_F(UpdateRun, WhatIsAskedForAnewIsReplacedOnlyByTheWholeNew)
     EXPECT_TRUE(onPen(u".txt"_s, u"01234_en"_s).startsWith("Name: Neu\n"));
 }
 
-TEST_F(UpdateRun, TracesItsStepsInTheLog)
+TEST_F(UpdateRunTest, TracesItsStepsInTheLog)
 {
     serveOneOutdatedTitle();
     ASSERT_TRUE(rig.run());
@@ -103,7 +103,7 @@ TEST_F(UpdateRun, TracesItsStepsInTheLog)
     expectInOrder({u"in 2"_s});
 }
 
-TEST_F(UpdateRun, SaysWhatItDecidesOnTheDebugLog)
+TEST_F(UpdateRunTest, SaysWhatItDecidesOnTheDebugLog)
 {
     rig.putTitle(u"00042_en"_s, 2);
     rig.putTitle(u"00043_en"_s, 5);
@@ -135,7 +135,7 @@ TEST_F(UpdateRun, SaysWhatItDecidesOnTheDebugLog)
     EXPECT_TRUE(onPen(u".txt"_s, u"00043_en"_s).startsWith("Name: Pirat\n"));
 }
 
-TEST_F(UpdateRun, WithoutPenAsksNobody)
+TEST_F(UpdateRunTest, WithoutPenAsksNobody)
 {
     rig.pen.remove(u"configure/settings.ini"_s);
     CapturedOutput output;
@@ -146,7 +146,7 @@ TEST_F(UpdateRun, WithoutPenAsksNobody)
     EXPECT_TRUE(rig.server.requests().isEmpty());
 }
 
-TEST_F(UpdateRun, FetchesContentCoverAndMetadataThatAreMissing)
+TEST_F(UpdateRunTest, FetchesContentCoverAndMetadataThatAreMissing)
 {
     rig.putTitle(u"00042_en"_s, 2, false, false);
     rig.pen.write(u"book/00043_en.qnk"_s, "content");
@@ -164,7 +164,7 @@ TEST_F(UpdateRun, FetchesContentCoverAndMetadataThatAreMissing)
     EXPECT_EQ(onPen(u".qnk"_s, u"00043_en"_s), "content");
 }
 
-TEST_F(UpdateRun, LoadsNewSystemSoftwareAndRemovesStaleImages)
+TEST_F(UpdateRunTest, LoadsNewSystemSoftwareAndRemovesStaleImages)
 {
     rig.pen.write(u"configure/settings.ini"_s, "ImageVersion = 5 \nfirmwareVersion=12\n");
     for (const QString &name : {u"imageisoV3.iso"_s, u"imageisoV6.iso"_s, u"readme.iso"_s})
@@ -193,7 +193,7 @@ TEST_F(UpdateRun, LoadsNewSystemSoftwareAndRemovesStaleImages)
     EXPECT_THAT(states(), ElementsAre(DownloadType::Ready, DownloadType::Ready));
 }
 
-TEST_F(UpdateRun, SystemSoftwareStandsBeforeTheTitles)
+TEST_F(UpdateRunTest, SystemSoftwareStandsBeforeTheTitles)
 {
     rig.putTitle(u"00042_en"_s, 2);
     serveCatalogueOfOne();
@@ -215,7 +215,7 @@ TEST_F(UpdateRun, SystemSoftwareStandsBeforeTheTitles)
     expectNewTitle();
 }
 
-TEST_F(UpdateRun, SystemSoftwareKnownLateIsStillLoaded)
+TEST_F(UpdateRunTest, SystemSoftwareKnownLateIsStillLoaded)
 {
     rig.putTitle(u"00042_en"_s, 3);
     serveCatalogueOfOne();
@@ -229,7 +229,7 @@ TEST_F(UpdateRun, SystemSoftwareKnownLateIsStillLoaded)
     EXPECT_TRUE(rig.waitForEnd());
 }
 
-TEST_F(UpdateRun, TheLogIsEmptiedOnlyByA200)
+TEST_F(UpdateRunTest, TheLogIsEmptiedOnlyByA200)
 {
     serveOneOutdatedTitle();
     rig.pen.write(u"configure/log.txt"_s, "a=b=c\nMID= 12 \n");
@@ -249,7 +249,7 @@ TEST_F(UpdateRun, TheLogIsEmptiedOnlyByA200)
     EXPECT_EQ(body.simplified().replace(' ', ""), R"(["b","12"])");
 }
 
-TEST_F(UpdateRun, ContentOfATitleThatIsKnownNoMoreKeepsItsMetadata)
+TEST_F(UpdateRunTest, ContentOfATitleThatIsKnownNoMoreKeepsItsMetadata)
 {
     serveOneOutdatedTitle();
     rig.server.serveInTurn(UpdateRig::contentPath(42, 3),
@@ -265,7 +265,7 @@ TEST_F(UpdateRun, ContentOfATitleThatIsKnownNoMoreKeepsItsMetadata)
                                          u"media with MID 42\""_s));
 }
 
-TEST_F(UpdateRun, ADroppedTransferIsResumedAndKeepsTheMetadataInStep)
+TEST_F(UpdateRunTest, ADroppedTransferIsResumedAndKeepsTheMetadataInStep)
 {
     serveOneOutdatedTitle();
     rig.server.serveInTurn(UpdateRig::contentPath(42, 3),
@@ -280,7 +280,7 @@ TEST_F(UpdateRun, ADroppedTransferIsResumedAndKeepsTheMetadataInStep)
                 Contains(u"\"Failed to download QNK contents for element ID 00042_en\""_s));
 }
 
-TEST_F(UpdateRun, AContentThatFailsTwiceIsGivenUpAndTheNextOneLoaded)
+TEST_F(UpdateRunTest, AContentThatFailsTwiceIsGivenUpAndTheNextOneLoaded)
 {
     rig.putTitle(u"00042_en"_s, 2);
     rig.putTitle(u"00043_en"_s, 2);
@@ -303,7 +303,7 @@ TEST_F(UpdateRun, AContentThatFailsTwiceIsGivenUpAndTheNextOneLoaded)
     expectHeadline(u"label_download_complete"_s);
 }
 
-TEST_F(UpdateRun, ARunAskedForDuringAnotherFollowsIt)
+TEST_F(UpdateRunTest, ARunAskedForDuringAnotherFollowsIt)
 {
     serveOneOutdatedTitle();
     rig.server.serveInTurn("/versions",
@@ -319,7 +319,7 @@ TEST_F(UpdateRun, ARunAskedForDuringAnotherFollowsIt)
     EXPECT_EQ(logEntries().count(u"updateAll Beginn"_s), 2);
 }
 
-TEST_F(UpdateRun, PulledDuringADownloadNothingIsWrittenAndTheNextPlugInMakesItWhole)
+TEST_F(UpdateRunTest, PulledDuringADownloadNothingIsWrittenAndTheNextPlugInMakesItWhole)
 {
     serveOneOutdatedTitle();
     rig.server.serveInTurn(
@@ -342,7 +342,7 @@ TEST_F(UpdateRun, PulledDuringADownloadNothingIsWrittenAndTheNextPlugInMakesItWh
     expectNewTitle();
 }
 
-TEST_F(UpdateRun, PulledWhileTheServersAreAskedNothingIsWritten)
+TEST_F(UpdateRunTest, PulledWhileTheServersAreAskedNothingIsWritten)
 {
     serveOneOutdatedTitle();
     rig.pen.write(u"configure/tbd.txt"_s, "MID=7");
@@ -363,7 +363,7 @@ TEST_F(UpdateRun, PulledWhileTheServersAreAskedNothingIsWritten)
     EXPECT_TRUE(rig.pen.exists(u"book/00007_en.txt"_s));
 }
 
-TEST_F(UpdateRun, CancelWhileTheServersAreAskedEndsTheRun)
+TEST_F(UpdateRunTest, CancelWhileTheServersAreAskedEndsTheRun)
 {
     serveOneOutdatedTitle();
     rig.server.serve("/versions", {.body = R"({"00042":3})", .hold = gate});

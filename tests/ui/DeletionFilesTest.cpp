@@ -1,5 +1,7 @@
 #include "tests/ui/DeletionFixture.h"
 
+#include "tests/support/Traces.h"
+
 #include "library/DownloadQueue.h"
 #include "pen/NavStorageItem.h"
 
