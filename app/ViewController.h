@@ -52,24 +52,17 @@ public:
     void viewDidLoad();
 
     void loadData() override;
-    /// Fills the title lists from the pen; who asks for it tells the view shown.
-    void getBaseElementsFromPen() override;
     void showBooksView() override;
-
-    void showTitlesView() override;
     /// Builds the category's view anew and shows it.
     void showView(NavElementType type);
 
     [[nodiscard]] DeletionHandling *shownDeletionHandling() override;
-    void focusTitles() override;
-    [[nodiscard]] DeletionSelecting *deletionSelection() override;
 
     void ejectQuillo();
     [[nodiscard]] PenPresence &pen() { return m_pen; }
     [[nodiscard]] bool isQuilloAvailable() const override { return m_pen.isAvailable(); }
     void setIsQuilloAvailable(bool available);
     [[nodiscard]] const std::optional<QString> &quilloName() const { return m_pen.name(); }
-    [[nodiscard]] int penNumber() const override { return m_pen.number(); }
 
     [[nodiscard]] ViewMode viewMode() const override { return m_viewMode; }
     void setViewMode(ViewMode mode);
@@ -78,12 +71,8 @@ public:
     /// The main window's texts anew in the current language; the categories' texts are not its own.
     void updateTexts();
 
-    /// Tells the person something without waiting for an answer; gone after a while.
-    void showMessage(const QString &text);
-
     [[nodiscard]] DownloadWindow *downloadWindow() const;
     [[nodiscard]] CoverCache &coverCache() override { return m_coverCache; }
-    [[nodiscard]] QWidget &contentArea() override { return *mainContentView; }
 
     // Outlets.
     QWidget *headerView = nullptr;
@@ -118,6 +107,18 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    // For those who know it as an owner.
+    /// Fills the title lists from the pen; who asks for it tells the view shown.
+    void getBaseElementsFromPen() override;
+    void showTitlesView() override;
+    void focusTitles() override;
+    [[nodiscard]] DeletionSelecting *deletionSelection() override;
+    [[nodiscard]] int penNumber() const override { return m_pen.number(); }
+    [[nodiscard]] QWidget &contentArea() override { return *mainContentView; }
+
+    /// Tells the person something without waiting for an answer; gone after a while.
+    void showMessage(const QString &text);
+
     void viewDidAppear();
     [[nodiscard]] bool windowShouldClose();
 

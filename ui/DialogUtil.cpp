@@ -17,9 +17,8 @@ QString listText(const QStringList &names)
     return names.isEmpty() ? QString() : u'"' + names.join(u"\", \""_s) + u'"';
 }
 
-} // namespace
-
-QStringList DialogUtil::titleNames(const QStringList &ids)
+/// In the library's order.
+QStringList titleNames(const QStringList &ids)
 {
     const QSet<QString> wanted(ids.begin(), ids.end());
     QStringList names;
@@ -29,6 +28,8 @@ QStringList DialogUtil::titleNames(const QStringList &ids)
     }
     return names;
 }
+
+} // namespace
 
 void DialogUtil::confirmDeletion(const QStringList &ids, QWidget &parent, Answer completion)
 {

@@ -19,7 +19,4 @@ public:
 
     /// Tells that titles are still on the pen.
     static void tellDeletionFailed(const QStringList &names, QWidget &parent);
-
-    /// The names of the titles with these ids, in the library's order.
-    [[nodiscard]] static QStringList titleNames(const QStringList &ids);
 };

@@ -297,7 +297,9 @@ TEST_F(EjectTest, WithoutAnswerEndsWithThePenOrInTime)
 {
     ASSERT_TRUE(isAsked(1));
     pullOut();
+    removeLog();
     plugIn();
+    EXPECT_FALSE(logLines({u"updateAll Beginn"_s}).isEmpty());
     EXPECT_TRUE(penButton().isEnabled());
     ASSERT_TRUE(isAsked(2));
     stuck.asked.first()(u"too late"_s);

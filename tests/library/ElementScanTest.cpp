@@ -211,9 +211,9 @@ TEST_F(ElementScan, DeletesTheThreeFilesOfATitle)
     EXPECT_TRUE(ElementService::deleteElement(u"1_en"_s));
     EXPECT_FALSE(ElementService::qnkFileExists(u"1_en"_s));
     EXPECT_EQ(pen.names(u"book"_s), QStringList({u"11_en.txt"_s, u"1_de.txt"_s}));
-    pen.write(u"configure/tbd.txt"_s, "x");
-    ElementService::deleteElement(u"../configure/tbd"_s);
-    EXPECT_TRUE(pen.exists(u"configure/tbd.txt"_s));
+    pen.write(u"book/folder/2_en.txt"_s, "x");
+    EXPECT_FALSE(ElementService::deleteElement(u"folder/2_en"_s));
+    EXPECT_TRUE(pen.exists(u"book/folder/2_en.txt"_s));
     pen.pullOut();
     EXPECT_FALSE(ElementService::qnkFileExists(u"1_en"_s));
 }
