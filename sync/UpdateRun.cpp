@@ -23,9 +23,6 @@ namespace {
 
 constexpr qsizetype rowsPerSlice = 50;
 
-/// System software is loaded before titles, unless its servers make the titles wait too long.
-constexpr auto softwareWait = 3s;
-
 /// Covers that come soon after one another are shown together.
 constexpr auto coversSettle = 500ms;
 
@@ -230,7 +227,7 @@ void UpdateRun::planned(const QString &result)
     if (m_needsSoftwareUpdate)
         return startDownloads();
     m_window.enter(RunPhase::AwaitingSoftware);
-    m_softwareWait.start(softwareWait);
+    m_softwareWait.start(m_surroundings.softwarePatience);
 }
 
 void UpdateRun::startDownloads()

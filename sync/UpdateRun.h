@@ -8,6 +8,7 @@
 #include <QStringList>
 #include <QTimer>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -30,13 +31,14 @@ class UpdateRun : public QObject
     Q_OBJECT
 
 public:
-    /// All must outlive the run.
+    /// All objects must outlive the run.
     struct Surroundings
     {
         DownloadWindowController &window;
         LibraryReloading &viewController;
         KeptDownloads &kept;
         QObject &retired; ///< takes over the transfer service when the run goes
+        std::chrono::milliseconds softwarePatience; ///< of planned rows
     };
 
     explicit UpdateRun(const Surroundings &surroundings);

@@ -102,8 +102,8 @@ void UpdateService::updateAll()
 void UpdateService::beginRun()
 {
     m_run.reset();
-    m_run = std::make_unique<UpdateRun>(
-        UpdateRun::Surroundings{*m_downloadWindowController, m_viewController, m_kept, *this});
+    m_run = std::make_unique<UpdateRun>(UpdateRun::Surroundings{
+        *m_downloadWindowController, m_viewController, m_kept, *this, softwarePatience});
     connect(m_run.get(), &UpdateRun::ended, this, &UpdateService::finishRun);
     removeLeftovers();
 }

@@ -4,6 +4,7 @@
 
 #include <QObject>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <stop_token>
@@ -34,6 +35,9 @@ public:
     void releasePen(std::function<void()> done);
     /// The pen stays, or another one may come.
     void keepPen() { m_isPenReleased = false; }
+
+    /// System software is loaded before titles, unless its servers make them wait longer than this.
+    std::chrono::milliseconds softwarePatience = std::chrono::seconds(3);
 
     [[nodiscard]] DownloadWindowController &downloadWindowController();
     [[nodiscard]] bool isRunning() const;

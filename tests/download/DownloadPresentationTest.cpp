@@ -2,6 +2,7 @@
 
 #include "base/Localization.h"
 #include "library/DownloadQueue.h"
+#include "platform/FileFailure.h"
 #include "tests/support/Printers.h"
 #include "tests/support/Rows.h"
 
@@ -23,9 +24,7 @@ TEST(DownloadHeadline, CountsRows)
     forEachRow<Row>({{"NothingLate", {0, 0, 4}, u"label_all_downloaded"_s},
                      {"OneTitleDone", {0, 1, 1}, u"1label_media"_s + one},
                      {"Titles", {0, 3, 2}, u"2label_of3label_medias"_s + several},
-                     {"OneSoftware", {1, 0, 0}, u"0label_systemsoftware"_s + one},
                      {"SoftwareDone", {2, 0, 5}, u"2label_systemsoftware"_s + several},
-                     {"OneOfEach", {1, 1, 0}, u"0label_systemsoftware, 0label_media"_s + several},
                      {"WithinTheSoftware",
                       {2, 3, 1},
                       u"1label_systemsoftware, 1label_of3label_medias"_s + several},
@@ -67,15 +66,22 @@ TEST(DownloadProgress, HasAPictureForEveryQuarter)
         EXPECT_EQ(progressImageName(shown), u"quillo-fortschritt-laden_"_s + image) << shown;
 }
 
-TEST(DownloadTypes, HaveTexts)
+TEST(StoringHeadline, SaysWhyAndHowMuch)
 {
-    QStringList keys;
-    for (const auto type : {DownloadType::Ready, DownloadType::UpToDate, DownloadType::Canceled,
-                            DownloadType::Downloading, DownloadType::Copying, DownloadType::Waiting,
-                            DownloadType::Failed})
-        keys += statusTextKey(type);
-    EXPECT_EQ(keys.join(u' '), u"cell_ready cell_unknown cell_canceled cell_in_progress "
-                               u"cell_copying cell_waiting cell_failed"_s);
+    setCurrentLanguage(u"de"_s);
+    using Reason = FileFailure::Reason;
+    const auto headline = [](Reason reason) {
+        return storingHeadline({.reason = reason, .needed = 2'000'000, .free = 1'000'000});
+    };
+    const QString space = QChar(QChar::Nbsp) + u"MB"_s;
+    EXPECT_EQ(headline(Reason::Full),
+              localized(u"label_pen_full"_s).arg(u"2,0"_s + space, u"1,0"_s + space));
+    EXPECT_EQ(headline(Reason::TooLarge),
+              localized(u"label_file_too_large"_s).arg(u"2,0"_s + space));
+    for (const auto &[reason, key] : {std::pair(Reason::ReadOnly, u"copy_failed_read_only"_s),
+                                      {Reason::Gone, u"copy_failed_gone"_s},
+                                      {Reason::Other, u"copy_failed_other"_s}})
+        EXPECT_TRUE(headline(reason).contains(localized(key))) << qPrintable(key);
 }
 
 TEST(DownloadQueue, KnowsWhatIsOpen)

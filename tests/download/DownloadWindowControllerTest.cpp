@@ -2,8 +2,6 @@
 
 #include "tests/download/DownloadWindowFixture.h"
 
-#include <QSignalSpy>
-
 using namespace Qt::StringLiterals;
 
 using Fault = FaultServer::Fault;
@@ -15,54 +13,6 @@ const QString stillLoading = u"label_is_downloading_plurallabel_dont_unplug_quil
 
 } // namespace
 
-TEST_F(DownloadWindowTest, DrivesTheQueueToItsEnd)
-{
-    serveSoftware();
-    addRow(UpdateFileType::iso, 5);
-    addRow(UpdateFileType::bin, 8);
-    addTitle(u"42"_s, 10);
-    serveTitle("42", {.body = "content 42"});
-    window.resetProgress();
-    EXPECT_EQ(shown().headline, u"0label_systemsoftware, 0label_media"_s + stillLoading);
-    QueueWindow::postStartElementDownloads();
-    EXPECT_TRUE(window.isWorking());
-    EXPECT_EQ(states().first(), DownloadType::Downloading);
-    ASSERT_TRUE(waitForEnd());
-
-    QByteArrayList paths;
-    for (const FaultServer::Request &request : server.requests())
-        paths += request.target;
-    EXPECT_EQ(paths.join(' '), "/iso /software/imageisoV4.iso /firmware /software/firmwareV13.bin "
-                               "/files/7/42/3/00042_en.qnk");
-    EXPECT_EQ(pen.read(u"configure/imageisoV4.iso"_s), "image");
-    EXPECT_EQ(pen.names(u"configure"_s),
-              QStringList({u"firmwareV13.bin"_s, u"imageisoV4.iso"_s, u"settings.ini"_s}));
-    EXPECT_EQ(pen.names(u"book"_s), QStringList({u"00042_en.qnk"_s, u"00042_en.txt"_s}));
-    EXPECT_EQ(states(), States(3, DownloadType::Ready));
-    EXPECT_EQ(events, QStringList({u"completed"_s, u"ended"_s}));
-    EXPECT_FALSE(window.isWorking());
-    EXPECT_EQ(shown().headline, u"label_download_complete"_s);
-    EXPECT_EQ(shown().bar, 100);
-    EXPECT_EQ(shown().step, u"100 %"_s);
-    EXPECT_EQ(shown().image, u"quillo-fortschritt-laden_100"_s);
-    EXPECT_TRUE(shown().okEnabled && !shown().cancelEnabled);
-}
-
-TEST_F(DownloadWindowTest, PassesRowsThatDoNotWait)
-{
-    for (const DownloadType state : {DownloadType::Ready, DownloadType::Canceled,
-                                     DownloadType::UpToDate, DownloadType::Failed})
-        addTitle(u"41"_s).downloadType = state;
-    addTitle(u"42"_s);
-    const auto gate = std::make_shared<FaultServer::Gate>();
-    serveTitle("42", {.body = "x", .hold = gate});
-    const QStringList entries = loggedBy([] { QueueWindow::postStartElementDownloads(); });
-    EXPECT_EQ(entries.count(u"startElementDownloads"_s), 5);
-    EXPECT_EQ(window.indexToDownload(), 4);
-    EXPECT_EQ(states().last(), DownloadType::Downloading);
-    EXPECT_TRUE(gate->waitUntilReached());
-}
-
 TEST_F(DownloadWindowTest, RowsOfSingleFilesStopTheQueue)
 {
     for (const UpdateFileType kind : {UpdateFileType::txt, UpdateFileType::png}) {
@@ -71,33 +21,24 @@ TEST_F(DownloadWindowTest, RowsOfSingleFilesStopTheQueue)
         addTitle(u"42"_s);
         window.beginRun(&loader);
         QueueWindow::postStartElementDownloads();
-        QueueWindow::postStartElementDownloads();
-        QCoreApplication::processEvents();
         EXPECT_EQ(states(), States({DownloadType::Waiting, DownloadType::Waiting}));
-        EXPECT_EQ(window.indexToDownload(), 0);
         EXPECT_TRUE(window.isWorking());
     }
     EXPECT_EQ(events, QStringList());
 }
 
-TEST_F(DownloadWindowTest, AnEmptyQueueIsCompleteFromTheMainQueue)
-{
-    QueueWindow::postStartElementDownloads();
-    EXPECT_EQ(events, QStringList());
-    ASSERT_TRUE(waitForEnd());
-    EXPECT_FALSE(window.isWorking());
-    EXPECT_EQ(events, QStringList({u"completed"_s, u"ended"_s}));
-    window.resetProgress();
-    EXPECT_EQ(shown().headline, u"label_all_downloaded"_s);
-}
-
-TEST_F(DownloadWindowTest, TheEndOfARunIsNotHeardInTheNext)
+TEST_F(DownloadWindowTest, AnEmptyQueueIsCompleteFromTheMainQueueUnlessTheNextRunHasBegun)
 {
     QueueWindow::postStartElementDownloads();
     window.beginRun(&loader);
     QCoreApplication::processEvents();
     EXPECT_EQ(events, QStringList());
     EXPECT_EQ(shown().headline, u"label_downloading"_s);
+    QueueWindow::postStartElementDownloads();
+    EXPECT_EQ(events, QStringList());
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_FALSE(window.isWorking());
+    EXPECT_EQ(events, QStringList({u"completed"_s, u"ended"_s}));
 }
 
 TEST_F(DownloadWindowTest, WhileATransferRunsThePenIsToStay)
@@ -131,18 +72,6 @@ TEST_F(DownloadWindowTest, WhileATransferRunsThePenIsToStay)
     EXPECT_EQ(states(), States(2, DownloadType::Ready));
 }
 
-TEST_F(DownloadWindowTest, ANegativeIndexStartsAndEndsNothing)
-{
-    addTitle(u"42"_s).downloadType = DownloadType::Ready;
-    window.setIndexToDownload(-1);
-    QSignalSpy tables(&window, &DownloadWindowController::queueChanged);
-    QueueWindow::postStartElementDownloads();
-    QCoreApplication::processEvents();
-    EXPECT_EQ(events, QStringList());
-    EXPECT_EQ(tables.size(), 1);
-    EXPECT_TRUE(window.isWorking());
-}
-
 TEST_F(DownloadWindowTest, DroppingARowTakesItOutOfTheRun)
 {
     addTitle(u"42"_s, 100);
@@ -158,13 +87,10 @@ TEST_F(DownloadWindowTest, DroppingARowTakesItOutOfTheRun)
         window.onItemClicked(row, clicked);
     EXPECT_FALSE(states().contains(DownloadType::Canceled));
 
-    QStringList entries = loggedBy([&] { window.onItemClicked(0, column); });
-    EXPECT_TRUE(entries.contains(u"Will delete meta file for 00042_en since it was canceled and "
-                                 u"had no qnk on pen."_s));
+    window.onItemClicked(0, column);
     EXPECT_EQ(totalBytesToDownload(), 900);
     EXPECT_DOUBLE_EQ(shown().bar, 10);
-    entries = loggedBy([&] { window.onItemClicked(1, column); });
-    EXPECT_EQ(entries.filter(u"Will delete"_s), QStringList());
+    window.onItemClicked(1, column);
     EXPECT_EQ(totalBytesToDownload(), 700);
     EXPECT_DOUBLE_EQ(shown().bar, 20);
     window.onItemClicked(1, column);
@@ -172,31 +98,6 @@ TEST_F(DownloadWindowTest, DroppingARowTakesItOutOfTheRun)
     EXPECT_EQ(states(), States({DownloadType::Canceled, DownloadType::Canceled,
                                 DownloadType::Waiting, DownloadType::Downloading}));
     EXPECT_EQ(pen.names(u"book"_s), QStringList({u"00043_en.qnk"_s, u"00043_en.txt"_s}));
-}
-
-TEST_F(DownloadWindowTest, PercentagesMoveTheDisplay)
-{
-    addTitle(u"42"_s);
-    struct Row
-    {
-        double percentage;
-        double bar;
-        QString step;
-        QString image;
-    };
-    for (const Row &row : {Row{70, 42, u"42 %"_s, u"25"_s},
-                           {500, 99.9, u"99 %"_s, u"75"_s},
-                           {-50, 0, u"0 %"_s, u"0"_s}}) {
-        QueueWindow::postDownloadPercentage(row.percentage);
-        EXPECT_DOUBLE_EQ(shown().bar, row.bar);
-        EXPECT_EQ(shown().step, row.step);
-        EXPECT_EQ(shown().image, u"quillo-fortschritt-laden_"_s + row.image);
-        EXPECT_TRUE(isPending());
-    }
-    bars.clear();
-    NotificationCenter::defaultCenter().post(u"DownloadPercentage"_s,
-                                             {{u"percentDownloaded"_s, u"50"_s}});
-    EXPECT_TRUE(bars.isEmpty());
 }
 
 TEST_F(DownloadWindowTest, SoftwareThatHasStartedCannotBeCancelledButGoesNoFurtherWithoutPen)
@@ -250,9 +151,7 @@ TEST_F(DownloadWindowTest, ARowThatIsNoneIsAnError)
     addTitle(u"42"_s);
     for (const int index : {-1, 1}) {
         window.beginRun(&loader);
-        EXPECT_EQ(loggedBy([&] { window.copyStarted(index); }),
-                  QStringList(u"copyStarted(for:): Wrong index supplied. This should definitely "
-                              u"not happen."_s));
+        window.copyStarted(index);
         EXPECT_EQ(shown().headline, u"download_window_error"_s);
     }
     EXPECT_EQ(states(), States{DownloadType::Waiting});
@@ -295,14 +194,11 @@ TEST_F(DownloadWindowTest, CancelStopsTheRunAndReloads)
                {.body = bytes(100'000), .fault = Fault::Stall, .faultAt = 50'000, .gate = gate});
     QueueWindow::postStartElementDownloads();
     ASSERT_TRUE(gate->waitUntilReached());
-    const QStringList printed = printedBy([&] {
-        window.cancelBtnKlicked();
-        EXPECT_EQ(events, QStringList({u"close"_s, u"ended"_s}));
-        EXPECT_TRUE(waitFor([this] { return events.size() == 4; }));
-        settle();
-    });
+    window.cancelBtnKlicked();
+    EXPECT_EQ(events, QStringList({u"close"_s, u"ended"_s}));
+    EXPECT_TRUE(waitFor([this] { return events.size() == 4; }));
+    settle();
     EXPECT_EQ(events.mid(2), QStringList({u"loadData 2"_s, u"showBooksView"_s}));
-    EXPECT_TRUE(printed.contains(u"\"Failed to download QNK contents for element ID 00042_en\""_s));
     EXPECT_TRUE(isStopped(window.phase()));
     EXPECT_EQ(shown().headline, u"label_stopped"_s);
 
@@ -323,40 +219,15 @@ TEST_F(DownloadWindowTest, CancelWhileCopyingLeavesTheOldFile)
     QueueWindow::postStartElementDownloads();
     ASSERT_TRUE(held.waitUntilHeld());
     ASSERT_TRUE(waitFor([this] { return states().first() == DownloadType::Copying; }));
-    const QStringList printed = printedBy([&] {
-        window.cancelBtnKlicked();
-        EXPECT_TRUE(waitFor([this] { return events.contains(u"showBooksView"_s); }));
-        held.release();
-        settle();
-    });
-    EXPECT_TRUE(printed.contains(u"file error: Abgebrochen"_s));
+    window.cancelBtnKlicked();
+    EXPECT_TRUE(waitFor([this] { return events.contains(u"showBooksView"_s); }));
+    held.release();
+    settle();
     EXPECT_EQ(pen.names(u"book"_s), QStringList(u"00042_en.qnk"_s));
     EXPECT_EQ(pen.read(u"book/00042_en.qnk"_s), "old");
     EXPECT_EQ(shown().headline, u"label_stopped"_s);
     EXPECT_EQ(events.count(u"ended"_s), 1);
     EXPECT_EQ(states(), States({DownloadType::Copying, DownloadType::Waiting}));
-    EXPECT_EQ(requestsForTitles(), 1);
-}
-
-TEST_F(DownloadWindowTest, AFailedCopyEndsTheRunWithItsReason)
-{
-    addTitle(u"42"_s, 0);
-    addTitle(u"43"_s);
-    serveTitle("42", {.body = "content"});
-    held.hold();
-    QueueWindow::postStartElementDownloads();
-    ASSERT_TRUE(held.waitUntilHeld());
-    pen.remove(u"book"_s);
-    held.release();
-    ASSERT_TRUE(waitForEnd());
-    EXPECT_EQ(events, QStringList(u"ended"_s));
-    EXPECT_EQ(shown().headline, u"label_copy_failed"_s);
-    EXPECT_TRUE(isStopped(window.phase()) && shown().cancelEnabled);
-    setCurrentLanguage(u"de"_s);
-    window.updateTexts();
-    EXPECT_TRUE(shown().headline.contains(localized(u"copy_failed_gone"_s)));
-    QueueWindow::postStartElementDownloads();
-    EXPECT_EQ(states().last(), DownloadType::Waiting);
     EXPECT_EQ(requestsForTitles(), 1);
 }
 
@@ -411,18 +282,4 @@ TEST_F(DownloadWindowTest, OkDuringARunLeavesTheQueueToIt)
     addRow(UpdateFileType::bin, 8); // known late
     window.okBtnKlicked();
     EXPECT_EQ(states(), States{DownloadType::Waiting});
-}
-
-TEST_F(DownloadWindowTest, ResetTakesEveryPercentageBack)
-{
-    addTitle(u"42"_s, 1'000'000'000);
-    QueueWindow::postDownloadPercentage(50);
-    window.copyStarted(0);
-    ASSERT_TRUE(waitFor([this] { return bars.size() >= 2; }));
-    window.setIndexToDownload(1);
-    window.resetProgress();
-    EXPECT_EQ(shown().bar, 0);
-    EXPECT_EQ(window.indexToDownload(), 0);
-    EXPECT_EQ(shown().headline,
-              u"0label_medialabel_is_downloading_singularlabel_dont_unplug_quillo"_s);
 }

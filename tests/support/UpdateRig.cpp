@@ -123,6 +123,7 @@ bool UpdateRig::waitForEnd(int timeout)
 
 void UpdateRig::loadData()
 {
+    ++loads;
     const PenLibrary library = ElementService::getQuilloFilesInfoFromPen();
     bookList() = library.books;
     gameList() = library.games;

@@ -44,6 +44,7 @@ public:
     FaultServer server;
     FolderVolumes volumes;
     std::unique_ptr<UpdateService> service;
+    int loads = 0; ///< of the library
 
 private:
     Configuration m_configuration;

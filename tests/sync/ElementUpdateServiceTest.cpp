@@ -3,24 +3,21 @@
 #include "download/DownloadFileService.h"
 #include "platform/FileManager.h"
 #include "platform/SharedSession.h"
+#include "platform/URLSession.h"
 #include "sync/LogPostService.h"
 #include "sync/PenTitles.h"
+#include "sync/UpdatePlanner.h"
 #include "sync/VersionService.h"
 #include "tests/support/Rows.h"
 #include "tests/support/Traces.h"
 #include "tests/support/UpdateRig.h"
 
-#include <QFileInfo>
 #include <QTest>
 #include <QThread>
 
 #include <future>
 
-#include <gmock/gmock.h>
-#include <sys/fsuid.h>
-
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
 
 namespace {
 
@@ -31,37 +28,32 @@ struct ListRow
     QStringList values;
 };
 
-/// Requests a stop when another thread looks for the pen, as the one that writes does.
+/// Requests a stop at a look for the pen of another thread, as the one that writes is.
 class StoppingVolumes : public FolderVolumes
 {
 public:
-    using FolderVolumes::FolderVolumes;
+    explicit StoppingVolumes(const QString &folder, int looks = 1)
+        : FolderVolumes(folder)
+        , m_looks(looks)
+    {
+    }
 
     [[nodiscard]] QList<Volume> volumes() const override
     {
-        if (QThread::currentThread() != thread())
+        if (QThread::currentThread() != thread() && --m_looks == 0)
             stop.request_stop();
         return FolderVolumes::volumes();
     }
 
     mutable std::stop_source stop;
+
+private:
+    mutable int m_looks;
 };
 
 class ElementUpdate : public testing::Test
 {
 protected:
-    /// What was told by the question for all titles.
-    static std::optional<Catalogue> ask()
-    {
-        const auto told = std::make_shared<std::promise<Catalogue>>();
-        std::future<Catalogue> answer = told->get_future();
-        ElementUpdateService::fetchAllElementsFromMediaServer(
-            true, {}, [told](const Catalogue &catalogue) { told->set_value(catalogue); });
-        if (answer.wait_for(std::chrono::seconds(10)) != std::future_status::ready)
-            return std::nullopt;
-        return answer.get();
-    }
-
     std::optional<bool> checkSoftware()
     {
         DownloadFileService transfers;
@@ -78,6 +70,7 @@ protected:
 TEST_F(ElementUpdate, TheRequestedTitlesAreTheFirstMidOfEachLine)
 {
     forEachRow<ListRow>({{"OnePerLine", "xMID=1 MID=2\r\nMID=\nMID=1\n", {u"1"_s, u"1"_s}},
+                         {"DigitsOnly", "mid=1\nMID= 2\nMID=-3\nMID=MID=5\nMID=\xd9\xa4", {u"5"_s}},
                          {"NoUtf8", "MID=12\n\xff\xfe", {}},
                          {"Nuls", QByteArray("M\0ID=1\nMID=2\0", 14), {u"2"_s}}},
                         [this](const ListRow &row) {
@@ -85,10 +78,7 @@ TEST_F(ElementUpdate, TheRequestedTitlesAreTheFirstMidOfEachLine)
                             EXPECT_EQ(ElementUpdateService::readTbdMids(), row.values);
                         });
     rig.pen.remove(u"configure/tbd.txt"_s);
-    CapturedOutput output;
     EXPECT_TRUE(ElementUpdateService::readTbdMids().isEmpty());
-    EXPECT_THAT(output.lines(),
-                ElementsAre(u"\"TBD file does not exist. Will return empty TBD array.\""_s));
 }
 
 TEST_F(ElementUpdate, TheUsageLogGivesTheValueOfEachLine)
@@ -107,63 +97,6 @@ TEST_F(ElementUpdate, TheUsageLogGivesTheValueOfEachLine)
     rig.pen.write(u"configure/log.txt"_s, "MID=12\n");
     rig.pen.write(u"configure/settings.ini"_s, "");
     EXPECT_TRUE(LogPostService::getLogMids().isEmpty()) << "a volume that is no pen";
-    rig.pen.pullOut();
-    EXPECT_EQ(printedBy([] { EXPECT_TRUE(LogPostService::getLogMids().isEmpty()); }),
-              QStringList(u"\"Could not get log file URL.\""_s));
-}
-
-TEST_F(ElementUpdate, LocalMidsComeFromEveryFileOnceInTextOrder)
-{
-    for (const QString &name : {u"0012_en.txt"_s, u"0012_en.png"_s, u"0034_en.qnk"_s, u"9_de.txt"_s,
-                                u"readme.txt"_s, u"0100_en.jpg"_s, u".0077_en.txt"_s})
-        rig.pen.write(u"book/"_s + name, "x");
-    EXPECT_THAT(ElementUpdateService::readLocalMids(),
-                ElementsAre(u"12"_s, u"34"_s, u"9"_s, u"readme"_s));
-}
-
-TEST_F(ElementUpdate, MissingFilesNameATitleOnce)
-{
-    rig.putTitle(u"00042_en"_s, 1, true, false);
-    rig.putTitle(u"00043_en"_s, 1, false, true);
-    rig.pen.write(u"book/00044_en.png"_s, "x");
-    const PenTitles titles({});
-    EXPECT_THAT(titles.without(FileType::png), ElementsAre(u"00042_en"_s));
-    EXPECT_THAT(titles.without(FileType::txt), ElementsAre(u"00044_en"_s));
-    EXPECT_THAT(titles.withoutContent(), ElementsAre(u"00043_en"_s));
-}
-
-TEST_F(ElementUpdate, WithoutAnyMidOrAddressNobodyIsAsked)
-{
-    CapturedOutput output;
-    const std::optional<Catalogue> ofNoMid = ask();
-    ASSERT_TRUE(ofNoMid);
-    EXPECT_TRUE(ofNoMid->result.isEmpty());
-    EXPECT_FALSE(ofNoMid->records);
-    rig.putTitle(u"00042_en"_s, 1);
-    rig.configure({u"MEDIA_SERVER_MEDIAS_URL"_s});
-    EXPECT_TRUE(ask());
-    const QStringList lines = output.lines();
-    EXPECT_THAT(
-        lines,
-        testing::Contains(u"\"Couldn't find any MIDs, not on the Quillo nor in the tbd file.\""_s));
-    EXPECT_EQ(lines.last(),
-              u"\"Failed in "
-              u"fetchAllElementsFromMediaServer(removePrevious:completionHandler:)\""_s);
-    EXPECT_TRUE(rig.server.requests().isEmpty());
-}
-
-TEST_F(ElementUpdate, TheResultNamesTheRequestedMids)
-{
-    rig.putTitle(u"01234_en"_s, 1);
-    CapturedOutput output;
-    forEachRow<ListRow>(
-        {{"Two", "MID=0007\nMID=12\n", {u"[\"0007\", \"12\"]"_s}}, {"None", "", {u"[]"_s}}},
-        [this](const ListRow &row) {
-            rig.pen.write(u"configure/tbd.txt"_s, row.text);
-            EXPECT_EQ(QStringList(ask().value_or(Catalogue()).result), row.values);
-        });
-    EXPECT_THAT(output.lines(),
-                testing::Contains(u"\"there are 2 tbd mids and the array is empty = false \""_s));
 }
 
 TEST_F(ElementUpdate, StoppedWhileItWritesItWritesNoMore)
@@ -191,14 +124,62 @@ TEST_F(ElementUpdate, StoppedWhileItWritesItWritesNoMore)
         });
 }
 
-TEST_F(ElementUpdate, VersionsMissingInTheSettingsAreBelowAll)
+TEST_F(ElementUpdate, PlanningEndsWhereItIsStopped)
 {
-    DownloadFileService transfers;
-    VersionService service(transfers);
-    rig.pen.write(u"configure/settings.ini"_s, "firmwareVersion=\t7\r\nlanguage=de\n");
-    service.readLocalVersions();
-    EXPECT_EQ(service.firmwareVersionLocal(), 7);
-    EXPECT_EQ(service.imageIsoVersionLocal(), -1);
+    ElementList records;
+    for (const QString &id : {u"00050_en"_s, u"00051_en"_s, u"00052_en"_s, u"00053_en"_s,
+                              u"00054_en"_s, u"00055_en"_s}) {
+        auto record = std::make_shared<BaseElement>();
+        record->id = id;
+        record->mid = PenTitles::midOf(id);
+        record->name = u"New"_s;
+        record->bookVersion = 3;
+        record->isVersionTold = true;
+        records += record;
+    }
+    bool isWhole = false;
+    for (int looks = 1; looks < 40 && !isWhole; ++looks) {
+        SCOPED_TRACE(looks);
+        const PenFolder pen;
+        StoppingVolumes volumes(pen.volumes(), looks);
+        FileManager::setVolumeSource(&volumes);
+        for (const char *name : {"51_en.txt", "52_en.txt", "53_en.txt", "51_en.qnk", "52_en.qnk",
+                                 "54_en.qnk", "55_en.qnk"})
+            pen.write(u"book/000"_s + QString::fromLatin1(name), "Name: Old\n");
+        const auto newTexts = [&pen] {
+            int texts = 0;
+            for (const QString &name : pen.names(u"book"_s))
+                texts += pen.read(u"book/"_s + name).contains("Name: New") ? 1 : 0;
+            return texts;
+        };
+        int lateRows = 0;
+        PlanningTask task;
+        task.remoteMedias = records;
+        for (const int title : {1, 2, 0}) {
+            task.localMedias += std::make_shared<BaseElement>(*records.at(title));
+            task.localMedias.last()->bookVersion = title == 0 ? 2 : 3;
+        }
+        task.askedAnew = QStringList{u"00052_en"_s};
+        task.stop = volumes.stop.get_token();
+        task.queueRow = [&](const UpdateElement &) {
+            lateRows += volumes.stop.stop_requested() ? 1 : 0;
+        };
+        int textsAtStop = -1;
+        std::stop_callback count(volumes.stop.get_token(), [&] { textsAtStop = newTexts(); });
+        bool isFinished = false;
+        std::promise<void> ended;
+        sharedSession().async([&, planner = std::make_shared<UpdatePlanner>(task)] {
+            planner->run([&isFinished] { isFinished = true; });
+            ended.set_value();
+        });
+        ended.get_future().wait();
+        isWhole = !volumes.stop.stop_requested();
+        EXPECT_EQ(isFinished, isWhole);
+        EXPECT_EQ(lateRows, 0);
+        EXPECT_LE(newTexts(), isWhole ? 4 : textsAtStop + 1) << "what was being written";
+    }
+    EXPECT_TRUE(isWhole);
+    FileManager::setVolumeSource(&rig.volumes);
 }
 
 TEST_F(ElementUpdate, TheSoftwareCheckComparesAndAlwaysEnds)
@@ -209,26 +190,31 @@ TEST_F(ElementUpdate, TheSoftwareCheckComparesAndAlwaysEnds)
         FaultServer::Reply version;
         bool needed;
     };
-    rig.server.serve("/software/imageisoV2.iso", "image");
-    forEachRow<Row>({{"Newer", {.body = "2"}, true},
-                     {"Equal", {.body = "1"}, false},
-                     {"Older", {.body = "0"}, false},
-                     {"TrailingNewline", {.body = "7\n"}, false},
-                     {"Junk", {.body = "v9"}, false},
-                     {"Empty", {}, false},
-                     {"NoUtf8", {.body = "\xff"}, false},
-                     {"ErrorPage", {.status = 500, .body = "9"}, false}},
-                    [this](const Row &row) {
-                        rig.server.serve("/imageversion", row.version);
-                        EXPECT_EQ(checkSoftware(), row.needed);
-                        EXPECT_EQ(updateElements().size(), row.needed ? 1 : 0);
-                        updateElements().clear();
-                    });
-}
-
-TEST_F(ElementUpdate, SoftwareWithoutASizeIsNeededButNotQueued)
-{
-    rig.server.serve("/firmwareversion", "5");
+    for (const char *file : {"imageisoV2.iso", "firmwareV2.bin"})
+        rig.server.serve(QByteArray("/software/") + file, "image");
+    for (const char *address : {"/imageversion", "/firmwareversion"}) {
+        SCOPED_TRACE(address);
+        forEachRow<Row>({{"Newer", {.body = "2"}, true},
+                         {"Equal", {.body = "1"}, false},
+                         {"Older", {.body = "0"}, false},
+                         {"TrailingNewline", {.body = "7\n"}, false},
+                         {"Junk", {.body = "v9"}, false},
+                         {"Empty", {}, false},
+                         {"NoUtf8", {.body = "\xff"}, false},
+                         {"ErrorPage", {.status = 500, .body = "9"}, false},
+                         {"NoAnswer", FaultServer::Reply::closeBeforeHeader(), false}},
+                        [&](const Row &row) {
+                            rig.server.serve(address, row.version);
+                            EXPECT_EQ(checkSoftware(), row.needed);
+                            EXPECT_EQ(updateElements().size(), row.needed ? 1 : 0);
+                            updateElements().clear();
+                        });
+        rig.server.serve(address, "1");
+    }
+    // Versions missing in the settings are below all; a file without a size is not queued.
+    rig.pen.write(u"configure/settings.ini"_s, "firmwareVersion=\t7\r\nlanguage=de\n");
+    rig.server.serve("/imageversion", "0");
+    rig.server.serve("/firmwareversion", "7");
     EXPECT_EQ(checkSoftware(), true);
     EXPECT_TRUE(updateElements().isEmpty());
 }

@@ -25,16 +25,23 @@ protected:
             result += row.downloadType;
         return result;
     }
-    [[nodiscard]] const DownloadPresentation &window()
+    [[nodiscard]] DownloadWindowController &controller()
     {
-        return rig.service->downloadWindowController().presentation();
+        return rig.service->downloadWindowController();
     }
+    [[nodiscard]] const DownloadPresentation &window() { return controller().presentation(); }
     [[nodiscard]] QByteArray onPen(const QString &suffix,
                                    const QString &id = QStringLiteral("00042_en"))
     {
         return rig.pen.read(QStringLiteral("book/") + id + suffix);
     }
 
+    void setTime(const QString &relative, const QDateTime &time)
+    {
+        QFile file(rig.pen.path(relative));
+        EXPECT_TRUE(file.open(QFile::ReadWrite)
+                    && file.setFileTime(time, QFile::FileModificationTime));
+    }
     void serveCatalogueOfOne()
     {
         rig.serveCatalogue(R"({"00042":3})", {UpdateRig::title(42, "Drache")});

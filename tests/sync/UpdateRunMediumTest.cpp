@@ -2,8 +2,8 @@
 #include "tests/sync/UpdateRunFixture.h"
 
 using namespace Qt::StringLiterals;
-using testing::Contains;
 using testing::ElementsAre;
+using testing::UnorderedElementsAre;
 
 namespace {
 
@@ -54,8 +54,8 @@ TEST_F(UpdateRunMedium, AFullPenKeepsWhatItHasAndIsToldSo)
     rig.serveContent(43, 3, tooMuch);
     rig.serveContent(44, 3, tooMuch);
     ASSERT_TRUE(rig.run());
-    EXPECT_THAT(states(),
-                ElementsAre(DownloadType::Ready, DownloadType::Failed, DownloadType::Failed));
+    EXPECT_THAT(states(), UnorderedElementsAre(DownloadType::Ready, DownloadType::Failed,
+                                               DownloadType::Failed));
     EXPECT_EQ(onPen(u".qnk"_s), fits);
     EXPECT_EQ(onPen(u".qnk"_s, u"00043_en"_s), old);
     EXPECT_EQ(onPen(u".qnk"_s, u"00044_en"_s), old);
@@ -147,21 +147,6 @@ TEST_F(UpdateRunMedium, APenThatDiesAnywhereHoldsOldOrNewAndTheNextRunMakesItWho
     }
 }
 
-TEST_F(UpdateRunMedium, WhatTheMediumTellsOnlyWhenFlushedIsToldToo)
-{
-    putContent(u"00042_en"_s, "old content");
-    serveCatalogueOfOne();
-    rig.serveContent(42, 3, content);
-    medium.failFlushes(EIO);
-    ASSERT_TRUE(rig.run());
-    expectOldTitle();
-    EXPECT_TRUE(window().headline.contains(localized(u"copy_failed_gone"_s)));
-    medium.heal();
-    serveCatalogueOfOne();
-    ASSERT_TRUE(rig.run());
-    expectNewTitle();
-}
-
 TEST_F(UpdateRunMedium, AFileTooLargeForItIsRefusedBeforeItIsLoaded)
 {
     putContent(u"00042_en"_s, "old content");
@@ -199,7 +184,7 @@ TEST_F(UpdateRunMedium, NothingStaysOpenOnThePen)
     rig.server.serve(UpdateRig::contentPath(43, 3),
                      {.body = content, .fault = Fault::Close, .faultAt = 1000});
     ASSERT_TRUE(rig.run());
-    EXPECT_THAT(states(), ElementsAre(DownloadType::Ready, DownloadType::Failed));
+    EXPECT_THAT(states(), UnorderedElementsAre(DownloadType::Ready, DownloadType::Failed));
     const auto openOnPen = [this] {
         QStringList open;
         const QDir descriptors(u"/proc/self/fd"_s);
