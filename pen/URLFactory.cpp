@@ -1,7 +1,6 @@
 #include "pen/URLFactory.h"
 
 #include "base/ApplicationLog.h"
-#include "pen/PenPlaces.h"
 #include "platform/Address.h"
 #include "platform/Bundle.h"
 #include "platform/FileManager.h"
@@ -54,17 +53,20 @@ bool isPenVolume(const QStringList &components)
            && URLFactory::volumeNames.contains(components.at(2));
 }
 
-std::optional<QUrl> at(const std::optional<PenPlaces> &pen, QUrl (PenPlaces::*place)() const)
+std::optional<QUrl> folderAtRoot(const QString &name)
 {
-    if (!pen)
+    const std::optional<QUrl> root = URLFactory::getQuilloURL();
+    if (!root)
         return std::nullopt;
-    return ((*pen).*place)();
+    return URLFactory::fileURL(*root, name + u'/');
 }
 
-std::optional<PenPlaces> lookForConfigure()
+std::optional<QUrl> configureFile(const QString &name, FileType type)
 {
-    writeLog(u"in getConfigureURL"_s);
-    return PenPlaces::look();
+    const std::optional<QUrl> folder = URLFactory::getConfigureURL();
+    if (!folder)
+        return std::nullopt;
+    return URLFactory::fileURL(*folder, URLFactory::fileName(name, type));
 }
 
 } // namespace
@@ -97,32 +99,34 @@ std::optional<QUrl> URLFactory::getQuilloURL()
 
 std::optional<QUrl> URLFactory::getBookURL()
 {
-    return at(PenPlaces::look(), &PenPlaces::book);
+    return folderAtRoot(bookFolderName);
 }
 
 std::optional<QUrl> URLFactory::getConfigureURL()
 {
-    return at(lookForConfigure(), &PenPlaces::configure);
+    writeLog(u"in getConfigureURL"_s);
+    return folderAtRoot(configureFolderName);
 }
 
 std::optional<QUrl> URLFactory::getSettingsFileURL()
 {
-    return at(PenPlaces::lookForSettings(), &PenPlaces::settingsFile);
+    writeLog(u"in getSettingsFileURL"_s);
+    return configureFile(u"settings"_s, FileType::ini);
 }
 
 std::optional<QUrl> URLFactory::getTbdFileURL()
 {
-    return at(lookForConfigure(), &PenPlaces::tbdFile);
+    return configureFile(u"tbd"_s, FileType::txt);
 }
 
 std::optional<QUrl> URLFactory::getLogFileURL()
 {
-    return at(lookForConfigure(), &PenPlaces::logFile);
+    return configureFile(u"log"_s, FileType::txt);
 }
 
 std::optional<QUrl> URLFactory::getMusicURL()
 {
-    return at(PenPlaces::look(), &PenPlaces::music);
+    return folderAtRoot(musicFolderName);
 }
 
 std::optional<QUrl> URLFactory::url(const QString &mid, FileType type)
