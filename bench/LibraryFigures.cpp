@@ -40,7 +40,7 @@ void readHeads(const QString &folder)
 /// That many outdated titles.
 PlanningTask planningTask(int titles)
 {
-    PlanningTask task;
+    PlanningTask task{*PenPlaces::look()};
     for (int i = 0; i < titles; ++i) {
         auto local = std::make_shared<BaseElement>();
         local->mid = QString::number(10'000 + i);
@@ -50,9 +50,6 @@ PlanningTask planningTask(int titles)
         task.localMedias += local;
         task.remoteMedias += remote;
     }
-    task.sizeOf = [](const QString &, const std::function<void(std::optional<qint64>)> &told) {
-        told(std::nullopt);
-    };
     return task;
 }
 
@@ -73,7 +70,7 @@ void plan(PlanningTask task)
         ++rows;
     };
     const auto titles = static_cast<int>(task.localMedias.size());
-    std::make_shared<UpdatePlanner>(std::move(task))->checkLocalMedias([](int) {});
+    std::make_shared<UpdatePlanner>(std::move(task))->checkLocalMedias();
     if (rows != titles)
         qFatal("%d rows of %d", rows.load(), titles);
 }

@@ -216,7 +216,8 @@ void DownloadWindowController::onItemClicked(int row, int column)
     UpdateElement &dropped = rows[row];
     dropRow(dropped);
     Q_EMIT titleDropped(dropped.mid);
-    if (!ElementService::qnkFileExists(dropped.elementId)) {
+    const std::optional<PenPlaces> pen = PenPlaces::look();
+    if (!pen || !ElementService::qnkFileExists(*pen, dropped.elementId)) {
         writeLog(u"Will delete meta file for "_s + dropped.elementId
                  + u" since it was canceled and had no qnk on pen."_s);
         ElementService::deleteElement(dropped.elementId);

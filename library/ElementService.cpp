@@ -227,15 +227,9 @@ QString ElementService::idPrefix(const QString &fileName)
     return u"Id: "_s + identifier(fileName) + u'\n';
 }
 
-std::optional<CoverImage> ElementService::loadCoverImage(const QString &id)
+std::optional<CoverImage> ElementService::loadCoverImage(const PenPlaces &pen, const QString &id)
 {
-    return loadCoverImage(PenPlaces::look(), id);
-}
-
-std::optional<CoverImage> ElementService::loadCoverImage(const std::optional<PenPlaces> &pen,
-                                                         const QString &id)
-{
-    const std::optional<QString> file = pen ? pen->titleFile(id, FileType::png) : std::nullopt;
+    const std::optional<QString> file = pen.titleFile(id, FileType::png);
     return file ? coverOf(*file) : dummyCover();
 }
 
@@ -259,9 +253,8 @@ bool ElementService::deleteElement(const QString &id)
     return deleteElements({id}).isEmpty();
 }
 
-bool ElementService::qnkFileExists(const QString &id)
+bool ElementService::qnkFileExists(const PenPlaces &pen, const QString &id)
 {
-    const std::optional<PenPlaces> pen = PenPlaces::look();
-    const std::optional<QString> file = pen ? pen->titleFile(id, FileType::qnk) : std::nullopt;
+    const std::optional<QString> file = pen.titleFile(id, FileType::qnk);
     return file && FileManager::fileExists(*file);
 }

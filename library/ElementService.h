@@ -28,10 +28,8 @@ public:
 
     /// The cover of an identifier: the dummy when the file cannot be read or is too large to be
     /// shown, absent when it is no picture.
-    [[nodiscard]] static std::optional<CoverImage> loadCoverImage(const QString &id);
-    /// The same where the pen has been looked up; the dummy without pen.
-    [[nodiscard]] static std::optional<CoverImage>
-    loadCoverImage(const std::optional<PenPlaces> &pen, const QString &id);
+    [[nodiscard]] static std::optional<CoverImage> loadCoverImage(const PenPlaces &pen,
+                                                                  const QString &id);
 
     /// Removes the title's metadata, cover and content file; what is missing is skipped. False when
     /// something of the title may still be on the pen, or the pen has gone. Main thread, since it
@@ -41,5 +39,5 @@ public:
     static QStringList deleteElements(const QStringList &ids);
 
     /// Whether the title's content file is in the book folder.
-    [[nodiscard]] static bool qnkFileExists(const QString &id);
+    [[nodiscard]] static bool qnkFileExists(const PenPlaces &pen, const QString &id);
 };

@@ -58,29 +58,21 @@ std::optional<QByteArray> jsonData(const QString &text, const QString &kind, con
     return std::nullopt;
 }
 
-/// The metadata file of an identifier; absent without pen and for a name that is none.
-std::optional<QUrl> metadataFile(const QString &id)
+bool isMetadataReadable(const PenPlaces &pen, const QString &id)
 {
-    const std::optional<QUrl> folder = URLFactory::getBookURL();
-    if (!folder || !isSafeFileName(id))
-        return std::nullopt;
-    return URLFactory::fileURL(*folder, URLFactory::fileName(id, FileType::txt));
-}
-
-bool isMetadataReadable(const QString &id)
-{
-    const std::optional<QUrl> file = metadataFile(id);
-    return file && ElementUpdateService::hasMetadata(id)
-           && !FileService::getFileContent(*file).value_or(QString()).isEmpty();
+    const std::optional<QString> file = pen.titleFile(id, FileType::txt);
+    return file && ElementUpdateService::hasMetadata(pen, id)
+           && !FileService::getFileContent(urlOf(*file)).value_or(QString()).isEmpty();
 }
 
 /// False when the pen has not taken the title's metadata. Metadata beside content is left to
 /// planning, which writes it with the content, and a title without a version, of which the server
 /// told none, takes nothing off the pen.
-bool storeRequestedTitle(const BaseElement &record, const QString &id)
+bool storeRequestedTitle(const PenPlaces &pen, const BaseElement &record, const QString &id)
 {
-    const bool stays = !record.isVersionTold || ElementService::qnkFileExists(id);
-    return (stays && isMetadataReadable(id)) || ElementUpdateService::writeMetadata(record, id);
+    const bool stays = !record.isVersionTold || ElementService::qnkFileExists(pen, id);
+    return (stays && isMetadataReadable(pen, id))
+           || ElementUpdateService::writeMetadata(pen, record, id);
 }
 
 /// What became of the titles that the pen asked for; plain MIDs.
@@ -90,6 +82,18 @@ struct RequestedTitles
     QSet<QString> refused; ///< by the pen
     QSet<QString> askedAnew;
 };
+
+QStringList midsIn(const QUrl &tbd)
+{
+    QStringList mids;
+    const QStringList lines = splitAtNewlines(FileService::getFileContent(tbd).value_or(QString()));
+    for (const QString &line : lines) {
+        const QRegularExpressionMatch match = URLFactory::midExpression().match(line);
+        if (match.hasMatch())
+            mids += match.captured(1);
+    }
+    return mids;
+}
 
 QString requestLines(const QStringList &mids)
 {
@@ -125,13 +129,11 @@ QString linesToKeep(const QStringList &asked, const RequestedTitles &titles)
 }
 
 /// A server may answer more than was asked for.
-bool isAskedAnew(const CatalogueRun &run, const BaseElement &record, const QString &id)
+bool isAskedFor(const CatalogueRun &run, const BaseElement &record)
 {
-    const bool isAsked =
-        std::any_of(run.tbdMids.begin(), run.tbdMids.end(), [&record](const QString &mid) {
-            return removeLeadingZeros(mid) == record.mid;
-        });
-    return isAsked && record.isVersionTold && ElementService::qnkFileExists(id);
+    return std::any_of(run.tbdMids.begin(), run.tbdMids.end(), [&record](const QString &mid) {
+        return removeLeadingZeros(mid) == record.mid;
+    });
 }
 
 /// Leaves on the pen's list what the pen could not take and what it has content of, which is loaded
@@ -140,24 +142,27 @@ bool isAskedAnew(const CatalogueRun &run, const BaseElement &record, const QStri
 QStringList storeRequestedTitles(const CatalogueRun &run, const ElementList &requested,
                                  const ElementList &all)
 {
+    const std::optional<PenPlaces> pen = PenPlaces::look();
+    if (!pen)
+        return {};
     RequestedTitles titles;
     QStringList askedAnew;
-    const PenTitles pen(all + requested);
+    const PenTitles onPen(*pen, all + requested);
     for (const ElementPtr &record : requested) {
         if (run.stop.stop_requested())
             return {};
-        const QString id = pen.identifierOf(*record);
+        const QString id = onPen.identifierOf(*record);
         titles.answered += record->mid;
-        if (run.removePrevious && isAskedAnew(run, *record, id)) {
+        if (run.removePrevious && record->isVersionTold && isAskedFor(run, *record)
+            && ElementService::qnkFileExists(*pen, id)) {
             askedAnew += id;
             titles.askedAnew += record->mid;
         }
-        if (!storeRequestedTitle(*record, id))
+        if (!storeRequestedTitle(*pen, *record, id))
             titles.refused += record->mid;
     }
-    const std::optional<QUrl> tbd = URLFactory::getTbdFileURL();
-    if (tbd && !run.stop.stop_requested())
-        writeRequests(linesToKeep(run.tbdMids, titles), *tbd);
+    if (!run.stop.stop_requested())
+        writeRequests(linesToKeep(run.tbdMids, titles), pen->tbdFile());
     return askedAnew;
 }
 
@@ -284,17 +289,18 @@ void ElementUpdateService::fetchText(const QUrl &url, std::stop_token stop,
     });
 }
 
-void ElementUpdateService::forgetRequests(const QSet<QString> &mids)
+void ElementUpdateService::forgetRequests(const std::optional<PenPlaces> &pen,
+                                          const QSet<QString> &mids)
 {
-    const std::optional<QUrl> tbd = URLFactory::getTbdFileURL();
-    if (!tbd || FileManager::contents(pathOf(*tbd), 1).data.value_or(QByteArray()).isEmpty())
+    if (!pen
+        || FileManager::contents(pathOf(pen->tbdFile()), 1).data.value_or(QByteArray()).isEmpty())
         return;
-    QStringList left = readTbdMids();
+    QStringList left = midsIn(pen->tbdFile());
     const auto isOne = [&mids](const QString &asked) {
         return mids.contains(removeLeadingZeros(asked));
     };
     if (left.removeIf(isOne) > 0)
-        writeRequests(requestLines(left), *tbd);
+        writeRequests(requestLines(left), pen->tbdFile());
 }
 
 QStringList ElementUpdateService::readTbdMids()
@@ -304,15 +310,7 @@ QStringList ElementUpdateService::readTbdMids()
         debugPrint(u"TBD file does not exist. Will return empty TBD array."_s);
         return {};
     }
-    QStringList mids;
-    const QStringList lines =
-        splitAtNewlines(FileService::getFileContent(*tbd).value_or(QString()));
-    for (const QString &line : lines) {
-        const QRegularExpressionMatch match = URLFactory::midExpression().match(line);
-        if (match.hasMatch())
-            mids += match.captured(1);
-    }
-    return mids;
+    return midsIn(*tbd);
 }
 
 QStringList ElementUpdateService::readLocalMids()
@@ -336,28 +334,29 @@ QString ElementUpdateService::midFromFileName(const QString &fileName)
     return PenTitles::midOf(fileName);
 }
 
-bool ElementUpdateService::hasMetadata(const QString &id)
+bool ElementUpdateService::hasMetadata(const PenPlaces &pen, const QString &id)
 {
-    const std::optional<QUrl> file = metadataFile(id);
-    return file && FileManager::fileExists(pathOf(*file));
+    const std::optional<QString> file = pen.titleFile(id, FileType::txt);
+    return file && FileManager::fileExists(*file);
 }
 
-bool ElementUpdateService::writeMetadata(const BaseElement &record, const QString &id)
+bool ElementUpdateService::writeMetadata(const PenPlaces &pen, const BaseElement &record,
+                                         const QString &id)
 {
-    const std::optional<QUrl> file = metadataFile(id);
-    return file && FileService::writeFile(record.textFileContent(), *file);
+    const std::optional<QString> file = pen.titleFile(id, FileType::txt);
+    return file && FileService::writeFile(record.textFileContent(), urlOf(*file));
 }
 
 void ElementUpdateService::downloadTitleContent(const QString &publisherId, const QString &mid,
                                                 const QString &bookVersion,
                                                 const QString &elementId,
                                                 DownloadFileService &downloadFileService,
-                                                const UpdateElement &row)
+                                                const UpdateElement &row,
+                                                const std::optional<PenPlaces> &pen)
 {
     const std::optional<QString> address =
         contentAddress(publisherId, mid, bookVersion, nameOnServer(row));
-    const std::optional<QUrl> folder = URLFactory::getBookURL();
-    if (!address || !makeURL(*address) || !folder || !isSafeFileName(elementId)) {
+    if (!address || !makeURL(*address) || !pen || !isSafeFileName(elementId)) {
         debugPrint(u"Could not create download URL for fetching QNK contents. Download wont "
                    u"happen."_s);
         downloadFileService.skipRow();
@@ -367,14 +366,15 @@ void ElementUpdateService::downloadTitleContent(const QString &publisherId, cons
         if (!success)
             debugPrint(u"Failed to download QNK contents for element ID "_s + elementId);
     };
-    const auto placed = [row] {
-        forgetRequests({row.mid}); // what was kept of them
+    const auto placed = [row, pen] {
+        forgetRequests(pen, {row.mid}); // what was kept of them
         if (const ElementPtr record = recordOf(row))
-            writeMetadata(*record, row.elementId);
+            writeMetadata(*pen, *record, row.elementId);
         else
             debugPrint(u"Failed to update TXT file after new QNK download for media with MID "_s
                        + row.mid);
     };
-    downloadFileService.download(*address, *folder, URLFactory::fileName(elementId, FileType::qnk),
+    downloadFileService.download(*address, pen->book(),
+                                 URLFactory::fileName(elementId, FileType::qnk),
                                  UpdateFileType::qnk, told, placed);
 }

@@ -2,6 +2,7 @@
 
 #include "library/BaseElement.h"
 #include "library/DownloadQueue.h"
+#include "pen/PenPlaces.h"
 
 #include <QSet>
 #include <QStringList>
@@ -41,7 +42,7 @@ public:
                           std::function<void(const QString &text)> completion);
 
     /// Takes the requests for these plain MIDs off the pen's list.
-    static void forgetRequests(const QSet<QString> &mids);
+    static void forgetRequests(const std::optional<PenPlaces> &pen, const QSet<QString> &mids);
 
     /// The MIDs of the to-be-downloaded list, in file order.
     [[nodiscard]] static QStringList readTbdMids();
@@ -51,10 +52,10 @@ public:
     [[nodiscard]] static QString midFromFileName(const QString &fileName);
 
     /// Whether the book folder has a metadata file of that identifier.
-    [[nodiscard]] static bool hasMetadata(const QString &id);
+    [[nodiscard]] static bool hasMetadata(const PenPlaces &pen, const QString &id);
     /// Writes a record's text into the identifier's metadata file in the book folder, unless it
-    /// holds just that; false without pen and when the pen does not take it.
-    static bool writeMetadata(const BaseElement &record, const QString &id);
+    /// holds just that; false when the pen does not take it.
+    static bool writeMetadata(const PenPlaces &pen, const BaseElement &record, const QString &id);
 
     /// Downloads one title's content onto the pen and then refreshes its metadata file. A row that
     /// cannot be asked for, since there is no such address, is given up with a line, and the queue
@@ -62,5 +63,5 @@ public:
     static void downloadTitleContent(const QString &publisherId, const QString &mid,
                                      const QString &bookVersion, const QString &elementId,
                                      DownloadFileService &downloadFileService,
-                                     const UpdateElement &row);
+                                     const UpdateElement &row, const std::optional<PenPlaces> &pen);
 };

@@ -4,12 +4,11 @@
 #include "pen/URLFactory.h"
 #include "sync/RequestAddresses.h"
 
-PenTitles::PenTitles(const ElementList &records)
+PenTitles::PenTitles(const PenPlaces &pen, const ElementList &records)
 {
     for (const ElementPtr &record : records)
         m_serverIds += record->id;
-    const std::optional<QUrl> folder = URLFactory::getBookURL();
-    const QStringList names = folder ? FileService::listFiles(*folder, QString()) : QStringList();
+    const QStringList names = FileService::listFiles(pen.book(), QString());
     for (const QString &name : names) {
         m_names += name;
         m_ids += name.section(u'.', 0, 0);

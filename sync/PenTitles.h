@@ -1,19 +1,19 @@
 #pragma once
 
 #include "library/BaseElement.h"
-#include "pen/FileType.h"
+#include "pen/PenPlaces.h"
 
 #include <QHash>
 #include <QSet>
 #include <QStringList>
 
 /// The titles of the pen's book folder as their files name them, and under which of these names the
-/// pen keeps a title of the server. Holds what the folder held when it was made; empty without pen.
+/// pen keeps a title of the server. Holds what the folder held when it was made.
 class PenTitles
 {
 public:
     /// `records` are the server's: the identifier of one of them belongs to no other.
-    explicit PenTitles(const ElementList &records);
+    PenTitles(const PenPlaces &pen, const ElementList &records);
 
     [[nodiscard]] bool has(const QString &id, FileType type) const;
 

@@ -20,7 +20,8 @@ void RowLoader::loadRow(const UpdateElement &row)
         m_versionService->downloadFirmware(row, {});
     else
         ElementUpdateService::downloadTitleContent(row.publisherId, row.mid, row.bookVersion,
-                                                   row.elementId, m_downloadFileService, row);
+                                                   row.elementId, m_downloadFileService, row,
+                                                   m_pen);
 }
 
 void RowLoader::cancelAllRows()

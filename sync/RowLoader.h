@@ -1,8 +1,10 @@
 #pragma once
 
 #include "download/RowLoading.h"
+#include "pen/PenPlaces.h"
 
 #include <memory>
+#include <optional>
 
 class DownloadFileService;
 class VersionService;
@@ -11,7 +13,7 @@ class VersionService;
 class RowLoader : public RowLoading
 {
 public:
-    /// The service must outlive this one.
+    /// For the pen that is there now. The service must outlive this one.
     explicit RowLoader(DownloadFileService &downloadFileService);
     ~RowLoader() override;
 
@@ -23,5 +25,6 @@ public:
 
 private:
     DownloadFileService &m_downloadFileService;
+    const std::optional<PenPlaces> m_pen = PenPlaces::look();
     std::unique_ptr<VersionService> m_versionService;
 };

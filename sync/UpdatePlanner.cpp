@@ -102,7 +102,7 @@ void UpdatePlanner::run(std::function<void()> finished)
     writeLog(u"updateAll in"_s);
     checkLocalMedias();
     Dispatch::main(QCoreApplication::instance(), [] { writeLog(u"updateAll in 2"_s); });
-    const PenTitles pen(m_task.remoteMedias);
+    const PenTitles pen(m_task.pen, m_task.remoteMedias);
     queueMissingContent(pen);
     queueContent(m_task.askedAnew);
     downloadMissingCovers(pen);
@@ -133,10 +133,10 @@ void UpdatePlanner::checkLocalMedias()
 }
 
 /// Not of a title that has been deleted since it was read.
-void UpdatePlanner::refreshMetadata(const BaseElement &local, const BaseElement &remote)
+void UpdatePlanner::refreshMetadata(const BaseElement &local, const BaseElement &remote) const
 {
-    if (ElementUpdateService::hasMetadata(local.id))
-        ElementUpdateService::writeMetadata(remote, local.id);
+    if (ElementUpdateService::hasMetadata(m_task.pen, local.id))
+        ElementUpdateService::writeMetadata(m_task.pen, remote, local.id);
 }
 
 void UpdatePlanner::queueMissingContent(const PenTitles &pen)
@@ -217,14 +217,12 @@ void UpdatePlanner::storeCover(const Cover &cover, const QByteArray &picture) co
         print(u"No picture at "_s + cover.url.toString(QUrl::FullyEncoded));
         return;
     }
-    const std::optional<QUrl> folder = URLFactory::getBookURL();
-    const bool isThere =
-        ElementUpdateService::hasMetadata(cover.id) || ElementService::qnkFileExists(cover.id);
-    if (!folder || !isThere)
+    const std::optional<QString> path = m_task.pen.titleFile(cover.id, FileType::png);
+    const bool isThere = ElementUpdateService::hasMetadata(m_task.pen, cover.id)
+                         || ElementService::qnkFileExists(m_task.pen, cover.id);
+    if (!path || !isThere)
         return;
-    const QString name = URLFactory::fileName(cover.id, FileType::png);
-    const QString path = pathOf(URLFactory::fileURL(*folder, name));
-    const FileResult written = FileManager::write(path, picture, FileManager::WriteMode::Atomic);
+    const FileResult written = FileManager::write(*path, picture, FileManager::WriteMode::Atomic);
     if (written)
         m_task.coverCame(cover.id);
     else
@@ -235,7 +233,7 @@ void UpdatePlanner::restoreMissingTextFiles(const PenTitles &pen)
 {
     const QStringList ids = pen.without(FileType::txt);
     for (const QString &id : ids) {
-        if (m_task.stop.stop_requested() || !URLFactory::getBookURL())
+        if (m_task.stop.stop_requested())
             return;
         const QString mid = PenTitles::midOf(id);
         if (!m_firstOfMid.contains(mid)) {
@@ -247,6 +245,6 @@ void UpdatePlanner::restoreMissingTextFiles(const PenTitles &pen)
             continue; // a stray file beside another title
         const QString title = pen.identifierOf(*record);
         if (record->isVersionTold && !pen.has(title, FileType::txt))
-            ElementUpdateService::writeMetadata(*record, title);
+            ElementUpdateService::writeMetadata(m_task.pen, *record, title);
     }
 }

@@ -2,6 +2,7 @@
 
 #include "library/BaseElement.h"
 #include "library/DownloadQueue.h"
+#include "pen/PenPlaces.h"
 
 #include <QHash>
 #include <QSet>
@@ -17,14 +18,15 @@ class PenTitles;
 /// What planning works on: its own copies, and the ways out of its thread.
 struct PlanningTask
 {
-    ElementList localMedias; ///< with plain MIDs
-    ElementList remoteMedias;
-    QStringList askedAnew; ///< identifiers of titles to be loaded whatever their version
-    std::stop_token stop;  ///< once requested nothing is written or queued any more
+    PenPlaces pen;
+    ElementList localMedias = {}; ///< with plain MIDs
+    ElementList remoteMedias = {};
+    QStringList askedAnew = {}; ///< identifiers of titles to be loaded whatever their version
+    std::stop_token stop = {};  ///< once requested nothing is written or queued any more
     /// Takes a row for the queue. Called on any thread.
-    std::function<void(const UpdateElement &row)> queueRow;
+    std::function<void(const UpdateElement &row)> queueRow = {};
     /// Told of a title whose cover has come. Called on the shared session's thread.
-    std::function<void(const QString &elementId)> coverCame;
+    std::function<void(const QString &elementId)> coverCame = {};
 };
 
 /// Decides what the pen lacks or holds in an old version. Runs on the shared session's thread, in
@@ -52,7 +54,7 @@ private:
     /// The record of a pen title: of that identifier, or else the first of that MID that is not
     /// another title on the pen.
     [[nodiscard]] ElementPtr remote(const QString &mid, const QString &id) const;
-    static void refreshMetadata(const BaseElement &local, const BaseElement &remote);
+    void refreshMetadata(const BaseElement &local, const BaseElement &remote) const;
     void queueMissingContent(const PenTitles &pen);
     void queueContent(const QStringList &ids);
     [[nodiscard]] QList<Cover> missingCovers(const PenTitles &pen) const;

@@ -162,7 +162,7 @@ void UpdateRun::fetchCatalogue()
 /// The records are those of the last run, for when nothing can be asked in this one.
 PlanningTask UpdateRun::planningTask(const ElementList &localMedias)
 {
-    PlanningTask task;
+    PlanningTask task{m_surroundings.pen};
     task.localMedias = titlesOf(localMedias);
     task.remoteMedias = pendingElements();
     task.stop = m_stop.get_token();
@@ -208,7 +208,8 @@ void UpdateRun::coverCame(const QString &elementId)
     });
     if (row == rows.end())
         return;
-    row->image = ElementService::loadCoverImage(elementId).value_or(dummyCover());
+    row->image =
+        ElementService::loadCoverImage(m_surroundings.pen, elementId).value_or(dummyCover());
     m_window.reloadQueueTable();
 }
 
@@ -295,7 +296,8 @@ void UpdateRun::sizeRow(qsizetype index, DispatchGroup group)
         debugPrint(u"Will skip element download for type "_s + name(row.updateFileType));
         return;
     }
-    row.image = ElementService::loadCoverImage(row.elementId).value_or(dummyCover());
+    row.image =
+        ElementService::loadCoverImage(m_surroundings.pen, row.elementId).value_or(dummyCover());
     group.enter();
     const auto sized = [index, group,
                         stop = m_stop.get_token()](std::optional<qint64> size) mutable {

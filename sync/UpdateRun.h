@@ -2,6 +2,7 @@
 
 #include "library/BaseElement.h"
 #include "library/DownloadQueue.h"
+#include "pen/PenPlaces.h"
 
 #include <QObject>
 #include <QSet>
@@ -38,6 +39,7 @@ public:
         LibraryReloading &viewController;
         KeptDownloads &kept;
         QObject &retired; ///< takes over the transfer service when the run goes
+        PenPlaces pen;
         std::chrono::milliseconds softwarePatience; ///< of planned rows
     };
 

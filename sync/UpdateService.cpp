@@ -4,7 +4,6 @@
 #include "download/DownloadFileService.h"
 #include "download/DownloadWindowController.h"
 #include "download/LibraryReloading.h"
-#include "pen/URLFactory.h"
 #include "pen/UsbService.h"
 #include "platform/Address.h"
 #include "platform/Dispatch.h"
@@ -34,13 +33,10 @@ std::function<void()> inGroup(DispatchGroup group)
 }
 
 /// Sweeps what interrupted placements left on the pen.
-void removeLeftovers()
+void removeLeftovers(const PenPlaces &pen)
 {
-    for (const std::optional<QUrl> &folder :
-         {URLFactory::getBookURL(), URLFactory::getConfigureURL()}) {
-        if (folder)
-            FileManager::removeLeftovers(pathOf(*folder));
-    }
+    for (const QUrl &folder : {pen.book(), pen.configure()})
+        FileManager::removeLeftovers(pathOf(folder));
 }
 
 } // namespace
@@ -51,8 +47,9 @@ UpdateService::UpdateService(LibraryReloading &viewController, QObject *parent)
     , m_viewController(viewController)
 {
     m_downloadWindowController->setViewController(&viewController);
-    connect(m_downloadWindowController.get(), &DownloadWindowController::titleDropped, this,
-            [](const QString &mid) { ElementUpdateService::forgetRequests({mid}); });
+    connect(
+        m_downloadWindowController.get(), &DownloadWindowController::titleDropped, this,
+        [](const QString &mid) { ElementUpdateService::forgetRequests(PenPlaces::look(), {mid}); });
     NotificationCenter::defaultCenter().addObserver(
         QueueWindow::titlesDeleted, this, [this](const QVariantMap &userInfo) {
             titlesDeleted(userInfo.value(QueueWindow::elementIdsKey).toStringList());
@@ -83,12 +80,13 @@ void UpdateService::updateAll()
         return;
     }
     writeLog(u"updateAll Beginn"_s);
-    if (!UsbService::isQuilloConnected()) {
+    const std::optional<PenPlaces> pen = UsbService::connectedPen();
+    if (!pen) {
         debugPrint(u"Quillo is not connected. Skipping updateAll()"_s);
         writeLog(u"updateAll return"_s);
         return;
     }
-    beginRun();
+    beginRun(*pen);
     LogPostService::postLogFIleMidsToServer(m_penGone.get_token());
     writeLog(u"updateAll nach postLogFIleMidsToServer"_s);
     m_run->checkSoftware();
@@ -99,13 +97,13 @@ void UpdateService::updateAll()
     writeLog(u"updateAll Ende"_s);
 }
 
-void UpdateService::beginRun()
+void UpdateService::beginRun(const PenPlaces &pen)
 {
     m_run.reset();
     m_run = std::make_unique<UpdateRun>(UpdateRun::Surroundings{
-        *m_downloadWindowController, m_viewController, m_kept, *this, softwarePatience});
+        *m_downloadWindowController, m_viewController, m_kept, *this, pen, softwarePatience});
     connect(m_run.get(), &UpdateRun::ended, this, &UpdateService::finishRun);
-    removeLeftovers();
+    removeLeftovers(pen);
 }
 
 void UpdateService::titlesDeleted(const QStringList &elementIds)
@@ -113,7 +111,7 @@ void UpdateService::titlesDeleted(const QStringList &elementIds)
     QSet<QString> mids;
     for (const QString &id : elementIds)
         mids += PenTitles::midOf(id);
-    ElementUpdateService::forgetRequests(mids);
+    ElementUpdateService::forgetRequests(PenPlaces::look(), mids);
     if (m_run)
         m_run->titlesDeleted(elementIds);
 }

@@ -11,6 +11,7 @@
 
 class DownloadWindowController;
 class LibraryReloading;
+class PenPlaces;
 class UpdateRun;
 
 /// Runs one update of the pen against the servers at a time. Main thread only.
@@ -47,7 +48,7 @@ Q_SIGNALS:
     void runEnded();
 
 private:
-    void beginRun();
+    void beginRun(const PenPlaces &pen);
     void titlesDeleted(const QStringList &elementIds);
     void forgetPen();
     void finishRun();

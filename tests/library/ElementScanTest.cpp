@@ -54,6 +54,8 @@ class ElementScan : public PenTest
 protected:
     ~ElementScan() override { clearLibraryLists(); }
 
+    const PenPlaces places = PenPlaces::look().value();
+
     /// A metadata file; later ones are older, so that they are listed in the order of the calls.
     void addText(const QString &fileName, const QByteArray &text)
     {
@@ -69,7 +71,7 @@ protected:
     [[nodiscard]] std::optional<CoverImage> coverOf(const QByteArray &bytes) const
     {
         pen.write(u"book/c.png"_s, bytes);
-        return ElementService::loadCoverImage(u"c"_s);
+        return ElementService::loadCoverImage(places, u"c"_s);
     }
 
 private:
@@ -154,7 +156,7 @@ TEST_F(ElementScan, CoverIsThePictureBesideTheText)
 {
     const QByteArray png = picture({30, 40});
     pen.write(u"book/00042_en.png"_s, png);
-    const auto cover = ElementService::loadCoverImage(u"00042_en"_s);
+    const auto cover = ElementService::loadCoverImage(places, u"00042_en"_s);
     ASSERT_TRUE(cover);
     EXPECT_EQ(cover->path, pen.volumePath(u"book/00042_en.png"_s));
     EXPECT_EQ(cover->size, QSize(30, 40));
@@ -170,15 +172,15 @@ TEST_F(ElementScan, CoverIsThePictureBesideTheText)
 
 TEST_F(ElementScan, UnreadableCoversHaveAStandIn)
 {
-    EXPECT_EQ(ElementService::loadCoverImage(u"none"_s), dummyCover());
-    EXPECT_EQ(ElementService::loadCoverImage(u"../configure/settings"_s), dummyCover());
+    EXPECT_EQ(ElementService::loadCoverImage(places, u"none"_s), dummyCover());
+    EXPECT_EQ(ElementService::loadCoverImage(places, u"../configure/settings"_s), dummyCover());
     pen.write(u"book/folder.png/x"_s, "");
-    EXPECT_EQ(ElementService::loadCoverImage(u"folder"_s), dummyCover());
+    EXPECT_EQ(ElementService::loadCoverImage(places, u"folder"_s), dummyCover());
     EXPECT_EQ(dummyCover().path.right(15), u"/dummy_book.svg"_s);
     for (const QByteArray &large : {picture({4097, 1}), picture({1, 5000}, "JPEG")})
         EXPECT_EQ(coverOf(large), dummyCover());
     pen.pullOut();
-    EXPECT_EQ(ElementService::loadCoverImage(u"none"_s), dummyCover());
+    EXPECT_EQ(ElementService::loadCoverImage(places, u"none"_s), dummyCover());
 }
 
 TEST_F(ElementScan, CoversThatAreNoPictureLeaveTheTitleOut)
@@ -207,15 +209,15 @@ TEST_F(ElementScan, DeletesTheThreeFilesOfATitle)
 {
     for (const char *name : {"1_en.txt", "1_en.png", "1_en.qnk", "1_de.txt", "11_en.txt"})
         pen.write(u"book/"_s + QString::fromLatin1(name), "x");
-    EXPECT_TRUE(ElementService::qnkFileExists(u"1_en"_s));
+    EXPECT_TRUE(ElementService::qnkFileExists(places, u"1_en"_s));
     EXPECT_TRUE(ElementService::deleteElement(u"1_en"_s));
-    EXPECT_FALSE(ElementService::qnkFileExists(u"1_en"_s));
+    EXPECT_FALSE(ElementService::qnkFileExists(places, u"1_en"_s));
     EXPECT_EQ(pen.names(u"book"_s), QStringList({u"11_en.txt"_s, u"1_de.txt"_s}));
     pen.write(u"book/folder/2_en.txt"_s, "x");
     EXPECT_FALSE(ElementService::deleteElement(u"folder/2_en"_s));
     EXPECT_TRUE(pen.exists(u"book/folder/2_en.txt"_s));
     pen.pullOut();
-    EXPECT_FALSE(ElementService::qnkFileExists(u"1_en"_s));
+    EXPECT_FALSE(ElementService::qnkFileExists(places, u"1_en"_s));
 }
 
 TEST(LibraryLists, AreEmptiedWithTheQueueAndKeepTheLastCatalogue)

@@ -159,7 +159,7 @@ TEST_F(ElementUpdate, PlanningEndsWhereItIsStopped)
             return texts;
         };
         int lateRows = 0;
-        PlanningTask task;
+        PlanningTask task{*PenPlaces::look()};
         task.remoteMedias = records;
         for (const int title : {1, 2, 0}) {
             task.localMedias += std::make_shared<BaseElement>(*records.at(title));
