@@ -86,7 +86,7 @@ bool libraryFigures()
     const Figure scan = measure(
         u"library scan of 1,000 titles against reading the same heads"_s, 1.9, 7,
         [] {
-            KnownFiles::shared().forget();
+            knownFiles().forget();
             if (ElementService::getQuilloFilesInfoFromPen().books.size() != libraryTitles)
                 qFatal("the scan lost titles");
         },

@@ -54,7 +54,7 @@ QList<MetadataText> readMetadataFiles(const QUrl &bookFolder, const QStringList 
 {
     QList<MetadataText> texts;
     for (const QString &name : fileNames) {
-        const auto content = KnownFiles::shared().text(URLFactory::fileURL(bookFolder, name));
+        const auto content = knownFiles().text(URLFactory::fileURL(bookFolder, name));
         if (!content)
             continue;
         const QString prefix = ElementService::idPrefix(name);
@@ -122,7 +122,7 @@ PenLibrary libraryWithCovers(const ElementList &records, const PenPlaces &pen)
     for (const ElementPtr &element : records) {
         writeLog(u"getQuilloFilesInfoFromPen in for baseElementArray: "_s + element->id);
         const std::optional<QString> file = pen.titleFile(element->id, FileType::png);
-        element->image = file ? KnownFiles::shared().cover(*file, coverOf) : dummyCover();
+        element->image = file ? knownFiles().cover(*file, coverOf) : dummyCover();
         if (!element->image)
             continue;
         writeLog(u"getQuilloFilesInfoFromPen if image != nil"_s);
@@ -207,7 +207,7 @@ ElementList ElementService::getTextFileContentFromPen()
              + QString::number(names.size()));
     ElementList records;
     for (const QString &name : names) {
-        const auto content = KnownFiles::shared().text(URLFactory::fileURL(*bookFolder, name));
+        const auto content = knownFiles().text(URLFactory::fileURL(*bookFolder, name));
         if (!content) {
             writeLog(u"getTextFileContentFromPen continue"_s);
             continue;

@@ -4,13 +4,6 @@
 #include "platform/Address.h"
 #include "platform/Dispatch.h"
 
-KnownFiles &KnownFiles::shared()
-{
-    Q_ASSERT(Dispatch::isMainThread());
-    static KnownFiles files;
-    return files;
-}
-
 std::optional<QString> KnownFiles::text(const QUrl &file)
 {
     if (const int writings = FileService::writings(); writings != m_writings) {
@@ -48,4 +41,11 @@ std::optional<CoverImage> KnownFiles::cover(const QString &path, const CoverRead
 void KnownFiles::forget()
 {
     *this = {};
+}
+
+KnownFiles &knownFiles()
+{
+    Q_ASSERT(Dispatch::isMainThread());
+    static KnownFiles files;
+    return files;
 }

@@ -20,9 +20,6 @@ class KnownFiles
 public:
     using CoverReader = std::function<std::optional<CoverImage>(const QString &path)>;
 
-    /// The same for the whole run.
-    static KnownFiles &shared();
-
     /// As FileService::getFileContent(), which is asked when the text is not known.
     [[nodiscard]] std::optional<QString> text(const QUrl &file);
     /// As `read` tells, which is asked when the cover is not known.
@@ -46,3 +43,6 @@ private:
     QHash<QString, Cover> m_covers;
     int m_writings = 0; ///< as they were when the first of the texts was read
 };
+
+/// Those of the pen, once for the whole program.
+[[nodiscard]] KnownFiles &knownFiles();

@@ -93,6 +93,6 @@ ElementList allElements()
 void clearLibraryLists()
 {
     lists() = {};
-    KnownFiles::shared().forget();
+    knownFiles().forget();
     updateElements().clear();
 }
