@@ -1,6 +1,7 @@
 #include "app/CommandLine.h"
 
 #include "platform/FolderVolumes.h"
+#include "platform/ProgramVersion.h"
 #include "platform/SystemVolumes.h"
 
 #include <QCoreApplication>
@@ -58,7 +59,7 @@ std::optional<CommandLine::Stop> CommandLine::parse(const QStringList &arguments
     if (isSet(u"help"_s))
         return Stop{0, helpText()};
     if (isSet(u"version"_s))
-        return Stop{0, u"%1 %2\n"_s.arg(m_program, QStringLiteral(QUILLO_VERSION))};
+        return Stop{0, u"%1 %2\n"_s.arg(m_program, programVersion())};
     if (!understood)
         return Stop{wrongUse, u"%1: %2\n"_s.arg(m_program, m_parser.errorText())};
     if (!m_parser.positionalArguments().isEmpty())

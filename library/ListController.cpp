@@ -52,11 +52,10 @@ ListController::ListController(CoverCache &covers, QWidget *parent)
 
 void ListController::setElements(const ElementList &elements)
 {
-    const auto handler = std::exchange(selectionChangeHandler, {});
+    const auto quiet = quietly();
     const KeptPlace place(*tableView, m_model);
     m_model.setElements(elements);
     place.restore(*tableView, m_model);
-    selectionChangeHandler = handler;
 }
 
 QStringList ListController::selectedIds() const
@@ -66,9 +65,8 @@ QStringList ListController::selectedIds() const
 
 void ListController::markChoice()
 {
-    const auto handler = std::exchange(selectionChangeHandler, {});
+    const auto quiet = quietly();
     KeptPlace::markChoice(*tableView, m_model);
-    selectionChangeHandler = handler;
 }
 
 void ListController::showMarked()
@@ -78,13 +76,12 @@ void ListController::showMarked()
 
 void ListController::removeElements(const QStringList &ids)
 {
-    const auto handler = std::exchange(selectionChangeHandler, {});
+    const auto quiet = quietly();
     const QList<int> rows = m_model.rowsOf(ids);
     tableView->clearSelection();
     tableView->slideUp(rows);
     m_model.removeElements(ids);
     KeptPlace::standAt(*tableView, m_model, rows.value(0, -1));
-    selectionChangeHandler = handler;
 }
 
 void ListController::languageChanged()

@@ -70,10 +70,9 @@ void MusicController::setMusic(const MusicList &music)
         if (selected.contains(music.at(row)->fileName))
             selection.select(m_model.index(row, 0), m_model.index(row, 0));
     }
-    const auto handler = std::exchange(selectionChangeHandler, {});
+    const auto quiet = quietly();
     tableView->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect
                                                        | QItemSelectionModel::Rows);
-    selectionChangeHandler = handler;
     tableView->verticalScrollBar()->setValue(scrolled);
 }
 

@@ -4,8 +4,6 @@
 #include "library/ColoredTableView.h"
 #include "library/TableViewUtil.h"
 
-#include <QScopedValueRollback>
-
 #include <algorithm>
 
 TableController::TableController(QWidget *parent)
@@ -27,7 +25,7 @@ void TableController::setUpTable(QAbstractItemModel &model)
 
 void TableController::deselectAll()
 {
-    const QScopedValueRollback quiet(m_quiet, true);
+    const auto quiet = quietly();
     tableView->clearSelection();
 }
 

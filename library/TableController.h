@@ -3,6 +3,7 @@
 #include "base/Localization.h"
 
 #include <QAbstractItemModel>
+#include <QScopedValueRollback>
 #include <QWidget>
 
 #include <functional>
@@ -28,6 +29,12 @@ protected:
 
     /// Once, by the heir that owns the model.
     void setUpTable(QAbstractItemModel &model);
+
+    /// As long as it lives, the handler is not told of what becomes selected.
+    [[nodiscard]] QScopedValueRollback<bool> quietly()
+    {
+        return QScopedValueRollback(m_quiet, true);
+    }
 
 private:
     void selectionChanged();

@@ -6,6 +6,7 @@
 #include "base/ViewColors.h"
 #include "pen/ConfigureService.h"
 #include "pen/NavStorageItem.h"
+#include "platform/ProgramVersion.h"
 
 #include "ui_StorageController.h"
 
@@ -114,6 +115,6 @@ void StorageController::showVersions()
     if (viewController.isQuilloAvailable())
         versions = ConfigureService::versionTexts();
     showVersion(*firmwareVersionLabel, localized(u"firmware_version"_s), versions.firmware);
-    applicationVersionLabel->setText(u"Version: 1.6"_s);
+    applicationVersionLabel->setText(u"Version: "_s + programVersion());
     showVersion(*imageVersionLabel, localized(u"software_version"_s), versions.image);
 }

@@ -1,6 +1,7 @@
 #include "platform/Transfer.h"
 
 #include "platform/HttpAnswer.h"
+#include "platform/ProgramVersion.h"
 
 #include <algorithm>
 #include <utility>
@@ -71,7 +72,8 @@ void Transfer::setOptions()
     curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, receiveBuffer);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L); // a name still being looked up holds nobody
-    curl_easy_setopt(easy, CURLOPT_USERAGENT, "Quillo/1.6");
+    static const QByteArray userAgent = "Quillo/" + programVersion().toLatin1();
+    curl_easy_setopt(easy, CURLOPT_USERAGENT, userAgent.constData());
     // As programs that use the system's TLS library by themselves do.
     if (const QByteArray file = qgetenv("SSL_CERT_FILE"); !file.isEmpty())
         curl_easy_setopt(easy, CURLOPT_CAINFO, file.constData());
