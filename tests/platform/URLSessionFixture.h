@@ -181,9 +181,10 @@ protected:
     }
     [[nodiscard]] Told download(const QByteArray &path) { return download(server.url(path)); }
     /// Goes on with what the failed transfer left.
-    [[nodiscard]] Told resume(const Told &failed, const QByteArray &path = "/file")
+    [[nodiscard]] Told resume(const Told &failed, const QByteArray &path = "/file",
+                              qint64 size = -1)
     {
-        return run(session->downloadTask({server.url(path), target, -1, -1, failed.error->rest}));
+        return run(session->downloadTask({server.url(path), target, size, -1, failed.error->rest}));
     }
     [[nodiscard]] Told run(const Task &task)
     {

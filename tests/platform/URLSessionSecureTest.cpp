@@ -55,8 +55,6 @@ public:
 class URLSessionSecureTest : public URLSessionFixture
 {
 protected:
-    void SetUp() override { qunsetenv("SSL_CERT_FILE"); }
-
     void trust() const
     {
         const QString trusted = temporary.filePath(QStringLiteral("trusted.pem"));
@@ -64,7 +62,7 @@ protected:
         qputenv("SSL_CERT_FILE", trusted.toUtf8());
     }
 
-    void TearDown() override { SetUp(); }
+    void TearDown() override { qunsetenv("SSL_CERT_FILE"); }
 };
 
 const char greeting[] = "HTTP/1.1 200 OK\r\nContent-Length: 5\r\nConnection: close\r\n\r\nhello";
