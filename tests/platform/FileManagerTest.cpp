@@ -36,9 +36,7 @@ protected:
     {
         QFile file(outside.filePath(u"secret.txt"_s));
         return file.open(QFile::ReadOnly) && file.readAll() == secret
-               && QDir(outside.path())
-                          .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)
-                      == QStringList(u"secret.txt"_s);
+               && QDir(outside.path()).count() == 3; // with "." and ".."
     }
 
     QTemporaryDir outside;
@@ -113,11 +111,9 @@ TEST_F(FileManagerTest, EscapesNameNothing)
           u"/Volumes/OTHER/secret.txt"_s, u"/Volumes/quillo/configure/settings.ini"_s,
           u"/Volumes/"_s, QString()}) {
         SCOPED_TRACE(path.toStdString());
-        EXPECT_FALSE(FileManager::fileExists(path));
-        EXPECT_FALSE(FileManager::realPath(path));
+        EXPECT_FALSE(FileManager::fileExists(path) || FileManager::realPath(path));
         const FileManager::Contents contents = FileManager::contents(path);
-        EXPECT_FALSE(contents.data);
-        EXPECT_FALSE(contents.error.isEmpty());
+        EXPECT_FALSE(contents.data || contents.error.isEmpty());
         EXPECT_FALSE(FileManager::contentsOfDirectory(path, HiddenFiles::Include));
         EXPECT_FALSE(FileManager::write(path, "x", WriteMode::InPlace));
         EXPECT_TRUE(isSecretUntouched());
@@ -154,19 +150,7 @@ TEST_F(FileManagerTest, FollowsLinksThatStayOnTheVolumeAndTheVolumesOwn)
     EXPECT_EQ(FileManager::realPath(path), pen.volumes() + u"/LINKED/book/a.txt"_s);
 }
 
-TEST_F(FileManagerTest, NoticesAtOnceThatThePenIsGone)
-{
-    const QString settings = pen.volumePath(u"configure/settings.ini"_s);
-    EXPECT_TRUE(FileManager::fileExists(settings));
-    pen.pullOut();
-    EXPECT_FALSE(FileManager::fileExists(settings));
-    EXPECT_FALSE(FileManager::write(settings, "x", WriteMode::InPlace));
-    EXPECT_FALSE(FileManager::attributesOfFileSystem(pen.volumePath(QString())));
-    EXPECT_EQ(FileManager::mountedVolumeURLs(), QList<QUrl>());
-    EXPECT_EQ(pen.read(u"configure/settings.ini"_s), "firmwareVersion=1\nImageVersion=1\n");
-}
-
-TEST_F(FileManagerTest, ReadsNoMoreThanItsLimit)
+TEST_F(FileManagerTest, ReadsRegularFilesOnlyNoMoreThanItsLimitAndNeverWaits)
 {
     const QByteArray bytes = QByteArray("0123456789x").repeated(7000);
     for (const auto &[length, limit] :
@@ -184,15 +168,10 @@ TEST_F(FileManagerTest, ReadsNoMoreThanItsLimit)
     EXPECT_EQ(FileManager::contents(pen.volumePath(u"a"_s), 2).data, "01");
     const auto untold = FileManager::contents(u"/proc/self/status"_s); // of no length
     EXPECT_TRUE(untold.data && untold.data->contains("VmSize"));
-}
-
-TEST_F(FileManagerTest, ReadsRegularFilesOnlyAndNeverWaits)
-{
     ASSERT_EQ(::mkfifo(QFile::encodeName(pen.path(u"pipe"_s)).constData(), 0600), 0);
-    for (const QString &name : {u"pipe"_s, u"book"_s, QString(), u"missing"_s, u"no/where"_s}) {
-        const auto contents = FileManager::contents(pen.volumePath(name));
-        EXPECT_FALSE(contents.data) << qPrintable(name);
-        EXPECT_FALSE(contents.error.isEmpty()) << qPrintable(name);
+    for (const QString &item : {u"pipe"_s, u"book"_s, QString(), u"missing"_s, u"no/where"_s}) {
+        const auto contents = FileManager::contents(pen.volumePath(item));
+        EXPECT_FALSE(contents.data || contents.error.isEmpty()) << qPrintable(item);
     }
     EXPECT_FALSE(FileManager::write(pen.volumePath(u"pipe"_s), "x", WriteMode::InPlace));
 }
@@ -230,10 +209,16 @@ TEST_F(FileManagerTest, WritesInPlaceOrThroughANeighbourButMakesNoFolders)
     EXPECT_EQ(pen.names(QString()), QStringList({u"a.txt"_s, u"book"_s, u"configure"_s, u"mp3"_s}));
 }
 
-TEST_F(FileManagerTest, RemovesFilesAndFoldersButNeverTheVolume)
+TEST_F(FileManagerTest, SweepsLeftNeighboursAndRemovesFilesAndFoldersButNeverTheVolume)
 {
-    pen.write(u"book/deep/er/a.txt"_s, "a");
-    pen.write(u"book/.b"_s, "b");
+    for (const QString &name : {u".quillo-part-a.qnk"_s, u".quillo-part-"_s, u".quillo-partial"_s,
+                                u"quillo-part-a"_s, u"deep/er/a.qnk"_s})
+        pen.write(u"book/"_s + name, "x");
+    ASSERT_TRUE(QDir(pen.path(u"book"_s)).mkdir(u".quillo-part-folder"_s));
+    for (const QString &folder : {u"book"_s, u"missing"_s})
+        FileManager::removeLeftovers(pen.volumePath(folder));
+    EXPECT_EQ(pen.names(u"book"_s), QStringList({u".quillo-part-folder"_s, u".quillo-partial"_s,
+                                                 u"deep"_s, u"quillo-part-a"_s}));
     EXPECT_TRUE(FileManager::removeItem(pen.volumePath(u"book/"_s)));
     EXPECT_FALSE(pen.exists(u"book"_s));
     EXPECT_FALSE(FileManager::removeItem(pen.volumePath(u"book"_s)));
@@ -243,26 +228,20 @@ TEST_F(FileManagerTest, RemovesFilesAndFoldersButNeverTheVolume)
     EXPECT_EQ(pen.names(QString()), QStringList({u"configure"_s, u"mp3"_s}));
 }
 
-TEST_F(FileManagerTest, SweepsLeftNeighboursAndNothingElse)
-{
-    for (const QString &name : {u".quillo-part-a.qnk"_s, u".quillo-part-"_s, u".quillo-partial"_s,
-                                u"quillo-part-a"_s, u"a.qnk"_s})
-        pen.write(u"book/"_s + name, "x");
-    ASSERT_TRUE(QDir(pen.path(u"book"_s)).mkdir(u".quillo-part-folder"_s));
-    FileManager::removeLeftovers(pen.volumePath(u"book"_s));
-    EXPECT_EQ(pen.names(u"book"_s), QStringList({u".quillo-part-folder"_s, u".quillo-partial"_s,
-                                                 u"a.qnk"_s, u"quillo-part-a"_s}));
-    FileManager::removeLeftovers(pen.volumePath(u"missing"_s));
-}
-
-TEST_F(FileManagerTest, TellsSizeAndFreeSpaceOfTheVolume)
+TEST_F(FileManagerTest, TellsSpaceAndFilesOfTheVolumeUntilThePenIsGone)
 {
     const auto attributes = FileManager::attributesOfFileSystem(u"/Volumes/QUILLO/"_s);
     ASSERT_TRUE(attributes);
-    EXPECT_GT(attributes->size, 0);
-    EXPECT_GE(attributes->freeSize, 0);
+    EXPECT_TRUE(attributes->size > 0 && attributes->freeSize >= 0);
     EXPECT_LE(attributes->freeSize, attributes->size);
     EXPECT_FALSE(FileManager::attributesOfFileSystem(u"/Volumes/QUILLO/missing/x"_s));
+    const QString settings = pen.volumePath(u"configure/settings.ini"_s);
+    EXPECT_TRUE(FileManager::fileExists(settings));
+    pen.pullOut();
+    EXPECT_FALSE(FileManager::fileExists(settings));
+    EXPECT_FALSE(FileManager::write(settings, "x", WriteMode::InPlace));
+    EXPECT_FALSE(FileManager::attributesOfFileSystem(u"/Volumes/QUILLO/"_s));
+    EXPECT_EQ(FileManager::mountedVolumeURLs(), QList<QUrl>());
 }
 
 TEST_F(FileManagerTest, MakesTheDocumentsFolderOfTheHomeItIsAskedIn)

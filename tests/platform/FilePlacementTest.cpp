@@ -14,30 +14,32 @@ namespace {
 
 const QByteArray oldBytes = "the old file";
 
-/// Three blocks and a bit.
-QByteArray newBytes()
-{
-    QByteArray bytes;
-    for (int line = 0; bytes.size() < 3 * FilePlacement::blockSize + 12'345; ++line)
-        bytes += QByteArray::number(line).repeated(20) + '\n';
-    return bytes;
-}
-
-enum class Operation { Write, AppendFile };
-enum class Target { Absent, Present };
-
-using PlacementCase = std::tuple<Operation, Target>;
-
 /// A file to place over an old one or where there is none.
-class Placement : public PenTest, public testing::WithParamInterface<PlacementCase>
+class Placement : public PenTest
 {
 protected:
+    Placement() { prepare(); }
+
     void prepare() const
     {
         pen.write(u"book/target.qnk"_s, oldBytes);
         pen.write(u"source.tmp"_s, bytes);
-        if (std::get<Target>(GetParam()) == Target::Absent)
+        if (!replaces)
             pen.remove(u"book/target.qnk"_s);
+    }
+
+    /// Written and copied, where there is a file and where there is none.
+    template <typename Check>
+    void inEveryCase(const Check &check)
+    {
+        for (const auto &[copied, replacing] :
+             {std::pair(false, false), {false, true}, {true, false}, {true, true}}) {
+            copies = copied;
+            replaces = replacing;
+            SCOPED_TRACE(testing::PrintToString(std::pair(copied, replacing)));
+            prepare();
+            check();
+        }
     }
 
     [[nodiscard]] FilePlace place() const
@@ -46,10 +48,10 @@ protected:
     }
 
     /// 0 or the errno value.
-    int perform(FaultyCalls &faulty)
+    int perform(FaultyCalls &calls)
     {
-        FilePlacement placement(place(), faulty.calls);
-        if (std::get<Operation>(GetParam()) == Operation::Write)
+        FilePlacement placement(place(), calls.calls);
+        if (!copies)
             return placement.write(bytes);
         struct stat status = {};
         const Descriptor source =
@@ -59,176 +61,148 @@ protected:
             error = placement.appendFile(source.get(), status.st_size, stop.get_token());
         return error != 0 ? error : placement.finish(place(), stop.get_token());
     }
+    int perform() { return perform(faulty); }
 
     int performFailingAt(qsizetype call, FaultyCalls::After after)
     {
         prepare();
-        FaultyCalls faulty;
-        faulty.failAt = call;
-        faulty.after = after;
-        const int error = perform(faulty);
-        EXPECT_GT(faulty.made.size(), call);
+        FaultyCalls failing;
+        failing.failAt = call;
+        failing.after = after;
+        const int error = perform(failing);
+        EXPECT_GT(failing.made.size(), call);
         return error;
     }
 
     [[nodiscard]] QByteArray target() const { return pen.read(u"book/target.qnk"_s); }
     [[nodiscard]] bool isTargetOld() const
     {
-        return std::get<Target>(GetParam()) == Target::Present ? target() == oldBytes
-                                                               : target().isNull();
+        return replaces ? target() == oldBytes : target().isNull();
     }
     [[nodiscard]] bool isTargetNew() const { return target() == bytes; }
+    [[nodiscard]] bool isAlone(const QString &folder = u"book"_s) const
+    {
+        return pen.names(folder) == QStringList(u"target.qnk"_s);
+    }
     [[nodiscard]] bool isNeighbourGone() const
     {
-        return pen.names(u"book"_s).filter(u".quillo-part-"_s).isEmpty();
+        return isAlone() || pen.names(u"book"_s).isEmpty();
     }
 
     QByteArrayList callsOfASuccess()
     {
-        FaultyCalls faulty;
-        prepare();
-        EXPECT_EQ(perform(faulty), 0);
-        return faulty.made;
+        FaultyCalls recorded;
+        EXPECT_EQ(perform(recorded), 0);
+        return recorded.made;
     }
 
-    const QByteArray bytes = newBytes();
+    /// Three blocks and a bit.
+    const QByteArray bytes =
+        QByteArray("0123456789x").repeated((3 * FilePlacement::blockSize + 12'345) / 11);
+    bool copies = true;
+    bool replaces = true;
+    FaultyCalls faulty;
     std::stop_source stop;
 };
 
 } // namespace
 
-TEST_P(Placement, PutsTheWholeFileInPlace)
+TEST_F(Placement, PutsTheWholeFileInPlace)
 {
-    const QByteArrayList made = callsOfASuccess();
-    EXPECT_TRUE(isTargetNew());
-    EXPECT_EQ(pen.names(u"book"_s), QStringList(u"target.qnk"_s));
-    const auto flushed = made.indexOf("fdatasync");
-    const auto renamed = made.indexOf("renameat");
-    EXPECT_TRUE(flushed >= 0 && flushed < renamed && renamed < made.lastIndexOf("fsync"));
+    inEveryCase([this] {
+        const QByteArrayList made = callsOfASuccess();
+        EXPECT_TRUE(isTargetNew() && isAlone());
+        const auto flushed = made.indexOf("fdatasync");
+        const auto renamed = made.indexOf("renameat");
+        EXPECT_TRUE(flushed >= 0 && flushed < renamed && renamed < made.lastIndexOf("fsync"));
+    });
 }
 
-TEST_P(Placement, LeavesOldOrNewWhenACallFails)
+TEST_F(Placement, LeavesOldOrNewWhenACallFailsOrTheMediumGoes)
 {
-    const QByteArrayList made = callsOfASuccess();
-    for (qsizetype i = 0; i < made.size(); ++i) {
-        SCOPED_TRACE(made.at(i).toStdString() + " at " + std::to_string(i));
-        const int error = performFailingAt(i, FaultyCalls::After::Recovers);
-        const bool flushedLate = made.at(i) == "fsync" || made.mid(0, i).contains("renameat");
-        if (error == 0) { // only what is not needed may fail
-            EXPECT_TRUE(made.at(i) == "unlinkat" || made.at(i) == "close");
-            EXPECT_TRUE(isTargetNew());
-        } else {
-            EXPECT_EQ(error, EIO);
-            EXPECT_TRUE(flushedLate ? isTargetNew() : isTargetOld());
+    inEveryCase([this] {
+        const QByteArrayList made = callsOfASuccess();
+        for (qsizetype i = 0; i < made.size(); ++i) {
+            SCOPED_TRACE(made.at(i).toStdString() + " at " + std::to_string(i));
+            int error = performFailingAt(i, FaultyCalls::After::Recovers);
+            const bool flushedLate = made.at(i) == "fsync" || made.mid(0, i).contains("renameat");
+            if (error == 0) // only what is not needed may fail
+                EXPECT_TRUE(made.at(i) == "unlinkat" || made.at(i) == "close");
+            else
+                EXPECT_EQ(error, EIO);
+            EXPECT_TRUE(error == 0 || flushedLate ? isTargetNew() : isTargetOld());
+            EXPECT_TRUE(isNeighbourGone());
+
+            error = performFailingAt(i, FaultyCalls::After::StaysGone);
+            EXPECT_TRUE(isTargetNew() || (error != 0 && isTargetOld()));
+            FileManager::removeLeftovers(pen.volumePath(u"book"_s));
+            EXPECT_TRUE(isNeighbourGone());
         }
-        EXPECT_TRUE(isNeighbourGone());
-    }
+    });
 }
 
-TEST_P(Placement, LeavesOldOrNewWhenTheMediumGoes)
+TEST_F(Placement, KeepsTheOldFileOnAFullMedium)
 {
-    const qsizetype calls = callsOfASuccess().size();
-    for (qsizetype i = 0; i < calls; ++i) {
-        SCOPED_TRACE(i);
-        const int error = performFailingAt(i, FaultyCalls::After::StaysGone);
-        EXPECT_TRUE(error == 0 ? isTargetNew() : isTargetOld() || isTargetNew());
-        FileManager::removeLeftovers(pen.volumePath(u"book"_s));
-        EXPECT_TRUE(isNeighbourGone());
-    }
+    inEveryCase([this] {
+        for (const QByteArray kind : {"write", "fdatasync", "close"}) {
+            FaultyCalls full;
+            full.failKind = kind;
+            full.error = ENOSPC;
+            EXPECT_EQ(perform(full), ENOSPC) << kind.constData();
+            EXPECT_TRUE(isTargetOld() && isNeighbourGone()) << kind.constData();
+        }
+    });
 }
 
-TEST_P(Placement, KeepsTheOldFileOnAFullMedium)
+TEST_F(Placement, SurvivesShortWritesAndMissingFlushesOfFolders)
 {
-    for (const QByteArray kind : {"write", "fdatasync", "close"}) {
-        SCOPED_TRACE(kind.toStdString());
-        prepare();
-        FaultyCalls faulty;
-        faulty.failKind = kind;
-        faulty.error = ENOSPC;
-        EXPECT_EQ(perform(faulty), ENOSPC);
-        EXPECT_TRUE(isTargetOld() && isNeighbourGone());
-    }
-}
-
-TEST_P(Placement, SurvivesShortWritesAndMissingFlushesOfFolders)
-{
-    prepare();
-    FaultyCalls faulty;
     faulty.longestWrite = 100'003;
     faulty.failKind = "fsync";
     faulty.error = EINVAL; // as where folders cannot be flushed
-    EXPECT_EQ(perform(faulty), 0);
-    EXPECT_TRUE(isTargetNew());
-    EXPECT_TRUE(isNeighbourGone());
+    inEveryCase([this] {
+        EXPECT_EQ(perform(), 0);
+        EXPECT_TRUE(isTargetNew() && isAlone());
+    });
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, Placement,
-                         testing::Combine(testing::Values(Operation::Write, Operation::AppendFile),
-                                          testing::Values(Target::Absent, Target::Present)));
-
-namespace {
-
-class Appending : public Placement
+TEST_F(Placement, StopsAtABlockOrAfterTheFlushAndLeavesTheOldFile)
 {
-protected:
-    void SetUp() override { prepare(); }
-
-    int perform() { return Placement::perform(faulty); }
-
-    void expectNothingHappened() const
-    {
-        EXPECT_EQ(target(), oldBytes);
-        EXPECT_EQ(pen.names(u"book"_s), QStringList(u"target.qnk"_s));
-    }
-
-    FaultyCalls faulty;
-};
-
-INSTANTIATE_TEST_SUITE_P(Over, Appending,
-                         testing::Values(PlacementCase(Operation::AppendFile, Target::Present)));
-
-} // namespace
-
-TEST_P(Appending, StopsAtABlockOrAfterTheFlushAndLeavesTheOldFile)
-{
-    for (const int last : {1, 2, 4}) {
+    for (const int last : {1, 2, 4, 6}) {
         int blocks = 0;
         stop = std::stop_source();
-        faulty.calls.pread = [&](int file, void *data, size_t size, off_t at) {
+        const auto count = [&] {
             if (++blocks == last)
                 stop.request_stop();
+        };
+        faulty.calls.pread = [&](int file, void *data, size_t size, off_t at) {
+            count();
             return ::pread(file, data, size, at);
+        };
+        faulty.calls.fdatasync = [&](int file) {
+            count();
+            return ::fdatasync(file);
         };
         EXPECT_EQ(perform(), ECANCELED);
         EXPECT_EQ(blocks, last);
-        expectNothingHappened();
+        EXPECT_TRUE(isTargetOld() && isAlone());
     }
-    stop = std::stop_source();
-    faulty.calls.pread = ::pread;
-    faulty.calls.fdatasync = [this](int file) {
-        stop.request_stop();
-        return ::fdatasync(file);
-    };
-    EXPECT_EQ(perform(), ECANCELED);
-    expectNothingHappened();
 }
 
-TEST_P(Appending, AnotherPlacementAndASweepMeanwhileTouchNothingOfIt)
+TEST_F(Placement, AnotherOneAndASweepMeanwhileTouchNothingOfIt)
 {
     FaultyCalls others;
     others.failKind = "fdatasync";
     faulty.calls.fdatasync = [&](int file) {
         FileManager::removeLeftovers(pen.volumePath(u"book"_s));
-        EXPECT_EQ(Placement::perform(others), EIO);
+        EXPECT_EQ(perform(others), EIO);
         EXPECT_EQ(pen.names(u"book"_s).size(), 2);
         return ::fdatasync(file);
     };
     EXPECT_EQ(perform(), 0);
-    EXPECT_EQ(target(), bytes);
-    EXPECT_EQ(pen.names(u"book"_s), QStringList(u"target.qnk"_s));
+    EXPECT_TRUE(isTargetNew() && isAlone());
 }
 
-TEST_P(Appending, IsNotForAnotherPenOfThatName)
+TEST_F(Placement, IsNotForAnotherPenOfThatName)
 {
     pen.write(u"else/target.qnk"_s, "another pen's");
     faulty.calls.fdatasync = [this](int file) {
@@ -238,10 +212,10 @@ TEST_P(Appending, IsNotForAnotherPenOfThatName)
     };
     EXPECT_EQ(perform(), ENODEV);
     EXPECT_EQ(target(), "another pen's");
-    EXPECT_EQ(pen.names(u"away"_s), QStringList(u"target.qnk"_s));
+    EXPECT_TRUE(isAlone(u"away"_s));
 }
 
-TEST_P(Appending, GoesOnAfterAnInterruptedCallButNotWithASourceThatChanged)
+TEST_F(Placement, GoesOnAfterAnInterruptedCallButNotWithASourceThatChanged)
 {
     int interruptions = 0;
     faulty.calls.pread = [&](int file, void *data, size_t size, off_t at) -> ssize_t {
@@ -251,17 +225,17 @@ TEST_P(Appending, GoesOnAfterAnInterruptedCallButNotWithASourceThatChanged)
         return -1;
     };
     EXPECT_EQ(perform(), 0);
-    EXPECT_EQ(target(), bytes);
+    EXPECT_TRUE(isTargetNew());
     faulty.calls.pread = [this](int file, void *data, size_t size, off_t at) {
         pen.write(u"source.tmp"_s, "cut");
         return ::pread(file, data, size, at);
     };
     prepare();
     EXPECT_EQ(perform(), EIO);
-    expectNothingHappened();
+    EXPECT_TRUE(isTargetOld() && isAlone());
 }
 
-TEST_P(Appending, HandsBackWhatItWritesSoThatTheFlushIsShort)
+TEST_F(Placement, HandsBackWhatItWritesSoThatTheFlushIsShort)
 {
     pen.write(u"source.tmp"_s, bytes.repeated(10));
     QList<std::pair<off_t, off_t>> waitedFor;
@@ -279,23 +253,20 @@ TEST_P(Appending, HandsBackWhatItWritesSoThatTheFlushIsShort)
     EXPECT_EQ(waitedFor.first().first, 0);
     EXPECT_GT(waitedFor.last().first + waitedFor.last().second, 5 * bytes.size());
 
-    faulty.calls.syncFileRange = [](int, off_t, off_t, unsigned) {
-        errno = ENOSYS;
-        return -1;
-    };
-    EXPECT_EQ(perform(), 0) << "the flush does it alone";
-    faulty.calls.syncFileRange = [](int, off_t, off_t, unsigned) {
-        errno = ENOSPC; // which a flush does not say again
-        return -1;
-    };
-    EXPECT_EQ(perform(), ENOSPC);
+    // Where there is no such call the flush does it alone; what it says of the room counts.
+    for (const auto &[error, expected] : {std::pair(ENOSYS, 0), {ENOSPC, ENOSPC}}) {
+        faulty.calls.syncFileRange = [error](int, off_t, off_t, unsigned) {
+            errno = error;
+            return -1;
+        };
+        EXPECT_EQ(perform(), expected);
+    }
 }
 
-TEST_P(Appending, DoesNotReplaceAFolder)
+TEST_F(Placement, DoesNotReplaceAFolder)
 {
     pen.remove(u"book/target.qnk"_s);
     pen.write(u"book/target.qnk/inside"_s, "x");
     EXPECT_NE(perform(), 0);
-    EXPECT_EQ(pen.names(u"book"_s), QStringList(u"target.qnk"_s));
-    EXPECT_TRUE(pen.exists(u"book/target.qnk/inside"_s));
+    EXPECT_TRUE(isAlone() && pen.exists(u"book/target.qnk/inside"_s));
 }

@@ -1,5 +1,6 @@
+#include "platform/IncomingFile.h"
 #include "tests/support/FuseMedium.h"
-#include "tests/support/PenFolder.h"
+#include "tests/support/PenTest.h"
 #include "tests/support/Printers.h"
 
 #include <QFile>
@@ -11,7 +12,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-class Medium : public testing::TestWithParam<FuseMedium::Kind>
+class Medium : public PenTest, public testing::WithParamInterface<FuseMedium::Kind>
 {
 protected:
     void SetUp() override
@@ -25,7 +26,6 @@ protected:
         return QFile::encodeName(pen.path(name));
     }
 
-    PenFolder pen;
     FuseMedium medium{pen.root(), GetParam()};
 };
 
@@ -50,4 +50,16 @@ TEST_P(Medium, KeepsFilesByTheRulesOfFat)
     EXPECT_EQ(::stat(path(u"title"_s).constData(), &status), 0);
     EXPECT_EQ(status.st_mtim.tv_nsec, 0);
     EXPECT_EQ(pen.names(QString()), QStringList({u"book"_s, u"configure"_s, u"mp3"_s, u"title"_s}));
+}
+
+TEST_P(Medium, TakesTheWholeNewFileForTheOldOne)
+{
+    for (const QByteArray &content : {QByteArray(6000, 'o'), QByteArray(9'000'000, 'n')}) {
+        IncomingFile file(pen.volumePath(u"book/target.qnk"_s));
+        EXPECT_FALSE(file.begin(content.size()));
+        EXPECT_FALSE(file.append(content.constData(), content.size()));
+        EXPECT_FALSE(file.place({}));
+        EXPECT_EQ(pen.read(u"book/target.qnk"_s), content);
+    }
+    EXPECT_EQ(pen.names(u"book"_s), QStringList(u"target.qnk"_s));
 }

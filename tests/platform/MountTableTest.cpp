@@ -4,7 +4,7 @@
 
 using namespace Qt::StringLiterals;
 
-TEST(MountTableText, GivesTheMountOfALine)
+TEST(MountTableText, GivesTheMountOfALineAndLeavesMalformedLinesOut)
 {
     const QList<std::pair<QByteArray, Mount>> rows = {
         {"36 22 8:17 / /media/PEN rw,noatime shared:2 - vfat /dev/sdb1 rw",
@@ -22,10 +22,6 @@ TEST(MountTableText, GivesTheMountOfALine)
     };
     for (const auto &[line, mount] : rows)
         EXPECT_EQ(parseMountTable(line + '\n'), QList{mount}) << line.constData();
-}
-
-TEST(MountTableText, LeavesMalformedLinesOut)
-{
     for (const QByteArray line :
          {"", "      ", "36 22 8:17 / /media/PEN rw shared:2 vfat /dev/sdb1 rw",
           "36 22 8:17 / /media/PEN rw - vfat", "x 22 8:17 / /media/PEN rw - vfat /dev/sdb1 rw",
@@ -37,7 +33,7 @@ TEST(MountTableText, LeavesMalformedLinesOut)
     }
 }
 
-TEST(VolumeMounts, AreToldFromTheSystemsOwn)
+TEST(VolumeMounts, AreToldFromTheSystemsOwnAndTakeWhatIsOnTopWhereTwoAreAtOnePlace)
 {
     const auto isVolume = [](const QByteArray &mount) {
         return !volumeMounts(parseMountTable(rootLine + "\n30 22 " + mount + " rw\n")).isEmpty();
@@ -61,6 +57,15 @@ TEST(VolumeMounts, AreToldFromTheSystemsOwn)
           "0:47 / /mnt/gvfs rw - fuse.gvfsd-fuse gvfsd-fuse",
           "8:1 /srv /mnt/bound rw - ext4 /dev/sda1", "8:3 /x /data rw - ext4 /dev/sda3"})
         EXPECT_FALSE(isVolume(mount)) << mount;
+
+    const QList<Mount> mounts =
+        volumeMounts(parseMountTable(rootLine
+                                     + "\n30 22 8:17 / /media/PEN rw - vfat /dev/sdb1 rw"
+                                       "\n31 30 0:47 / /media/PEN rw - nfs server:/pen rw"
+                                       "\n32 22 8:33 / /media/QUILLO rw - vfat /dev/sdc1 rw"
+                                       "\n33 32 8:49 / /media/QUILLO rw - vfat /dev/sdd1 rw"));
+    ASSERT_EQ(mounts.size(), 1);
+    EXPECT_EQ(mounts.constFirst().id, 33);
 }
 
 TEST(VolumeName, IsTheLastNameOfTheMountPointOrThatOfFatWithoutLabel)
@@ -79,16 +84,4 @@ TEST(VolumeName, IsTheLastNameOfTheMountPointOrThatOfFatWithoutLabel)
     for (const auto &[type, mountPoint, name] : rows)
         EXPECT_EQ(volumeName({36, "8:17", u"/"_s, mountPoint, type, u"/dev/sdb1"_s}), name)
             << qPrintable(mountPoint);
-}
-
-TEST(VolumeMounts, TakesWhatIsOnTopWhereTwoAreMountedAtOnePlace)
-{
-    const QList<Mount> mounts =
-        volumeMounts(parseMountTable(rootLine
-                                     + "\n30 22 8:17 / /media/PEN rw - vfat /dev/sdb1 rw"
-                                       "\n31 30 0:47 / /media/PEN rw - nfs server:/pen rw"
-                                       "\n32 22 8:33 / /media/QUILLO rw - vfat /dev/sdc1 rw"
-                                       "\n33 32 8:49 / /media/QUILLO rw - vfat /dev/sdd1 rw"));
-    ASSERT_EQ(mounts.size(), 1);
-    EXPECT_EQ(mounts.constFirst().id, 33);
 }

@@ -20,9 +20,9 @@ struct Watched
     {
         table->set(lines);
         volumes.emplace(std::unique_ptr<MountTable>(table), QDBusConnection(u"none"_s));
-        QObject::connect(&*volumes, &VolumeSource::mounted, &*volumes,
+        QObject::connect(&*volumes, &VolumeSource::mounted,
                          [this](const QString &name) { news.append(u'+' + name); });
-        QObject::connect(&*volumes, &VolumeSource::unmounted, &*volumes,
+        QObject::connect(&*volumes, &VolumeSource::unmounted,
                          [this](const QString &name) { news.append(u'-' + name); });
     }
 
@@ -48,24 +48,16 @@ TEST(SystemVolumes, ListsVolumesInTheOrderOfTheTable)
 TEST(SystemVolumes, TellsWhatCameAndWent)
 {
     Watched watched({rootLine, mediumLine("OLD")});
-    watched.table->setAndTell({rootLine, mediumLine("OLD"), mediumLine("QUILLO")});
+    watched.table->set({rootLine, mediumLine("OLD"), mediumLine("QUILLO")});
+    EXPECT_EQ(namesOf(watched.volumes->volumes()), QStringList({u"OLD"_s, u"QUILLO"_s}));
+    for (int round = 0; round < 2; ++round) // also what somebody asked for before the news came
+        Q_EMIT watched.table->changed();
     EXPECT_EQ(watched.news, QStringList(u"+QUILLO"_s));
-    watched.table->setAndTell({rootLine, mediumLine("OLD"), mediumLine("QUILLO")});
-    EXPECT_EQ(watched.news.size(), 1);
     watched.table->setAndTell({rootLine, mediumLine("QUILLO")});
     EXPECT_EQ(watched.news, QStringList({u"+QUILLO"_s, u"-OLD"_s}));
     watched.news.clear();
     watched.table->setAndTell({rootLine, mediumLine("QUILLO", 91)}); // another medium
     EXPECT_EQ(watched.news, QStringList({u"-QUILLO"_s, u"+QUILLO"_s}));
-}
-
-TEST(SystemVolumes, TellsEvenWhenSomebodyAskedBetweenChangeAndNews)
-{
-    Watched watched({rootLine});
-    watched.table->set({rootLine, mediumLine("QUILLO")});
-    EXPECT_EQ(namesOf(watched.volumes->volumes()), QStringList(u"QUILLO"_s));
-    Q_EMIT watched.table->changed();
-    EXPECT_EQ(watched.news, QStringList(u"+QUILLO"_s));
 }
 
 TEST(SystemVolumes, IsReadFromOtherThreadsWhileTheTableChanges)
@@ -94,15 +86,14 @@ std::optional<QString> failureWithOwnMounts()
     if (QProcess::execute(u"unshare"_s, {u"-Umr"_s, u"true"_s}) != 0)
         return std::nullopt;
     const auto *test = testing::UnitTest::GetInstance()->current_test_info();
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QString::fromLatin1(insideVariable), u"1"_s);
     QProcess inside;
-    inside.setProcessEnvironment(environment);
     inside.setProcessChannelMode(QProcess::MergedChannels);
+    qputenv(insideVariable, "1");
     inside.start(u"unshare"_s,
                  {u"-Umr"_s, QCoreApplication::applicationFilePath(),
                   u"--gtest_filter=%1.%2"_s.arg(QString::fromLatin1(test->test_suite_name()),
                                                 QString::fromLatin1(test->name()))});
+    qunsetenv(insideVariable);
     const bool ended = inside.waitForFinished(60'000);
     const QString output = QString::fromLocal8Bit(inside.readAll());
     return ended && inside.exitStatus() == QProcess::NormalExit && inside.exitCode() == 0

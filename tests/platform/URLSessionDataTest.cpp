@@ -1,14 +1,17 @@
 #include "tests/platform/URLSessionFixture.h"
 
-#include <QTest>
-
-#include <atomic>
-
 using namespace std::chrono_literals;
 
 namespace {
 
 using URLSessionDataTest = URLSessionFixture;
+
+/// Whether the line broke, the status and what came of the body.
+std::tuple<bool, int, QByteArray> outcomeOf(const DataTaskResult &result)
+{
+    return {!result.error.isEmpty(), result.response ? result.response->statusCode : 0,
+            result.data};
+}
 
 TEST_F(URLSessionDataTest, SendsWhatItIsGivenAndNothingOfItself)
 {
@@ -19,15 +22,11 @@ TEST_F(URLSessionDataTest, SendsWhatItIsGivenAndNothingOfItself)
                  {.body = "2"}});
     const URLRequest post{server.url(asked), "POST", {{"X-Pen", "7"}}, pattern(2 * mebibyte)};
     const DataTaskResult result = fetch(post);
-    EXPECT_EQ(result.data, pattern(300'000));
-    EXPECT_EQ(result.error, QString());
-    ASSERT_TRUE(result.response);
-    EXPECT_EQ(result.response->statusCode, 200);
+    ASSERT_EQ(outcomeOf(result), std::tuple(false, 200, pattern(300'000)));
     EXPECT_EQ(result.response->url, server.url(asked));
     EXPECT_EQ(fetch(asked).data, "2") << "is asked every time";
     const auto sent = server.requests();
-    EXPECT_EQ(sent.first().method, "POST");
-    EXPECT_EQ(sent.first().target, asked);
+    EXPECT_EQ(sent.first().method + sent.first().target, "POST" + asked);
     EXPECT_TRUE(sent.first().body == pattern(2 * mebibyte));
     EXPECT_FALSE(sent.first().hasHeader("Expect"));
     EXPECT_EQ(sent.first().header("X-Pen"), "7");
@@ -56,7 +55,7 @@ TEST_F(URLSessionDataTest, EveryRequestIsSentOnceOverAConnectionOfItsOwn)
     server.serve("/log", Reply::closeBeforeHeader());
     int sent = 1;
     for (const char *method : {"POST", "GET", "HEAD"}) {
-        EXPECT_FALSE(fetch({server.url("/log"), method, {}, {}}).isSuccess()) << method;
+        EXPECT_FALSE(fetch("/log", method).isSuccess());
         EXPECT_EQ(server.requests("/log").size(), ++sent) << method;
     }
     EXPECT_EQ(download("/log").calls, failure);
@@ -66,24 +65,17 @@ TEST_F(URLSessionDataTest, EveryRequestIsSentOnceOverAConnectionOfItsOwn)
 
 TEST_F(URLSessionDataTest, ACallbackThatTakesItsTimeIsNoSilenceOfOthers)
 {
-    const auto gate = std::make_shared<Gate>();
     session->setTimeout(200ms);
-    server.serve("/slow", {.body = "slow", .hold = gate});
-    std::optional<DataTaskResult> told;
-    std::atomic<bool> isTold = false;
-    session->dataTask({server.url("/slow"), "GET", {}, {}}, [&](const DataTaskResult &result) {
-        told = result;
-        isTold = true;
-    });
+    serveHeld();
+    const auto task = begin("/held");
     ASSERT_TRUE(gate->waitUntilReached());
-    session->async([&gate] {
+    session->async([this] {
         const auto end = std::chrono::steady_clock::now() + 300ms; // as a slow medium's flush
         gate->open();
         while (std::chrono::steady_clock::now() < end)
             std::this_thread::yield();
     });
-    ASSERT_TRUE(QTest::qWaitFor([&] { return isTold.load(); }));
-    EXPECT_EQ(told->error, QString());
+    EXPECT_EQ(run(task).errorText(), QString());
 }
 
 TEST_F(URLSessionDataTest, AsksTheProxyOfTheEnvironment)
@@ -101,9 +93,7 @@ TEST_F(URLSessionDataTest, HeadHandsOnTheAnnouncedLength)
     // Longer than a body may be: that bound is not about the length of something else.
     server.serve("/big", {.body = pattern(mebibyte), .repeat = 4096});
     const DataTaskResult result = fetch("/big", "HEAD");
-    EXPECT_EQ(result.error, QString());
-    EXPECT_EQ(result.data, QByteArray());
-    ASSERT_TRUE(result.response);
+    ASSERT_EQ(outcomeOf(result), std::tuple(false, 200, QByteArray()));
     EXPECT_EQ(result.response->header("Content-Length"), "4294967296");
     EXPECT_EQ(server.requests().first().method, "HEAD");
 }
@@ -111,17 +101,12 @@ TEST_F(URLSessionDataTest, HeadHandsOnTheAnnouncedLength)
 TEST_F(URLSessionDataTest, AnErrorStatusIsAnAnswer)
 {
     for (const int status : {204, 300, 401, 404, 407, 416, 500, 599}) {
-        SCOPED_TRACE(status);
         const QByteArray reason = status == 204 ? "" : "the reason";
-        server.serve("/status", {.status = status,
-                                 .body = reason,
-                                 .length = status == 204 ? Length::Absent : Length::Announced});
+        const Length length = status == 204 ? Length::Absent : Length::Announced;
+        server.serve("/status", {.status = status, .body = reason, .length = length});
         const DataTaskResult result = fetch("/status");
-        EXPECT_EQ(result.error, QString());
-        EXPECT_EQ(result.data, reason);
-        ASSERT_TRUE(result.response);
-        EXPECT_EQ(result.response->statusCode, status);
-        EXPECT_EQ(result.isSuccess(), status == 204);
+        EXPECT_EQ(outcomeOf(result), std::tuple(false, status, reason));
+        EXPECT_EQ(result.isSuccess(), status == 204) << status;
     }
 }
 
@@ -152,11 +137,9 @@ TEST_F(URLSessionDataTest, FailuresAreTold)
                     [this](const Row &row) {
                         server.serve("/faulty", row.reply);
                         const DataTaskResult result = fetch("/faulty", row.method);
-                        EXPECT_NE(result.error, QString());
                         EXPECT_EQ(result.isSilent, row.isSilent);
-                        EXPECT_EQ(result.response ? result.response->statusCode : 0,
-                                  row.statusCode);
-                        EXPECT_EQ(result.data, row.reply.body.left(row.arrives));
+                        const QByteArray part = row.reply.body.left(row.arrives);
+                        EXPECT_EQ(outcomeOf(result), std::tuple(true, row.statusCode, part));
                     });
 }
 
@@ -168,27 +151,21 @@ TEST_F(URLSessionDataTest, ForeignAddressesAreRefused)
         const QUrl url(QString::fromUtf8(address));
         const DataTaskResult result = fetch({url, "GET", {}, {}});
         EXPECT_TRUE(result.error.startsWith(QStringLiteral("Not a web address")));
-        EXPECT_EQ(result.data, QByteArray());
-        EXPECT_FALSE(result.response);
-        const Told told = download(url);
-        EXPECT_NE(told.errorText(), QString());
-        EXPECT_EQ(told.calls, failure);
-        EXPECT_EQ(files(), QStringList());
+        EXPECT_EQ(outcomeOf(result), std::tuple(true, 0, QByteArray()));
+        EXPECT_EQ(download(url).calls + files(), failure);
     }
 }
 
 TEST_F(URLSessionDataTest, ABodyMayHave64MiB)
 {
     for (const Length length : {Length::Announced, Length::Absent, Length::Chunked}) {
-        SCOPED_TRACE(static_cast<int>(length));
         server.serve("/long", {.body = pattern(mebibyte), .repeat = 64, .length = length});
         const DataTaskResult whole = fetch("/long");
         EXPECT_EQ(whole.error, QString());
         EXPECT_EQ(whole.data.size(), 64 * mebibyte);
         server.serve("/long", {.body = pattern(mebibyte), .repeat = 65, .length = length});
         const DataTaskResult tooLong = fetch("/long");
-        EXPECT_NE(tooLong.error, QString());
-        EXPECT_LE(tooLong.data.size(), 64 * mebibyte);
+        EXPECT_TRUE(!tooLong.error.isEmpty() && tooLong.data.size() <= 64 * mebibyte);
     }
 }
 

@@ -1,7 +1,5 @@
 #include "tests/platform/URLSessionFixture.h"
 
-#include <QFile>
-
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -23,11 +21,9 @@ protected:
         return reply;
     }
 
-    void writeOldFile() const
+    [[nodiscard]] Told downloadOf(qint64 expectedSize)
     {
-        QFile file(target);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("old");
+        return run(session->downloadTask({server.url("/file"), target, expectedSize}));
     }
 
     [[nodiscard]] QByteArray targetContent() const
@@ -54,7 +50,7 @@ TEST_F(URLSessionDownloadTest, EndsInAFile)
           -1,
           200'000},
          {"Chunked", {.body = pattern(200'000), .length = Length::Chunked}, -1},
-         {"AnotherSuccess", {.status = 203, .body = pattern(1000), .etag = QByteArray()}, 1000},
+         {"AnotherSuccess", {.status = 203, .body = pattern(1000)}, 1000},
          {"AfterAHint",
           {.body = "hello",
            .raw = "HTTP/1.1 103 Early Hints\r\nContent-Length: 9\r\n\r\n"
@@ -70,18 +66,14 @@ TEST_F(URLSessionDownloadTest, EndsInAFile)
         [this](const Row &row) {
             writeOldFile();
             server.serve("/file", row.reply);
-            const Told told =
-                run(session->downloadTask({server.url("/file"), target, row.expectedSize}));
-            EXPECT_EQ(told.errorText(), QString());
-            EXPECT_EQ(told.calls, success);
+            const Told told = downloadOf(row.expectedSize);
+            EXPECT_EQ(told.calls + files(), success);
             EXPECT_TRUE(told.content == row.reply.body);
             EXPECT_EQ(told.written(), told.content.size());
-            ASSERT_TRUE(told.response);
-            EXPECT_EQ(told.response->statusCode, row.reply.status);
+            EXPECT_EQ(told.status(), row.reply.status);
             ASSERT_FALSE(told.progress.isEmpty());
             EXPECT_EQ(told.progress.last().total, told.content.size());
             EXPECT_EQ(told.progress.last().expected, row.progressTotal);
-            EXPECT_EQ(files(), QStringList());
         });
 }
 
@@ -96,7 +88,6 @@ TEST_F(URLSessionDownloadTest, FailsAndLeavesTheOldFileAlone)
         qint64 written = 0;
         const char *text = ""; ///< how the failure's text begins
     };
-    const QByteArray date = "Mon, 06 May 2024 10:00:00 GMT";
     const Reply inChunks{.length = Length::Chunked};
     const char *silent = "The server was silent";
     session->setTimeout(200ms);
@@ -106,8 +97,8 @@ TEST_F(URLSessionDownloadTest, FailsAndLeavesTheOldFileAlone)
          {"PartNobodyAskedFor",
           {.status = 206, .headers = {{"Content-Range", "bytes 0-3/9"}}, .body = "1234"}},
          {"Closed", cut({}), true, true, 400},
-         {"DateOnly", cut({.etag = QByteArray(), .lastModified = date}), true, true, 400},
-         {"WeakTagAndDate", cut({.etag = "W/\"1\"", .lastModified = date}), true, true, 400},
+         {"DateOnly", cut({.etag = QByteArray(), .lastModified = "Mon, 06 May 2024 10:00:00 GMT"}),
+          true, true, 400},
          {"WeakTag", cut({.etag = "W/\"1\""}), true, false, 400},
          {"NoValidator", cut({.etag = QByteArray()}), true, false, 400},
          {"ClosedBeforeTheFirstByte", {.body = pattern(1000), .fault = Fault::Close}},
@@ -126,12 +117,10 @@ TEST_F(URLSessionDownloadTest, FailsAndLeavesTheOldFileAlone)
             const Told told = download("/file");
             EXPECT_EQ(told.calls, failure);
             EXPECT_FALSE(told.errorText().isEmpty());
-            EXPECT_TRUE(told.errorText().startsWith(QString::fromUtf8(row.text)))
-                << told.errorText().toStdString();
+            EXPECT_TRUE(told.errorText().startsWith(QString::fromUtf8(row.text)));
             EXPECT_EQ(told.error->kind, URLError::Kind::Transfer);
-            EXPECT_EQ(told.response.has_value(), row.answered);
-            EXPECT_EQ(told.isResumable(), row.resumable);
-            EXPECT_EQ(told.written(), row.written);
+            EXPECT_EQ(std::tuple(told.response.has_value(), told.isResumable(), told.written()),
+                      std::tuple(row.answered, row.resumable, row.written));
             EXPECT_EQ(targetContent(), "old");
             EXPECT_EQ(files().size(), row.resumable ? 2 : 1);
             recorder.forget();
@@ -149,7 +138,7 @@ TEST_F(URLSessionDownloadTest, ALyingAnswerIsNeverTheFile)
         QByteArray answer;
         bool isData = false; ///< may stand for an answer that is no file
         qint64 expectedSize = -1;
-        std::chrono::milliseconds pause{0};
+        Reply lie = {}; ///< sent at this pace
     };
     const auto ok = [](const QByteArray &rest) {
         return "HTTP/1.1 200 OK\r\n" + rest;
@@ -165,33 +154,24 @@ TEST_F(URLSessionDownloadTest, ALyingAnswerIsNeverTheFile)
          {"NoChunks", chunked + "0\r\n\r\n", true},
          {"BrokenChunk", chunked + "xyz\r\nhello\r\n0\r\n\r\n"},
          {"BrokenLaterChunk", chunked + "5\r\nhello\r\n-1\r\nhello\r\n0\r\n\r\n"},
-         {"UnfinishedChunks", chunked + "5\r\nhello\r\n"},
          {"EndlessChunkSize", chunked + QByteArray(100'000, '1')},
          {"EndUntold", ok("\r\nhello"), true},
-         {"EndUntoldByItsEncoding", ok("Transfer-Encoding: identity\r\n\r\nhello"), true},
          {"ShortWithItsEndUntold", ok("\r\nhello"), true, 6},
          {"AnotherSize", ok("Content-Length: 5\r\n\r\nhello"), true, 6},
          {"AnotherSizeInChunks", chunked + "5\r\nhello\r\n0\r\n\r\n", true, 6},
          {"HeaderWithoutEnd", manyLines},
-         {"HeaderThatTakesItsTime", manyLines, false, -1, 20ms}},
+         {"HeaderThatTakesItsTime", manyLines, false, -1, {.slice = 25, .pause = 20ms}}},
         [&](const Row &row) {
             writeOldFile();
-            const auto lie = [&] {
-                server.serve(
-                    "/file",
-                    {.slice = row.pause > 0ms ? 25 : 0, .pause = row.pause, .raw = row.answer});
-            };
-            lie();
-            const DownloadRequest request{server.url("/file"), target, row.expectedSize};
-            const Told told = run(session->downloadTask(request));
-            EXPECT_EQ(told.calls, failure);
+            Reply lie = row.lie;
+            lie.raw = row.answer;
+            server.serve("/file", lie);
+            EXPECT_EQ(downloadOf(row.expectedSize).calls, failure);
             EXPECT_EQ(server.requests("/file").size(), 1) << "nothing is sent again";
             server.serve("/file", cut({}));
             const Told part = download("/file");
-            lie();
-            DownloadRequest rest = request;
-            rest.rest = part.error->rest;
-            EXPECT_EQ(run(session->downloadTask(rest)).calls, failure);
+            server.serve("/file", lie);
+            EXPECT_EQ(resume(part, "/file", row.expectedSize).calls, failure);
             for (const char *method : {"GET", "POST"})
                 EXPECT_EQ(fetch("/file", method).isSuccess(), row.isData) << method;
             std::ignore = fetch("/file", "HEAD"); // comes back, whatever it says
@@ -206,32 +186,30 @@ TEST_F(URLSessionDownloadTest, ALyingAnswerIsNeverTheFile)
 TEST_F(URLSessionDownloadTest, ABodyWithoutEndEndsWhereTheFileShould)
 {
     server.serve("/file", {.body = pattern(mebibyte), .repeat = 1000, .length = Length::Chunked});
-    const Told told = run(session->downloadTask({server.url("/file"), target, mebibyte}));
-    EXPECT_EQ(told.calls.last(), QStringLiteral("complete"));
-    EXPECT_LE(told.written(), mebibyte);
+    EXPECT_LE(downloadOf(mebibyte).written(), mebibyte);
     server.serve("/file", {.body = pattern(1000)});
-    EXPECT_EQ(run(session->downloadTask({server.url("/file"), target, 1001})).written(), 0)
-        << "loaded though it is another file";
+    EXPECT_EQ(downloadOf(1001).written(), 0) << "loaded though it is another file";
     EXPECT_EQ(files(), QStringList());
 }
 
 TEST_F(URLSessionDownloadTest, AsksForTheBareFileAndCutsWhatIsOver)
 {
     server.serve("/a/../file", {.body = pattern(1000), .announced = 600});
-    EXPECT_EQ(download("/a/../file").content, pattern(1000).left(600));
+    const auto task = begin("/a/../file");
+    EXPECT_EQ(run(task).content, pattern(1000).left(600)); // begun twice, sent once
+    ASSERT_EQ(server.requests().size(), 1);
     const FaultServer::Request request = server.requests().first();
-    EXPECT_EQ(request.method, "GET");
-    EXPECT_EQ(request.header("Accept-Encoding"), "identity");
+    EXPECT_EQ(request.method + request.header("Accept-Encoding"), "GETidentity");
     EXPECT_FALSE(request.hasHeader("Range") || request.hasHeader("If-Range"));
 }
 
 TEST_F(URLSessionDownloadTest, FollowsFiveRedirectsNotSix)
 {
-    const QList<int> kinds = {302, 301, 302, 303, 307, 308};
-    for (qsizetype hop = 0; hop < 6; ++hop)
-        server.serve(
-            "/" + QByteArray::number(hop),
-            Reply::redirect("/" + QByteArray::number(hop + 1) + "?x=%20", int(kinds[hop])));
+    QByteArray hop = "0";
+    for (const int kind : {302, 301, 302, 303, 307, 308}) {
+        const QByteArray next = QByteArray::number(hop.toInt() + 1);
+        server.serve('/' + std::exchange(hop, next), Reply::redirect('/' + next + "?x=%20", kind));
+    }
     server.serve("/6", "there");
     const auto task = newTask("/1");
     const Told told = run(task);
@@ -243,7 +221,6 @@ TEST_F(URLSessionDownloadTest, FollowsFiveRedirectsNotSix)
 
 TEST_F(URLSessionDownloadTest, TellsProgressSparinglyButWhole)
 {
-    const qint64 size = 40 * mebibyte;
     server.serve("/file", {.body = pattern(mebibyte), .repeat = 40});
     const Told told = download("/file");
     ASSERT_FALSE(told.progress.isEmpty());
@@ -251,15 +228,14 @@ TEST_F(URLSessionDownloadTest, TellsProgressSparinglyButWhole)
     for (qsizetype index = 0; index < told.progress.size(); ++index) {
         const Told::Progress &step = told.progress.at(index);
         total += step.written;
-        EXPECT_GT(step.written, 0);
-        EXPECT_LT(step.written, 2 * mebibyte);
+        EXPECT_TRUE(step.written > 0 && step.written < 2 * mebibyte);
         EXPECT_EQ(step.total, total);
-        EXPECT_EQ(step.expected, size);
+        EXPECT_EQ(step.expected, 40 * mebibyte);
         const bool last = index + 1 == told.progress.size();
         const bool late = index == 0 || step.time - told.progress.at(index - 1).time >= 99;
         EXPECT_TRUE(last || late || step.written >= mebibyte) << "step " << index;
     }
-    EXPECT_EQ(total, size);
+    EXPECT_EQ(total, 40 * mebibyte);
 }
 
 TEST_F(URLSessionDownloadTest, TellsProgressOfASlowTransferEvery100Milliseconds)
@@ -271,18 +247,6 @@ TEST_F(URLSessionDownloadTest, TellsProgressOfASlowTransferEvery100Milliseconds)
     EXPECT_GE(told.progress.size(), 3);
     for (qsizetype index = 1; index + 1 < told.progress.size(); ++index)
         EXPECT_GE(told.progress.at(index).time - told.progress.at(index - 1).time, 99);
-}
-
-TEST_F(URLSessionDownloadTest, ATaskIsHeardOfOnceItIsResumed)
-{
-    server.serve("/file", "x");
-    const auto idle = newTask("/other");
-    const auto task = begin("/file");
-    EXPECT_EQ(run(task).calls, success);
-    EXPECT_EQ(download("/file").content, "x");
-    EXPECT_EQ(server.requests().size(), 2);
-    EXPECT_EQ(recorder.of(task).calls, success);
-    EXPECT_EQ(recorder.of(idle).calls, QStringList());
 }
 
 TEST_F(URLSessionDownloadTest, AFileThatCannotBeStoredFailsWithItsReason)

@@ -13,6 +13,7 @@
 #include <QTest>
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <numeric>
@@ -42,13 +43,14 @@ struct Told
         qint64 time; ///< milliseconds since the recorder was made
     };
 
-    QStringList calls; ///< "finished", "metrics", "complete"; progress only where it came late
+    QStringList calls; ///< of which progress only where it came late
     QList<Progress> progress;
     QByteArray content; ///< of the file once it was placed
     std::optional<URLError> error;
     std::optional<URLResponse> response; ///< as seen in didComplete
 
     [[nodiscard]] bool ended() const { return calls.contains(QStringLiteral("complete")); }
+    [[nodiscard]] int status() const { return response ? response->statusCode : 0; }
     [[nodiscard]] QString errorText() const { return error ? error->description : QString(); }
     [[nodiscard]] bool isResumable() const { return error && error->rest; }
     [[nodiscard]] qint64 written() const
@@ -69,49 +71,41 @@ public:
 
     void didWriteData(const Task &task, qint64 written, qint64 total, qint64 expected) override
     {
-        {
-            const std::lock_guard lock(m_mutex);
-            Told &told = note(task);
+        note(task, [&](Told &told) {
             told.progress.append({written, total, expected, m_clock.elapsed()});
             if (!told.calls.isEmpty())
                 told.calls.append(QStringLiteral("wrote"));
-        }
-        if (onWrite)
-            onWrite(task);
+        });
+        onWrite(task);
     }
     void didFinishDownloading(const Task &task, const std::shared_ptr<IncomingFile> &file) override
     {
         const FileFailure problem = file->place(task->stopToken());
         QFile placed(task->request().target);
-        {
-            const std::lock_guard lock(m_mutex);
-            Told &told = note(task);
+        note(task, [&](Told &told) {
             told.calls.append(problem ? problem.text : QStringLiteral("finished"));
             told.content = placed.open(QIODevice::ReadOnly) ? placed.readAll() : "unreadable";
-        }
+        });
         placed.remove();
-        if (onFinish)
-            onFinish();
+        onFinish(task);
     }
     void didFinishCollectingMetrics(const Task &task) override
     {
-        const std::lock_guard lock(m_mutex);
-        note(task).calls.append(QStringLiteral("metrics"));
+        note(task, [](Told &told) { told.calls.append(QStringLiteral("metrics")); });
     }
     void didComplete(const Task &task, const std::optional<URLError> &error) override
     {
-        const std::lock_guard lock(m_mutex);
-        Told &told = note(task);
-        told.calls.append(QStringLiteral("complete"));
-        told.error = error;
-        told.response = task->response();
+        note(task, [&](Told &told) {
+            told.calls.append(QStringLiteral("complete"));
+            told.error = error;
+            told.response = task->response();
+        });
     }
 
     [[nodiscard]] Told of(const Task &task) const
     {
         const std::lock_guard lock(m_mutex);
-        const auto told = m_told.find(task);
-        return told == m_told.end() ? Told() : told->second;
+        return m_told.contains(task) ? m_told.at(task) : Told();
     }
     [[nodiscard]] bool waitForEnd(const Task &task) const
     {
@@ -123,27 +117,24 @@ public:
         const std::lock_guard lock(m_mutex);
         m_told.clear();
     }
-    /// Those that calls came on.
-    [[nodiscard]] std::set<std::thread::id> threads() const
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_threads;
-    }
 
-    std::function<void(const Task &task)> onWrite;
-    std::function<void()> onFinish;
+    std::function<void(const Task &task)> onWrite = [](const Task &) {
+    };
+    std::function<void(const Task &task)> onFinish = onWrite;
+    std::set<std::thread::id> threads; ///< those that calls came on; to be read behind the last
 
 private:
-    Told &note(const Task &task)
+    template <typename Change>
+    void note(const Task &task, const Change &change)
     {
-        m_threads.insert(std::this_thread::get_id());
-        return m_told[task];
+        const std::lock_guard lock(m_mutex);
+        threads.insert(std::this_thread::get_id());
+        change(m_told[task]);
     }
 
     mutable std::mutex m_mutex;
     QElapsedTimer m_clock;
     std::map<Task, Told> m_told;
-    std::set<std::thread::id> m_threads;
 };
 
 inline const QStringList success{QStringLiteral("finished"), QStringLiteral("metrics"),
@@ -190,14 +181,15 @@ protected:
     }
     [[nodiscard]] Told download(const QByteArray &path) { return download(server.url(path)); }
     /// Goes on with what the failed transfer left.
-    [[nodiscard]] Told resume(const Told &failed, const QByteArray &path = "/file")
+    [[nodiscard]] Told resume(const Told &failed, const QByteArray &path = "/file",
+                              qint64 size = -1)
     {
-        return run(session->downloadTask({server.url(path), target, -1, -1, failed.error->rest}));
+        return run(session->downloadTask({server.url(path), target, size, -1, failed.error->rest}));
     }
     [[nodiscard]] Told run(const Task &task)
     {
         task->resume();
-        EXPECT_TRUE(recorder.waitForEnd(task)) << "the task never ended";
+        EXPECT_TRUE(recorder.waitForEnd(task));
         return recorder.of(task);
     }
     [[nodiscard]] DataTaskResult fetch(const URLRequest &request)
@@ -212,20 +204,29 @@ protected:
             state->result = result;
             EXPECT_EQ(++state->told, 1);
         });
-        EXPECT_TRUE(QTest::qWaitFor([&] { return state->told > 0; }, 30'000))
-            << "the completion never ran";
-        return state->told > 0 ? state->result : DataTaskResult();
+        const bool ran = QTest::qWaitFor([&] { return state->told > 0; }, 30'000);
+        EXPECT_TRUE(ran);
+        return ran ? state->result : DataTaskResult();
     }
     [[nodiscard]] DataTaskResult fetch(const QByteArray &path, const QByteArray &method = "GET")
     {
         return fetch({server.url(path), method, {}, {}});
     }
+    /// A server that does not answer before the gate is open.
+    void serveHeld() { server.serve("/held", {.body = "x", .hold = gate}); }
     /// What lies in the target's folder, hidden files too.
     [[nodiscard]] QStringList files() const
     {
         return QDir(temporary.path())
             .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     }
+    void writeOldFile() const
+    {
+        QFile file(target);
+        ASSERT_TRUE(file.open(QFile::WriteOnly) && file.write("old") > 0);
+    }
+
+    const std::shared_ptr<Gate> gate = std::make_shared<Gate>();
 
     QTemporaryDir temporary;
     const QString target = temporary.filePath(QStringLiteral("target"));

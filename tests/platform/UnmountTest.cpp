@@ -55,18 +55,11 @@ protected:
         ASSERT_EQ(m_disks.readLine(), "ready\n");
     }
 
-    [[nodiscard]] std::function<void(const QString &)> note()
-    {
-        return [this](const QString &error) {
-            m_errors.append(error);
-        };
-    }
-
     void beginUnmount(const Volume &volume = pen())
     {
         m_errors.clear();
         m_volumes.emplace(std::make_unique<FakeMountTable>(), m_bus);
-        m_volumes->unmount(volume, note());
+        m_volumes->unmount(volume, note);
         EXPECT_TRUE(m_errors.isEmpty());
     }
 
@@ -95,6 +88,9 @@ protected:
     QDBusConnection m_bus{u"none"_s};
     std::optional<SystemVolumes> m_volumes;
     QStringList m_errors;
+    const std::function<void(const QString &)> note = [this](const QString &error) {
+        m_errors.append(error);
+    };
 };
 
 } // namespace
@@ -132,32 +128,28 @@ TEST_F(UnmountTest, FindsAVolumeByItsAddressAndLeavesItsDriveOnWhileAnotherIsMou
     auto table = std::make_unique<FakeMountTable>();
     table->set({rootLine, mediumLine("1A2B-3C4D")});
     m_volumes.emplace(std::move(table), m_bus);
-    Workspace(*m_volumes).unmountVolume(QUrl(u"file:///Volumes/NO%20NAME/"_s), note());
+    Workspace(*m_volumes).unmountVolume(QUrl(u"file:///Volumes/NO%20NAME/"_s), note);
     EXPECT_EQ(answer(), QString());
     EXPECT_EQ(callsMade(), QByteArrayList{"Unmount sdq2 []"});
 }
 
-TEST_F(UnmountTest, WaitsForASlowDaemonWithoutHoldingUpTheProgram)
+TEST_F(UnmountTest, WaitsForASlowDaemonWithoutHoldingUpTheProgramAndCallsNobodyBackWhoIsGone)
 {
-    startDisks(u"held"_s);
-    beginUnmount();
-    ASSERT_TRUE(QTest::qWaitFor([this] { return m_disks.canReadLine(); }));
-    EXPECT_TRUE(m_errors.isEmpty());
-    m_disks.write("go\n");
-    EXPECT_EQ(answer(), QString());
-}
-
-TEST_F(UnmountTest, CallsNobodyBackWhoIsGone)
-{
-    startDisks(u"held"_s);
-    beginUnmount();
-    ASSERT_TRUE(QTest::qWaitFor([this] { return m_disks.canReadLine(); }));
-    m_volumes.reset();
-    m_disks.write("go\n");
-    ASSERT_TRUE(QTest::qWaitFor([this] { return m_disks.canReadLine(); }));
-    ASSERT_TRUE(m_bus.interface()->isServiceRegistered(u"org.freedesktop.UDisks2"_s));
-    QCoreApplication::processEvents();
-    EXPECT_TRUE(m_errors.isEmpty());
+    for (const bool isGone : {false, true}) {
+        startDisks(u"held"_s);
+        beginUnmount();
+        ASSERT_TRUE(QTest::qWaitFor([this] { return m_disks.canReadLine(); }));
+        EXPECT_EQ(callsMade().size(), 1);
+        EXPECT_TRUE(m_errors.isEmpty());
+        if (isGone)
+            m_volumes.reset();
+        m_disks.write("go\n");
+        ASSERT_TRUE(QTest::qWaitFor([this] { return m_disks.canReadLine(); }));
+        ASSERT_TRUE(m_bus.interface()->isServiceRegistered(u"org.freedesktop.UDisks2"_s));
+        QCoreApplication::processEvents();
+        EXPECT_EQ(isGone ? QStringList() : QStringList(answer()), m_errors);
+        stop(m_disks);
+    }
 }
 
 TEST_F(UnmountTest, SaysWhyWhereNoDaemonKnowsTheMountAndTheSystemRefuses)

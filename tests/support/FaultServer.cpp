@@ -1,7 +1,6 @@
 #include "tests/support/FaultServer.h"
 
 #include <QCryptographicHash>
-#include <QTest>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -15,7 +14,6 @@
 namespace {
 
 constexpr qint64 chunkSize = 64 * 1024;
-constexpr int patience = 10'000;
 
 using Reply = FaultServer::Reply;
 using Request = FaultServer::Request;
@@ -183,10 +181,9 @@ private:
             return write(headOf(reply, part))
                    && (request.method == "HEAD" || sendBody(reply, part));
         }
-        const Reply bare{.body = *reply.raw,
-                         .length = Length::Absent,
-                         .slice = reply.slice,
-                         .pause = reply.pause};
+        Reply bare = reply;
+        bare.body = *reply.raw;
+        bare.length = Length::Absent;
         return sendBody(bare, Part{200, 0, bare.body.size(), bare.body.size()});
     }
 
@@ -197,8 +194,9 @@ private:
         bool pending = reply.fault != Fault::None && reply.faultAt <= total;
         for (qint64 sent = 0; sent < total || pending;) {
             if (pending && sent == reply.faultAt) {
-                if (!misbehave(reply))
+                if (reply.fault == Fault::Close)
                     return false;
+                reply.gate->pass(m_stop);
                 pending = false;
                 continue;
             }
@@ -230,15 +228,6 @@ private:
         return !m_stop.stop_requested();
     }
 
-    [[nodiscard]] bool misbehave(const Reply &reply)
-    {
-        if (reply.fault != Fault::Stall)
-            return false;
-        const auto gate = reply.gate ? reply.gate : std::make_shared<Gate>();
-        gate->pass(m_stop);
-        return !m_stop.stop_requested();
-    }
-
     const int m_socket;
     const std::stop_token m_stop;
     QByteArray m_received;
@@ -253,25 +242,6 @@ QByteArray FaultServer::Request::header(const QByteArray &name) const
             return value;
     }
     return {};
-}
-
-void FaultServer::Gate::open()
-{
-    const std::lock_guard lock(m_mutex);
-    m_open = true;
-    m_changed.notify_all();
-}
-
-bool FaultServer::Gate::waitUntilReached() const
-{
-    return QTest::qWaitFor([this] { return m_reached.load(); }, patience);
-}
-
-void FaultServer::Gate::pass(const std::stop_token &stop)
-{
-    std::unique_lock lock(m_mutex);
-    m_reached = true;
-    m_changed.wait(lock, stop, [this] { return m_open; });
 }
 
 FaultServer::Reply FaultServer::Reply::redirect(const QByteArray &location, int status)
@@ -301,11 +271,8 @@ void FaultServer::acceptConnections()
 {
     while (true) {
         const int socket = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
-        if (m_stop.stop_requested()) {
-            if (socket >= 0)
-                ::close(socket);
+        if (socket < 0 && m_stop.stop_requested())
             return;
-        }
         if (socket < 0)
             qFatal("FaultServer: %s", std::strerror(errno));
         ++m_connectionCount;
@@ -317,7 +284,7 @@ void FaultServer::acceptConnections()
 
 FaultServer::Reply FaultServer::answer(const Request &request)
 {
-    Handler handler;
+    std::shared_ptr<Handler> handler;
     {
         const std::lock_guard lock(m_mutex);
         m_requests.append(request);
@@ -326,17 +293,7 @@ FaultServer::Reply FaultServer::answer(const Request &request)
     if (!handler)
         return {.status = 404, .body = "not here", .etag = QByteArray()};
     const std::lock_guard lock(m_handlerMutex);
-    return handler(request);
-}
-
-QUrl FaultServer::url(const QByteArray &path) const
-{
-    return QUrl::fromEncoded(address(path).toLatin1(), QUrl::StrictMode);
-}
-
-QString FaultServer::address(const QByteArray &path) const
-{
-    return QStringLiteral("http://127.0.0.1:%1").arg(m_port) + QString::fromLatin1(path);
+    return (*handler)(request);
 }
 
 void FaultServer::serveInTurn(const QByteArray &path, const QList<Reply> &replies)
@@ -351,9 +308,8 @@ void FaultServer::serveInTurn(const QByteArray &path, const QList<Reply> &replie
 void FaultServer::on(const QByteArray &path, const Handler &handler)
 {
     // Shared, so that a handler with a state keeps it from request to request.
-    const auto shared = std::make_shared<Handler>(handler);
     const std::lock_guard lock(m_mutex);
-    m_handlers.insert(path, [shared](const Request &request) { return (*shared)(request); });
+    m_handlers.insert(path, std::make_shared<Handler>(handler));
 }
 
 QList<FaultServer::Request> FaultServer::requests(const QByteArray &path) const
@@ -365,15 +321,4 @@ QList<FaultServer::Request> FaultServer::requests(const QByteArray &path) const
         m_requests.begin(), m_requests.end(), std::back_inserter(found),
         [&path](const Request &request) { return path.isEmpty() || request.path() == path; });
     return found;
-}
-
-bool FaultServer::waitForRequests(const QByteArray &path, qsizetype count) const
-{
-    return QTest::qWaitFor([&] { return requests(path).size() >= count; }, patience);
-}
-
-void FaultServer::forgetRequests()
-{
-    const std::lock_guard lock(m_mutex);
-    m_requests.clear();
 }

@@ -4,6 +4,7 @@
 #include <QHash>
 #include <QList>
 #include <QString>
+#include <QTest>
 #include <QUrl>
 
 #include <atomic>
@@ -38,23 +39,33 @@ public:
 
         [[nodiscard]] QByteArray path() const { return target.split('?').first(); }
         [[nodiscard]] QByteArray header(const QByteArray &name) const; ///< null when absent
-        [[nodiscard]] bool hasHeader(const QByteArray &name) const
-        {
-            return !header(name).isNull();
-        }
+        bool hasHeader(const QByteArray &name) const { return !header(name).isNull(); }
     };
 
     /// Where a connection waits until the test lets it go on. The server's end opens it, too.
     class Gate
     {
     public:
-        void open();
+        void open()
+        {
+            const std::lock_guard lock(m_mutex);
+            m_open = true;
+            m_changed.notify_all();
+        }
         /// Waits until a connection stands at the gate; the event loop runs meanwhile.
-        [[nodiscard]] bool waitUntilReached() const;
+        [[nodiscard]] bool waitUntilReached() const
+        {
+            return QTest::qWaitFor([this] { return m_reached.load(); }, patience);
+        }
 
     private:
         friend class FaultServer;
-        void pass(const std::stop_token &stop);
+        void pass(const std::stop_token &stop)
+        {
+            std::unique_lock lock(m_mutex);
+            m_reached = true;
+            m_changed.wait(lock, stop, [this] { return m_open; });
+        }
 
         std::mutex m_mutex;
         std::condition_variable_any m_changed;
@@ -65,7 +76,7 @@ public:
     enum class Fault {
         None,
         Close, ///< the connection ends
-        Stall, ///< silence until the gate opens (without a gate for good), then the rest follows
+        Stall, ///< silence until the gate opens, then the rest follows
     };
     enum class Length {
         Announced, ///< Content-Length
@@ -92,8 +103,8 @@ public:
         Length length = Length::Announced;
         std::optional<qint64> announced = std::nullopt; ///< a wrong Content-Length
         Fault fault = Fault::None;
-        qint64 faultAt = 0;                 ///< after this many bytes of the body of this answer
-        std::shared_ptr<Gate> gate = {};    ///< for Stall
+        qint64 faultAt = 0; ///< after this many bytes of the body of this answer
+        std::shared_ptr<Gate> gate = std::make_shared<Gate>(); ///< for Stall
         std::shared_ptr<Gate> hold = {};    ///< passed before the first byte of the answer
         qint64 slice = 0;                   ///< a slow server: this many bytes at a time ...
         std::chrono::milliseconds pause{0}; ///< ... and this long between them
@@ -112,9 +123,15 @@ public:
     FaultServer(const FaultServer &) = delete;
     FaultServer &operator=(const FaultServer &) = delete;
 
-    [[nodiscard]] QUrl url(const QByteArray &path) const;
+    [[nodiscard]] QUrl url(const QByteArray &path) const
+    {
+        return QUrl(address(path), QUrl::StrictMode);
+    }
     /// The same as text, for prefixes: address("/files/").
-    [[nodiscard]] QString address(const QByteArray &path) const;
+    [[nodiscard]] QString address(const QByteArray &path) const
+    {
+        return QStringLiteral("http://127.0.0.1:%1").arg(m_port) + QString::fromLatin1(path);
+    }
 
     /// `path` is a whole target with its query, or a path, which then stands for every query.
     /// Later calls replace earlier ones. Any thread.
@@ -128,12 +145,21 @@ public:
     /// In the order of arrival; those for this path, whatever their query, or all.
     [[nodiscard]] QList<Request> requests(const QByteArray &path = {}) const;
     /// Waits until at least `count` of them came; the event loop runs meanwhile.
-    [[nodiscard]] bool waitForRequests(const QByteArray &path, qsizetype count) const;
-    void forgetRequests();
+    [[nodiscard]] bool waitForRequests(const QByteArray &path, qsizetype count) const
+    {
+        return QTest::qWaitFor([&] { return requests(path).size() >= count; }, patience);
+    }
+    void forgetRequests()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_requests.clear();
+    }
     /// How many came so far.
     [[nodiscard]] int connections() const { return m_connectionCount; }
 
 private:
+    static constexpr int patience = 10'000;
+
     class Connection;
 
     void acceptConnections();
@@ -142,7 +168,7 @@ private:
     int m_port = 0; ///< before the socket, which fills it in
     int m_listener = -1;
     mutable std::mutex m_mutex; ///< what follows
-    QHash<QByteArray, Handler> m_handlers;
+    QHash<QByteArray, std::shared_ptr<Handler>> m_handlers;
     QList<Request> m_requests;
     std::mutex m_handlerMutex; ///< one handler at a time
     std::stop_source m_stop;

@@ -1,7 +1,5 @@
 #include "tests/support/FuseMedium.h"
 
-#include "tests/support/MediumControl.h"
-
 #include <QFile>
 #include <QFileInfo>
 
@@ -66,26 +64,11 @@ void FuseMedium::failWritesAfter(qint64 bytes, int error)
     m_control->failsWrites = true;
 }
 
-void FuseMedium::failFlushes(int error)
-{
-    m_control->flushError = error;
-}
-
-void FuseMedium::setCapacity(qint64 bytes)
-{
-    m_control->capacity = bytes;
-}
-
 void FuseMedium::tellSpace(qint64 total, qint64 free)
 {
     m_control->toldTotal = total;
     m_control->toldFree = free;
     m_control->tellsSpace = true;
-}
-
-void FuseMedium::setBytesPerSecond(qint64 bytes)
-{
-    m_control->bytesPerSecond = bytes;
 }
 
 void FuseMedium::heal()
@@ -95,11 +78,6 @@ void FuseMedium::heal()
     m_control->capacity = 0;
     m_control->tellsSpace = false;
     m_control->bytesPerSecond = 0;
-}
-
-qint64 FuseMedium::written() const
-{
-    return m_control->written;
 }
 
 void FuseMedium::pull()

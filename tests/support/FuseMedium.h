@@ -1,10 +1,10 @@
 #pragma once
 
+#include "tests/support/MediumControl.h"
+
 #include <QProcess>
 #include <QString>
 #include <QTemporaryDir>
-
-struct MediumControl;
 
 /// Makes a folder a medium of its own while it lives, with the rules of FAT: what the folder held
 /// is on it, what is written on it stays in the folder. For tests of what a disk in the computer
@@ -39,17 +39,17 @@ public:
     /// fails from there on, but it stays mounted.
     void dieAfter(qint64 bytes) { failWritesAfter(bytes, 0); }
     /// From now on every fsync() fails with this errno value; 0 for none.
-    void failFlushes(int error);
+    void failFlushes(int error) { m_control->flushError = error; }
     /// Files, in whole clusters of 4 KiB, take this much at most, and statfs() says so; 0 for as
     /// much as the file system below.
-    void setCapacity(qint64 bytes);
+    void setCapacity(qint64 bytes) { m_control->capacity = bytes; }
     /// statfs() says this from now on, whatever is true.
     void tellSpace(qint64 total, qint64 free);
-    void setBytesPerSecond(qint64 bytes);
+    void setBytesPerSecond(qint64 bytes) { m_control->bytesPerSecond = bytes; }
     /// Takes all of these back. What has died stays dead.
     void heal();
 
-    [[nodiscard]] qint64 written() const;
+    [[nodiscard]] qint64 written() const { return m_control->written; }
 
     /// Takes the medium away at once, as a pen is pulled: what is open on it is broken, what it
     /// held can be looked at in the folder. For a pen of PenFolder call its pullOut() right behind

@@ -2,7 +2,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 
 #include <gtest/gtest.h>
 
@@ -19,41 +18,11 @@ PenFolder::PenFolder(const QString &name, Start start)
     write(u"configure/settings.ini"_s, "firmwareVersion=1\nImageVersion=1\n");
 }
 
-QString PenFolder::volumes() const
+void PenFolder::move(bool pluggedIn)
 {
-    return m_directory.filePath(u"volumes"_s);
-}
-
-QString PenFolder::drawer() const
-{
-    return m_directory.filePath(u"drawer"_s);
-}
-
-QString PenFolder::root() const
-{
-    return (m_pluggedIn ? volumes() : drawer()) + u'/' + m_name;
-}
-
-QString PenFolder::path(const QString &relative) const
-{
-    return root() + u'/' + relative;
-}
-
-QString PenFolder::volumePath(const QString &relative) const
-{
-    return u"/Volumes/"_s + m_name + u'/' + relative;
-}
-
-void PenFolder::plugIn()
-{
-    EXPECT_TRUE(QDir().rename(drawer() + u'/' + m_name, volumes() + u'/' + m_name));
-    m_pluggedIn = true;
-}
-
-void PenFolder::pullOut()
-{
-    EXPECT_TRUE(QDir().rename(volumes() + u'/' + m_name, drawer() + u'/' + m_name));
-    m_pluggedIn = false;
+    const QString before = root();
+    m_pluggedIn = pluggedIn;
+    EXPECT_TRUE(QDir().rename(before, root()));
 }
 
 void PenFolder::write(const QString &relative, const QByteArray &data) const
@@ -71,11 +40,6 @@ QByteArray PenFolder::read(const QString &relative) const
         return {};
     const QByteArray data = file.readAll();
     return data.isNull() ? QByteArray("") : data;
-}
-
-bool PenFolder::exists(const QString &relative) const
-{
-    return QFileInfo::exists(path(relative));
 }
 
 void PenFolder::remove(const QString &relative) const

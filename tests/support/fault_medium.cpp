@@ -11,7 +11,6 @@
 #include "tests/support/MediumControl.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <chrono>
 #include <climits>
@@ -42,9 +41,10 @@ MediumControl *control = nullptr;
 std::mutex writing;     ///< the medium writes one thing at a time
 Clock::time_point idle; ///< when it has written what it was given
 
-int result(int value)
+/// A count or 0, or the negative errno value.
+int result(ssize_t value)
 {
-    return value < 0 ? -errno : 0;
+    return value < 0 ? -errno : static_cast<int>(value);
 }
 
 int fileOf(const fuse_file_info *info)
@@ -73,12 +73,6 @@ bool isAllowed(const char *path)
 off_t clustersOf(off_t size)
 {
     return (size + clusterSize - 1) / clusterSize * clusterSize;
-}
-
-off_t clustersOf(int file)
-{
-    struct stat status = {};
-    return ::fstat(file, &status) == 0 ? clustersOf(status.st_size) : 0;
 }
 
 off_t freeSpace()
@@ -111,7 +105,8 @@ Allowed allowedOf(int file, off_t size, off_t offset)
 {
     Allowed allowed = {size, 0};
     allowed.limit(longestFile - offset, EFBIG);
-    const off_t taken = clustersOf(file);
+    struct stat status = {};
+    const off_t taken = ::fstat(file, &status) == 0 ? clustersOf(status.st_size) : 0;
     if (const off_t left = freeSpace(); clustersOf(offset + size) - taken > left)
         allowed.limit(taken + left / clusterSize * clusterSize - offset, ENOSPC);
     if (control->failsWrites)
@@ -169,23 +164,7 @@ int openAt(const char *path, fuse_file_info *info, int more)
         flags = (flags & ~O_ACCMODE) | O_RDWR;
     const int file = ::open(placeOf(path).c_str(), flags, 0644);
     info->fh = static_cast<std::uint64_t>(file);
-    return result(file);
-}
-
-int openFile(const char *path, fuse_file_info *info)
-{
-    return openAt(path, info, 0);
-}
-
-int createFile(const char *path, mode_t, fuse_file_info *info)
-{
-    return isAllowed(path) ? openAt(path, info, O_CREAT) : -EINVAL;
-}
-
-int readFrom(const char *, char *data, size_t size, off_t offset, fuse_file_info *info)
-{
-    const ssize_t count = ::pread(fileOf(info), data, size, offset);
-    return count < 0 ? -errno : static_cast<int>(count);
+    return file < 0 ? -errno : 0;
 }
 
 int writeTo(const char *, const char *data, size_t size, off_t offset, fuse_file_info *info)
@@ -193,9 +172,10 @@ int writeTo(const char *, const char *data, size_t size, off_t offset, fuse_file
     const std::lock_guard lock(writing);
     const Allowed allowed = allowedOf(fileOf(info), static_cast<off_t>(size), offset);
     takeTimeFor(allowed.size);
-    const ssize_t count = ::pwrite(fileOf(info), data, static_cast<size_t>(allowed.size), offset);
+    const int count =
+        result(::pwrite(fileOf(info), data, static_cast<size_t>(allowed.size), offset));
     if (count < 0)
-        return -errno;
+        return count;
     control->written += count;
     const bool isCut = allowed.size < static_cast<off_t>(size);
     if (isCut && allowed.error == 0)
@@ -203,17 +183,7 @@ int writeTo(const char *, const char *data, size_t size, off_t offset, fuse_file
     // The kernel takes a short answer to what it hands on late for a good one.
     if (isCut && (count == 0 || control->writeBack))
         return -allowed.error;
-    return static_cast<int>(count);
-}
-
-int flush(const char *, int, fuse_file_info *)
-{
-    return -control->flushError;
-}
-
-int closeFile(const char *, fuse_file_info *info)
-{
-    return result(::close(fileOf(info)));
+    return count;
 }
 
 int resize(const char *path, off_t size, fuse_file_info *info)
@@ -222,23 +192,6 @@ int resize(const char *path, off_t size, fuse_file_info *info)
         return -EFBIG;
     return result(info != nullptr ? ::ftruncate(fileOf(info), size)
                                   : ::truncate(placeOf(path).c_str(), size));
-}
-
-int removeFile(const char *path)
-{
-    return result(::unlink(placeOf(path).c_str()));
-}
-
-int renameFile(const char *from, const char *to, unsigned)
-{
-    return isAllowed(to) ? result(::rename(placeOf(from).c_str(), placeOf(to).c_str())) : -EINVAL;
-}
-
-int setTimes(const char *path, const timespec times[2], fuse_file_info *info)
-{
-    return result(info != nullptr
-                      ? ::futimens(fileOf(info), times)
-                      : ::utimensat(AT_FDCWD, placeOf(path).c_str(), times, AT_SYMLINK_NOFOLLOW));
 }
 
 int tellSpace(const char *, struct statvfs *space)
@@ -260,17 +213,34 @@ fuse_operations operations()
     all.init = begin;
     all.getattr = status;
     all.readdir = list;
-    all.fsyncdir = flush;
-    all.open = openFile;
-    all.create = createFile;
-    all.read = readFrom;
+    all.open = [](const char *path, fuse_file_info *info) {
+        return openAt(path, info, 0);
+    };
+    all.create = [](const char *path, mode_t, fuse_file_info *info) {
+        return isAllowed(path) ? openAt(path, info, O_CREAT) : -EINVAL;
+    };
+    all.read = [](const char *, char *data, size_t size, off_t offset, fuse_file_info *info) {
+        return result(::pread(fileOf(info), data, size, offset));
+    };
     all.write = writeTo;
-    all.fsync = flush;
-    all.release = closeFile;
+    all.fsync = [](const char *, int, fuse_file_info *) {
+        return -control->flushError;
+    };
+    all.fsyncdir = all.fsync;
+    all.release = [](const char *, fuse_file_info *info) {
+        return result(::close(fileOf(info)));
+    };
     all.truncate = resize;
-    all.unlink = removeFile;
-    all.rename = renameFile;
-    all.utimens = setTimes;
+    all.unlink = [](const char *path) {
+        return result(::unlink(placeOf(path).c_str()));
+    };
+    all.rename = [](const char *from, const char *to, unsigned) {
+        return isAllowed(to) ? result(::rename(placeOf(from).c_str(), placeOf(to).c_str()))
+                             : -EINVAL;
+    };
+    all.utimens = [](const char *path, const timespec times[2], fuse_file_info *) {
+        return result(::utimensat(AT_FDCWD, placeOf(path).c_str(), times, AT_SYMLINK_NOFOLLOW));
+    };
     all.statfs = tellSpace;
     return all;
 }
@@ -295,8 +265,8 @@ int main(int argc, char **argv)
     }
     ::umask(0);
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-    std::string foreground = "-f";
-    std::array<char *, 3> arguments = {argv[0], foreground.data(), argv[1]};
+    char foreground[] = "-f";
+    char *arguments[] = {argv[0], foreground, argv[1]};
     const fuse_operations all = operations();
-    return fuse_main(static_cast<int>(arguments.size()), arguments.data(), &all, nullptr);
+    return fuse_main(3, arguments, &all, nullptr);
 }
