@@ -240,13 +240,9 @@ TEST_F(UpdateRunKeeps, ItsTimeFromACancelledRunAndAServerThatTellsNoSizes)
     ASSERT_TRUE(QTest::qWaitFor([] { return totalBytesToDownload() == 49; }));
     controller().cancelBtnKlicked();
     EXPECT_FALSE(rig.service->isRunning());
-    bool isAtRest = false;
     ASSERT_TRUE(QTest::qWaitFor([this, before = rig.loads] { return rig.loads > before; }));
-    rig.service->releasePen([&] { isAtRest = true; });
-    ASSERT_TRUE(QTest::qWaitFor([&] { return isAtRest; }));
-    QCoreApplication::processEvents();
+    waitForRest();
     gate->open();
-    rig.service->keepPen();
     rig.serveCatalogue("{}", {});
     ASSERT_TRUE(rig.run()); // of no title
     EXPECT_EQ(asked(), 50);
@@ -402,10 +398,7 @@ TEST_F(UpdateRunKeeps, ARequestUntilItsTitleIsDroppedOrDeleted)
     rig.service->updateAll();
     ASSERT_TRUE(gate->waitUntilReached());
     EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "MID=42\nMID=43\n");
-    for (int row = 0; row < updateElements().size(); ++row) {
-        if (updateElements().at(row).mid == u"42"_s)
-            controller().onItemClicked(row, DownloadWindowController::cancelColumn);
-    }
+    drop(u"42"_s);
     EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "MID=43\n");
     QueueWindow::postTitlesDeleted({u"00043_en"_s});
     EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "");

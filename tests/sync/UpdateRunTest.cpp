@@ -11,6 +11,7 @@
 
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
+using Reply = FaultServer::Reply;
 
 namespace {
 
@@ -207,10 +208,13 @@ TEST_F(UpdateRunTest, StoppedWhileTheServersAreAskedItEndsAndTheNextOneIsWhole)
             ASSERT_TRUE(held->waitUntilReached());
             const bool isBeside = QByteArray(path) == "/firmwareversion"; // the catalogue
             ASSERT_TRUE(rig.server.waitForRequests("/medias", isBeside ? 2 : 0));
-            if (isPulled)
+            if (isPulled) {
+                rig.service->updateAll(); // a wish that goes with the pen
                 rig.service->penRemoved();
-            else
+            } else {
                 controller().cancelBtnKlicked();
+            }
+            QCoreApplication::sendPostedEvents();
             EXPECT_FALSE(rig.service->isRunning());
             expectHeadline(isPulled ? u"label_pen_removed"_s : u"label_stopped"_s);
             held->open();
@@ -254,6 +258,50 @@ TEST_F(UpdateRunTest, WhatWasPlannedWhenItIsStoppedIsNotOfTheNextRun)
         EXPECT_TRUE(updateElements().isEmpty());
         EXPECT_EQ(windowShown.size(), isNextAtOnce ? 1 : 0);
     }
+}
+
+TEST_F(UpdateRunTest, CancelledDuringADownloadItAsksForNothingMoreAndLeavesWhatWas)
+{
+    const Reply stalls{.body = content, .fault = Fault::Stall, .faultAt = 100'000, .gate = gate};
+    const Reply cut{.body = content, .fault = Fault::Close, .faultAt = 50'000};
+    for (const QList<Reply> &transfers : {QList{stalls}, {cut, stalls}}) {
+        rig.putTitle(u"00043_en"_s, 2);
+        setTime(u"book/00043_en.txt"_s, QDateTime::currentDateTime().addDays(-1)); // comes second
+        serveOneOutdatedTitle();
+        serveCatalogueOfTwo();
+        rig.server.serveInTurn(UpdateRig::contentPath(42, 3),
+                               QList<Reply>{{.body = content}} + transfers);
+        rig.server.forgetRequests();
+        rig.service->updateAll();
+        ASSERT_TRUE(
+            rig.server.waitForRequests(UpdateRig::contentPath(42, 3), transfers.size() + 1));
+        ASSERT_TRUE(QTest::qWaitFor([] { return totalBytesDownloaded() >= 100'000; }));
+        controller().cancelBtnKlicked();
+        EXPECT_FALSE(rig.service->isRunning());
+        ASSERT_TRUE(QTest::qWaitFor([this, before = rig.loads] { return rig.loads > before; }));
+        waitForRest();
+        QueueWindow::postStartElementDownloads();
+        drop(u"43"_s);
+        expectHeadline(u"label_stopped"_s);
+        EXPECT_THAT(states(), ElementsAre(DownloadType::Downloading, DownloadType::Canceled));
+        expectOldTitle();
+        EXPECT_EQ(rig.pen.names(u"book"_s).size(), 6);
+        EXPECT_EQ(rig.server.requests(UpdateRig::contentPath(42, 3)).size(), transfers.size() + 1);
+        EXPECT_EQ(rig.server.requests(UpdateRig::contentPath(43, 3)).size(), 1) << "HEAD";
+    }
+}
+
+TEST_F(UpdateRunTest, SoftwareThatHasStartedCannotBeCancelledButGoesNoFurtherWithoutPen)
+{
+    rig.server.serveInTurn("/firmwareversion", {{.body = "2"}, {.body = "2", .hold = gate}});
+    rig.server.serve("/software/firmwareV2.bin", "firmware");
+    rig.service->updateAll();
+    ASSERT_TRUE(gate->waitUntilReached());
+    EXPECT_FALSE(window().cancelEnabled);
+    rig.service->penRemoved();
+    gate->open();
+    waitForRest();
+    EXPECT_EQ(rig.server.requests("/software/firmwareV2.bin").size(), 1) << "HEAD";
 }
 
 } // namespace
