@@ -22,7 +22,6 @@ TEST_F(UpdateRunTest, BringsAnOutdatedTitleUpToDate)
     expectNewTitle();
     EXPECT_THAT(states(), ElementsAre(DownloadType::Ready));
     expectHeadline(u"label_download_complete"_s);
-    EXPECT_EQ(window().step, u"100 %"_s);
     EXPECT_TRUE(window().okEnabled);
     EXPECT_EQ(updateElements().first().contentLength, content.size());
     EXPECT_EQ(updateElements().first().image.value_or(CoverImage()).path,
@@ -60,39 +59,27 @@ TEST_F(UpdateRunTest, WhatIsAskedForAnewIsReplacedOnlyByTheWholeNew)
     EXPECT_TRUE(onPen(u".txt"_s, u"01234_en"_s).startsWith("Name: Neu\n"));
 }
 
-TEST_F(UpdateRunTest, LoadsNewSystemSoftwareAndRemovesStaleImages)
+TEST_F(UpdateRunTest, LoadsNewSystemSoftwareBeforeTheTitlesAndRemovesStaleImages)
 {
     rig.pen.write(u"configure/settings.ini"_s, "ImageVersion = 5 \nfirmwareVersion=12\n");
     for (const QString &name : {u"imageisoV3.iso"_s, u"imageisoV6.iso"_s, u"readme.iso"_s})
         rig.pen.write(u"configure/"_s + name, "older, newer, without a number");
-    rig.putTitle(u"00042_en"_s, 3);
-    serveCatalogueOfOne();
+    serveOneOutdatedTitle();
     rig.server.serve("/imageversion", "7");
-    rig.server.serve("/firmwareversion", "13");
+    rig.server.serve("/firmwareversion", {.body = "13", .hold = gate});
     rig.server.serve("/software/imageisoV7.iso", content);
     rig.server.serve("/software/firmwareV13.bin", "firmware");
-    ASSERT_TRUE(rig.run());
-    EXPECT_THAT(rig.pen.names(u"configure"_s),
-                ElementsAre(u"firmwareV13.bin"_s, u"imageisoV6.iso"_s, u"imageisoV7.iso"_s,
-                            u"readme.iso"_s, u"settings.ini"_s, u"tbd.txt"_s));
-    EXPECT_EQ(rig.pen.read(u"configure/imageisoV7.iso"_s), content);
-    EXPECT_THAT(states(), ElementsAre(DownloadType::Ready, DownloadType::Ready));
-}
-
-TEST_F(UpdateRunTest, SystemSoftwareStandsBeforeTheTitles)
-{
-    rig.putTitle(u"00042_en"_s, 2);
-    serveCatalogueOfOne();
-    rig.serveContent(42, 3, content);
-    rig.server.serve("/firmwareversion", {.body = "2", .hold = gate});
-    rig.server.serve("/software/firmwareV2.bin", "firmware");
     rig.service->updateAll();
     // The catalogue is known before the software's version.
     ASSERT_TRUE(rig.server.waitForRequests("/medias", 2));
     gate->open();
     ASSERT_TRUE(rig.waitForEnd());
-    EXPECT_THAT(states(), ElementsAre(DownloadType::Ready, DownloadType::Ready));
-    EXPECT_EQ(updateElements().first().updateFileType, UpdateFileType::bin);
+    EXPECT_THAT(rig.pen.names(u"configure"_s),
+                ElementsAre(u"firmwareV13.bin"_s, u"imageisoV6.iso"_s, u"imageisoV7.iso"_s,
+                            u"readme.iso"_s, u"settings.ini"_s, u"tbd.txt"_s));
+    EXPECT_EQ(rig.pen.read(u"configure/imageisoV7.iso"_s), content);
+    EXPECT_EQ(states(), QList<DownloadType>(3, DownloadType::Ready));
+    EXPECT_EQ(updateElements().last().updateFileType, UpdateFileType::qnk);
     expectNewTitle();
 }
 
@@ -107,8 +94,13 @@ TEST_F(UpdateRunTest, TheLogIsEmptiedOnlyByA200)
         ASSERT_TRUE(rig.run());
         EXPECT_TRUE(rig.pen.read(u"configure/log.txt"_s).startsWith("a=b=c")) << refusal.status;
     }
-    rig.server.serve("/log", "");
+    // Also when the run is cancelled meanwhile.
+    rig.server.serve("/log", {.hold = gate});
     rig.service->updateAll();
+    ASSERT_TRUE(gate->waitUntilReached());
+    controller().cancelBtnKlicked();
+    EXPECT_FALSE(rig.service->isRunning());
+    gate->open();
     EXPECT_TRUE(QTest::qWaitFor([this] { return rig.pen.read(u"configure/log.txt"_s).isEmpty(); }));
     EXPECT_TRUE(rig.pen.exists(u"configure/log.txt"_s));
 }
@@ -126,22 +118,17 @@ TEST_F(UpdateRunTest, ContentOfATitleThatIsKnownNoMoreKeepsItsMetadata)
     EXPECT_TRUE(onPen(u".txt"_s).startsWith("Name: Old\n"));
 }
 
-TEST_F(UpdateRunTest, AContentThatFailsTwiceIsGivenUpAndTheNextOneLoaded)
+TEST_F(UpdateRunTest, TheNextRunTriesWhatFailedAgainAndCountsItsOwnBytesOnly)
 {
-    rig.putTitle(u"00042_en"_s, 2);
+    serveOneOutdatedTitle();
     rig.putTitle(u"00043_en"_s, 2);
     serveCatalogueOfTwo();
     rig.serveContent(43, 3, content);
     rig.server.serve(UpdateRig::contentPath(42, 3), {.status = 503, .body = "error page"});
     ASSERT_TRUE(rig.run());
-    expectOldTitle();
-    EXPECT_EQ(onPen(u".qnk"_s, u"00043_en"_s), content);
-    EXPECT_THAT(states(), testing::UnorderedElementsAre(DownloadType::Failed, DownloadType::Ready));
     expectHeadline(u"label_some_failed"_s);
     EXPECT_TRUE(window().cancelEnabled && !window().okEnabled);
     EXPECT_LT(window().bar, 100);
-
-    // The next run tries the address again, and counts its own bytes only.
     rig.serveContent(42, 3, content);
     serveCatalogueOfTwo();
     ASSERT_TRUE(rig.run());
