@@ -21,13 +21,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct ListRow
-{
-    const char *name;
-    QByteArray text;
-    QStringList values;
-};
-
 /// Requests a stop at a look for the pen of another thread, as the one that writes is.
 class StoppingVolumes : public FolderVolumes
 {
@@ -73,35 +66,39 @@ protected:
     UpdateRig rig;
 };
 
-TEST_F(ElementUpdate, TheRequestedTitlesAreTheFirstMidOfEachLine)
+TEST_F(ElementUpdate, ThePensListsGiveTheirValuesLineByLine)
 {
-    forEachRow<ListRow>({{"OnePerLine", "xMID=1 MID=2\r\nMID=\nMID=1\n", {u"1"_s, u"1"_s}},
-                         {"DigitsOnly", "mid=1\nMID= 2\nMID=-3\nMID=MID=5\nMID=\xd9\xa4", {u"5"_s}},
-                         {"NoUtf8", "MID=12\n\xff\xfe", {}},
-                         {"Nuls", QByteArray("M\0ID=1\nMID=2\0", 14), {u"2"_s}}},
-                        [this](const ListRow &row) {
-                            rig.pen.write(u"configure/tbd.txt"_s, row.text);
-                            EXPECT_EQ(ElementUpdateService::readTbdMids(), row.values);
-                        });
-    rig.pen.remove(u"configure/tbd.txt"_s);
-    EXPECT_TRUE(ElementUpdateService::readTbdMids().isEmpty());
-}
-
-TEST_F(ElementUpdate, TheUsageLogGivesTheValueOfEachLine)
-{
-    forEachRow<ListRow>({{"DuplicatesStay", "MID=12\nMID=12\n", {u"12"_s, u"12"_s}},
-                         {"SecondEqualsSign", "a=b=c\n", {u"b"_s}},
-                         {"NoValue", "nothing\nMID=\nMID= \n", {}},
-                         {"NulIsRemovedAndAnEmptiedValueStays",
-                          QByteArray("M=1\0002\nM=\0\n", 11),
-                          {u"12"_s, QString()}},
-                         {"NoUtf8", "MID=1\n\xff", {}}},
-                        [this](const ListRow &row) {
-                            rig.pen.write(u"configure/log.txt"_s, row.text);
-                            EXPECT_EQ(LogPostService::getLogMids(), row.values);
-                        });
+    struct Row
+    {
+        const char *name;
+        QByteArray requests;
+        QStringList mids; ///< the first of each line
+        QByteArray log;
+        QStringList values; ///< of each line
+    };
+    forEachRow<Row>(
+        {{"EachLine",
+          "xMID=1 MID=2\r\nMID=\nMID=1\n",
+          {u"1"_s, u"1"_s},
+          "MID=12\nMID=12\na=b=c\nnothing\nMID=\nMID= \n",
+          {u"12"_s, u"12"_s, u"b"_s}},
+         {"NoUtf8", "MID=12\n\xff\xfe", {}, "MID=1\n\xff", {}},
+         {"Nuls",
+          QByteArray("M\0ID=1\nMID=2\0", 14),
+          {u"2"_s},
+          QByteArray("M=1\0002\nM=\0\n", 11),
+          {u"12"_s, QString()}},
+         {"DigitsOnly", "mid=1\nMID= 2\nMID=-3\nMID=MID=5\nMID=\xd9\xa4", {u"5"_s}, {}, {}}},
+        [this](const Row &row) {
+            rig.pen.write(u"configure/tbd.txt"_s, row.requests);
+            rig.pen.write(u"configure/log.txt"_s, row.log);
+            EXPECT_EQ(ElementUpdateService::readTbdMids(), row.mids);
+            EXPECT_EQ(LogPostService::getLogMids(), row.values);
+        });
     rig.pen.write(u"configure/log.txt"_s, "MID=12\n");
+    rig.pen.remove(u"configure/tbd.txt"_s);
     rig.pen.write(u"configure/settings.ini"_s, "");
+    EXPECT_TRUE(ElementUpdateService::readTbdMids().isEmpty());
     EXPECT_TRUE(LogPostService::getLogMids().isEmpty()) << "a volume that is no pen";
 }
 
