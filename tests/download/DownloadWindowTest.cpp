@@ -191,7 +191,7 @@ TEST_F(DownloadWindowTest, TextsFollowTheLanguage)
     EXPECT_EQ(window.downlloadLabel->text(), localized(u"label_downloading"_s, u"en"_s));
 }
 
-TEST_F(DownloadWindowTest, ClickInTheCancelColumnAndKeysDropTheRow)
+TEST_F(DownloadWindowTest, ClickInTheCancelColumnAndKeysDropTheRowAndTabLeavesTheTable)
 {
     fill({row(u"a"_s, DownloadType::Waiting), row(u"b"_s, DownloadType::Waiting),
           row(u"c"_s, DownloadType::Waiting), row(u"d"_s, DownloadType::Waiting)});
@@ -205,6 +205,7 @@ TEST_F(DownloadWindowTest, ClickInTheCancelColumnAndKeysDropTheRow)
     EXPECT_EQ(state(1), DownloadType::Canceled);
     EXPECT_EQ(cell(1, 2).toString(), localized(u"cell_canceled"_s));
     EXPECT_FALSE(hasCross(1));
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
     window.tableView->setFocus();
     for (const auto &[row, key] : {std::pair{2, Qt::Key_Delete}, std::pair{3, Qt::Key_Space}}) {
         window.tableView->selectRow(row);
@@ -212,14 +213,6 @@ TEST_F(DownloadWindowTest, ClickInTheCancelColumnAndKeysDropTheRow)
         EXPECT_EQ(state(row), DownloadType::Canceled);
     }
     EXPECT_EQ(state(0), DownloadType::Waiting);
-}
-
-TEST_F(DownloadWindowTest, TabGoesFromTheTableToTheButtons)
-{
-    fill({row(u"a"_s, DownloadType::Waiting)});
-    show();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
-    window.tableView->setFocus();
     QTest::keyClick(window.tableView, Qt::Key_Tab);
     EXPECT_TRUE(window.cancelBtn->hasFocus());
 }

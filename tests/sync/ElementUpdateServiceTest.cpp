@@ -104,37 +104,31 @@ TEST_F(ElementUpdate, ThePensListsGiveTheirValuesLineByLine)
 
 TEST_F(ElementUpdate, StoppedWhileItWritesItWritesNoMore)
 {
-    struct Row
-    {
-        const char *name;
-        QList<QByteArray> requested;
-    };
     const QByteArray seven = UpdateRig::title(7, "Sieben");
-    forEachRow<Row>(
-        {{"LastTitle", {seven}}, {"AnotherFollows", {seven, UpdateRig::title(8, "Acht")}}},
-        [this](const Row &row) {
-            rig.pen.write(u"configure/tbd.txt"_s, "MID=7\n");
-            rig.serveCatalogue(R"({"00007":1,"00008":1})", {}, row.requested);
-            StoppingVolumes volumes(rig.pen.volumes());
-            FileManager::setVolumeSource(&volumes);
-            ElementUpdateService::fetchAllElementsFromMediaServer(
-                true, volumes.stop.get_token(), [](const Catalogue &) { ADD_FAILURE(); });
-            EXPECT_TRUE(QTest::qWaitFor([&] { return volumes.stop.stop_requested(); }));
-            endSharedSession(); // waits for what is being written
-            FileManager::setVolumeSource(&rig.volumes);
-            EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "MID=7\n");
-            EXPECT_FALSE(rig.pen.exists(u"book/00008_en.txt"_s));
-        });
+    for (const QList<QByteArray> &requested :
+         {{seven}, QList{seven, UpdateRig::title(8, "Acht")}}) {
+        SCOPED_TRACE(requested.size());
+        rig.pen.write(u"configure/tbd.txt"_s, "MID=7\n");
+        rig.serveCatalogue(R"({"00007":1,"00008":1})", {}, requested);
+        StoppingVolumes volumes(rig.pen.volumes());
+        FileManager::setVolumeSource(&volumes);
+        ElementUpdateService::fetchAllElementsFromMediaServer(
+            true, volumes.stop.get_token(), [](const Catalogue &) { ADD_FAILURE(); });
+        EXPECT_TRUE(QTest::qWaitFor([&] { return volumes.stop.stop_requested(); }));
+        endSharedSession(); // waits for what is being written
+        FileManager::setVolumeSource(&rig.volumes);
+        EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "MID=7\n");
+        EXPECT_FALSE(rig.pen.exists(u"book/00008_en.txt"_s));
+    }
 }
 
 TEST_F(ElementUpdate, PlanningEndsWhereItIsStopped)
 {
     ElementList records;
-    for (const QString &id : {u"00050_en"_s, u"00051_en"_s, u"00052_en"_s, u"00053_en"_s,
-                              u"00054_en"_s, u"00055_en"_s}) {
+    for (int mid = 50; mid < 56; ++mid) {
         auto record = std::make_shared<BaseElement>();
-        record->id = id;
-        record->mid = PenTitles::midOf(id);
+        record->id = u"000%1_en"_s.arg(mid);
+        record->mid = QString::number(mid);
         record->name = u"New"_s;
         record->bookVersion = 3;
         record->isVersionTold = true;

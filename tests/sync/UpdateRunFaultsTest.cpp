@@ -25,7 +25,6 @@ TEST_F(UpdateRunFaults, BrokenAnswersEndTheRunAndLeaveTheTitleAlone)
     rig.putTitle(u"00042_en"_s, 2);
     forEachRow<Row>(
         {{"VersionsNoJson", {.body = "<html>"}, media},
-         {"MediasTruncated", good, {.body = media.body.chopped(5)}},
          {"MediasObject", good, {.body = "{}"}},
          {"MediasNoUtf8", good, {.body = "[\"\xff\"]"}, true},
          {"MediasError", good, {.status = 500, .body = media.body}, true},
@@ -47,7 +46,7 @@ TEST_F(UpdateRunFaults, BrokenAnswersEndTheRunAndLeaveTheTitleAlone)
         });
 }
 
-TEST_F(UpdateRunFaults, NoConfigurationAtAll)
+TEST_F(UpdateRunFaults, WithoutConfigurationNothingIsAskedForAndARowWithoutAddressIsGivenUp)
 {
     rig.putTitle(u"00042_en"_s, 2);
     rig.pen.write(u"configure/log.txt"_s, "MID=1\n");
@@ -56,12 +55,6 @@ TEST_F(UpdateRunFaults, NoConfigurationAtAll)
     EXPECT_TRUE(windowShown.isEmpty());
     EXPECT_TRUE(rig.server.requests().isEmpty());
     EXPECT_EQ(rig.pen.read(u"configure/log.txt"_s), "MID=1\n");
-    expectOldTitle();
-}
-
-TEST_F(UpdateRunFaults, ARowWhoseAddressIsMissingOrNoneIsGivenUp)
-{
-    rig.putTitle(u"00042_en"_s, 2);
     for (const QByteArray address : {"", "http://[no address/", "7: none"}) {
         serveCatalogueOfOne();
         rig.configure({u"STREAMING_SERVER_FILES_URL"_s}, address);

@@ -132,16 +132,6 @@ TEST_F(UpdateRunKeeps, ATitleWithTwoTextsFromBeingLoadedInEveryRun)
     EXPECT_EQ(onPen(u".qnk"_s), "stays");
 }
 
-TEST_F(UpdateRunKeeps, TheSizingOfNewRowsWhateverEarlierOnesLeft)
-{
-    updateElements().resize(50);
-    for (UpdateElement &row : updateElements())
-        row.downloadType = DownloadType::Ready;
-    serveOneOutdatedTitle();
-    ASSERT_TRUE(rig.run());
-    EXPECT_EQ(updateElements().last().contentLength, content.size());
-}
-
 TEST_F(UpdateRunKeeps, TitlesDeletedThatWereDeletedWhileTheirRowsWait)
 {
     rig.putTitle(u"00043_en"_s, 2);

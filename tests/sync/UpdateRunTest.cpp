@@ -23,10 +23,6 @@ TEST_F(UpdateRunTest, BringsAnOutdatedTitleUpToDate)
     EXPECT_THAT(states(), ElementsAre(DownloadType::Ready));
     expectHeadline(u"label_download_complete"_s);
     EXPECT_TRUE(window().okEnabled);
-    EXPECT_EQ(updateElements().first().contentLength, content.size());
-    EXPECT_EQ(updateElements().first().image.value_or(CoverImage()).path,
-              rig.pen.volumePath(u"book/00042_en.png"_s));
-    EXPECT_EQ(totalBytesToDownload(), content.size());
     EXPECT_THAT(rig.pen.names(u"book"_s),
                 ElementsAre(u"00042_en.png"_s, u"00042_en.qnk"_s, u"00042_en.txt"_s));
 
@@ -41,13 +37,10 @@ TEST_F(UpdateRunTest, BringsAnOutdatedTitleUpToDate)
 TEST_F(UpdateRunTest, WhatIsAskedForAnewIsReplacedOnlyByTheWholeNew)
 {
     rig.putTitle(u"01234_en"_s, 1);
-    const auto ask = [this] {
-        rig.pen.write(u"configure/tbd.txt"_s, "MID=1234\n");
-        rig.serveCatalogue(R"({"01234":1})", {UpdateRig::title(1234, "Neu")},
-                           {UpdateRig::title(1234, "Neu")});
-        ASSERT_TRUE(rig.run());
-    };
-    ask(); // the server has no content of it
+    rig.pen.write(u"configure/tbd.txt"_s, "MID=1234\n");
+    rig.serveCatalogue(R"({"01234":1})", {UpdateRig::title(1234, "Neu")},
+                       {UpdateRig::title(1234, "Neu")});
+    ASSERT_TRUE(rig.run()); // the server has no content of it
     EXPECT_THAT(states(), ElementsAre(DownloadType::Failed));
     EXPECT_EQ(onPen(u".qnk"_s, u"01234_en"_s), "old content");
     EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "MID=1234\n");
@@ -172,9 +165,13 @@ TEST_F(UpdateRunTest, PulledDuringADownloadNothingIsWrittenAndTheNextPlugInMakes
     expectOldTitle();
 
     rig.pen.plugIn();
+    updateElements().resize(50); // of earlier runs
+    for (UpdateElement &row : updateElements())
+        row.downloadType = DownloadType::Ready;
     serveCatalogueOfOne();
     ASSERT_TRUE(rig.run());
     expectNewTitle();
+    EXPECT_EQ(updateElements().last().contentLength, content.size());
 }
 
 TEST_F(UpdateRunTest, StoppedWhileTheServersAreAskedItEndsAndTheNextOneIsWhole)
