@@ -43,11 +43,8 @@ TEST(DownloadProgress, IsWeightedAndNeverWhole)
         double copy;
         double shown;
     };
-    for (const Row &row : {Row{0, 0, 0},
-                           {100, 0, 60},
+    for (const Row &row : {Row{100, 0, 60},
                            {0, 100, 40},
-                           {50, 25, 40},
-                           {99, 100, 99.4},
                            {100, 100, 99.9},
                            {250, 100, 99.9},
                            {-300, 0, 0},
@@ -86,20 +83,16 @@ TEST(StoringHeadline, SaysWhyAndHowMuch)
 
 TEST(DownloadQueue, KnowsWhatIsOpen)
 {
-    const auto queueOf = [](const QList<DownloadType> &states) {
-        updateElements().clear();
-        for (const DownloadType state : states) {
-            UpdateElement row;
-            row.downloadType = state;
-            updateElements().append(row);
-        }
-        return queueHasOpenRows();
-    };
-    EXPECT_FALSE(queueOf({}));
-    EXPECT_FALSE(queueOf({DownloadType::Ready, DownloadType::Canceled, DownloadType::Failed,
-                          DownloadType::UpToDate}));
+    using enum DownloadType;
+    QList<DownloadType> open;
     for (const DownloadType state :
-         {DownloadType::Waiting, DownloadType::Downloading, DownloadType::Copying})
-        EXPECT_TRUE(queueOf({DownloadType::Ready, state}));
+         {Ready, Canceled, Failed, UpToDate, Waiting, Downloading, Copying}) {
+        updateElements().resize(2);
+        updateElements().last().downloadType = state;
+        updateElements().first().downloadType = Ready;
+        if (queueHasOpenRows())
+            open += state;
+    }
+    EXPECT_EQ(open, QList({Waiting, Downloading, Copying}));
     updateElements().clear();
 }

@@ -191,7 +191,7 @@ TEST_F(DownloadWindowTest, TextsFollowTheLanguage)
     EXPECT_EQ(window.downlloadLabel->text(), localized(u"label_downloading"_s, u"en"_s));
 }
 
-TEST_F(DownloadWindowTest, ClickInTheCancelColumnAndKeysDropTheRow)
+TEST_F(DownloadWindowTest, ClickInTheCancelColumnAndKeysDropTheRowAndTabLeavesTheTable)
 {
     fill({row(u"a"_s, DownloadType::Waiting), row(u"b"_s, DownloadType::Waiting),
           row(u"c"_s, DownloadType::Waiting), row(u"d"_s, DownloadType::Waiting)});
@@ -205,6 +205,7 @@ TEST_F(DownloadWindowTest, ClickInTheCancelColumnAndKeysDropTheRow)
     EXPECT_EQ(state(1), DownloadType::Canceled);
     EXPECT_EQ(cell(1, 2).toString(), localized(u"cell_canceled"_s));
     EXPECT_FALSE(hasCross(1));
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
     window.tableView->setFocus();
     for (const auto &[row, key] : {std::pair{2, Qt::Key_Delete}, std::pair{3, Qt::Key_Space}}) {
         window.tableView->selectRow(row);
@@ -212,14 +213,6 @@ TEST_F(DownloadWindowTest, ClickInTheCancelColumnAndKeysDropTheRow)
         EXPECT_EQ(state(row), DownloadType::Canceled);
     }
     EXPECT_EQ(state(0), DownloadType::Waiting);
-}
-
-TEST_F(DownloadWindowTest, TabGoesFromTheTableToTheButtons)
-{
-    fill({row(u"a"_s, DownloadType::Waiting)});
-    show();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
-    window.tableView->setFocus();
     QTest::keyClick(window.tableView, Qt::Key_Tab);
     EXPECT_TRUE(window.cancelBtn->hasFocus());
 }
@@ -311,6 +304,172 @@ TEST_F(DownloadWindowTest, ReloadsKeepPositionAndSelection)
     EXPECT_FALSE(cell(0, 1).isValid());
     controller.reloadQueueTable();
     EXPECT_EQ(window.tableView->model()->rowCount(), 0);
+}
+
+/// What the window tells of a run whose rows nobody loads, in a language that shows keys.
+class DownloadRunTest : public DownloadWindowTest
+{
+protected:
+    DownloadRunTest()
+    {
+        setCurrentLanguage(u"keys"_s);
+        QObject::connect(&controller, &DownloadWindowController::presentationChanged,
+                         [this] { bars += controller.presentation().bar; });
+        controller.beginRun(nullptr);
+    }
+
+    [[nodiscard]] static UpdateElement sized(qint64 length,
+                                             DownloadType state = DownloadType::Waiting)
+    {
+        UpdateElement element = row(QString(), state);
+        element.contentLength = length;
+        return element;
+    }
+    [[nodiscard]] static QList<DownloadType> states()
+    {
+        QList<DownloadType> result;
+        for (const UpdateElement &element : std::as_const(updateElements()))
+            result += element.downloadType;
+        return result;
+    }
+    [[nodiscard]] bool waitForBars(qsizetype count)
+    {
+        return QTest::qWaitFor([&] { return bars.size() >= count; });
+    }
+    void expectShown(const QString &headline, bool okEnabled = false)
+    {
+        const DownloadPresentation &shown = controller.presentation();
+        EXPECT_TRUE(shown.headline.endsWith(headline)) << qPrintable(shown.headline);
+        EXPECT_EQ(shown.okEnabled, okEnabled);
+        EXPECT_EQ(shown.cancelEnabled, !okEnabled);
+    }
+    void expectEnd(const QString &headline, bool okEnabled)
+    {
+        QueueWindow::postStartElementDownloads();
+        EXPECT_TRUE(QTest::qWaitFor([this] { return hasEnded(controller.phase()); }));
+        expectShown(headline, okEnabled);
+    }
+
+    const QString dontUnplug = u"label_dont_unplug_quillo"_s;
+    QList<double> bars;
+    QSignalSpy ends{&controller, &DownloadWindowController::runEnded};
+};
+
+TEST_F(DownloadRunTest, CopyShareFillsInStepsAndWithTheNextRow)
+{
+    // Half a second, minutes, at once.
+    fill({sized(1'000'000), sized(1'000'000'000), sized(0), sized(0, DownloadType::Canceled)});
+    const double share = 40.0 / 3;
+    bars.clear();
+    controller.copyStarted(0);
+    EXPECT_TRUE(bars.isEmpty());
+    ASSERT_TRUE(waitForBars(6));
+    for (qsizetype i = 0; i < 6; ++i)
+        EXPECT_NEAR(bars.at(i), share * std::min(0.2 * double(i + 1), 1.0), 1e-9) << i;
+    for (const auto &[row, tolerance] : {std::pair(1, 1.0), {2, 1e-9}}) {
+        bars.clear();
+        controller.copyStarted(row);
+        EXPECT_NEAR(bars.value(0), row * share, 1e-9);
+        ASSERT_TRUE(waitForBars(3));
+        EXPECT_NEAR(bars.at(2), (row == 1 ? 1 : 3) * share, tolerance);
+    }
+}
+
+TEST_F(DownloadRunTest, TheBarNeverStartsBelowWhatIsReadyAndADroppedRowCountsAsDone)
+{
+    fill({sized(1, DownloadType::Ready), sized(100),
+          row(u"System"_s, DownloadType::Waiting, UpdateFileType::iso),
+          sized(400, DownloadType::Downloading)});
+    totalBytesToDownload() = 500;
+    controller.resetProgress();
+    EXPECT_EQ(controller.presentation().bar, 25);
+    QueueWindow::postDownloadPercentage(0);
+    EXPECT_EQ(controller.presentation().bar, 25);
+    for (const int row : {-1, 4, 2, 3, 1, 1})
+        controller.onItemClicked(row, DownloadWindowController::cancelColumn);
+    EXPECT_EQ(states(), QList({DownloadType::Ready, DownloadType::Canceled, DownloadType::Waiting,
+                               DownloadType::Downloading}));
+    EXPECT_EQ(controller.presentation().bar, 35);
+    EXPECT_EQ(totalBytesToDownload(), 400);
+}
+
+TEST_F(DownloadRunTest, WhatComesOnceItIsStoppedChangesNothing)
+{
+    fill({sized(1)});
+    QueueWindow::postStartElementDownloads();
+    controller.interrupt(RunPhase::PenRemoved);
+    QueueWindow::postDownloadPercentage(50);
+    QueueWindow::postNoResponseFromServer();
+    QueueWindow::postStartElementDownloads();
+    for (const int row : {0, -1})
+        controller.copyStarted(row);
+    controller.copyFailed({});
+    EXPECT_EQ(states(), QList{DownloadType::Downloading});
+    EXPECT_EQ(ends.size(), 1);
+    expectShown(u"label_pen_removed"_s, true);
+    EXPECT_EQ(controller.presentation().bar, 0);
+    controller.beginRun(nullptr);
+    expectShown(u"label_downloading"_s);
+    for (const int row : {-1, 1}) {
+        controller.copyStarted(row);
+        expectShown(u"download_window_error"_s);
+    }
+}
+
+TEST_F(DownloadRunTest, OnlyAFailedCopyIsExplainedByThePenThatWent)
+{
+    using Reason = FileFailure::Reason;
+    for (const auto &[reason, headline] : {std::pair(Reason::Gone, u"label_pen_removed"_s),
+                                           {Reason::ReadOnly, u"label_copy_failed"_s}}) {
+        controller.beginRun(nullptr);
+        controller.copyFailed({.reason = reason});
+        controller.explainFailedCopy();
+        expectShown(headline, reason == Reason::Gone);
+    }
+    complete();
+    controller.explainFailedCopy();
+    expectShown(u"label_download_complete"_s, true);
+}
+
+TEST_F(DownloadRunTest, ThePenIsToStayWhileRowsAreLoadedWhateverWasToldBefore)
+{
+    QueueWindow::postNoResponseFromServer();
+    expectShown(u"label_no_response_from_server"_s, true);
+    fill({sized(1)});
+    window.OKBtn->click(); // leaves the queue to the run
+    QueueWindow::postStartElementDownloads();
+    expectShown(dontUnplug);
+    QueueWindow::postNoResponseFromServer();
+    expectShown(dontUnplug);
+    updateElements().first().downloadType = DownloadType::Ready;
+    expectEnd(u"label_no_response_from_server"_s, true);
+
+    controller.beginRun(nullptr);
+    updateElements().first().downloadType = DownloadType::Failed;
+    expectEnd(u"label_some_failed"_s, false);
+    updateElements() += sized(1); // known late
+    controller.okBtnKlicked();
+    EXPECT_EQ(states(), QList{DownloadType::Waiting});
+    controller.setIndexToDownload(0);
+    QueueWindow::postStartElementDownloads();
+    expectShown(dontUnplug);
+}
+
+TEST_F(DownloadRunTest, AnEmptyQueueIsCompleteUnlessTheNextRunHasBegunAndOtherFilesStopIt)
+{
+    QueueWindow::postStartElementDownloads();
+    controller.beginRun(nullptr);
+    QCoreApplication::processEvents();
+    expectShown(u"label_downloading"_s);
+    expectEnd(u"label_download_complete"_s, true);
+    EXPECT_EQ(ends.size(), 1);
+    for (const UpdateFileType kind : {UpdateFileType::txt, UpdateFileType::png}) {
+        fill({row(u"a"_s, DownloadType::Waiting, kind), sized(1)});
+        controller.beginRun(nullptr);
+        QueueWindow::postStartElementDownloads();
+        EXPECT_EQ(states(), QList<DownloadType>(2, DownloadType::Waiting));
+        EXPECT_TRUE(controller.isWorking());
+    }
 }
 
 } // namespace

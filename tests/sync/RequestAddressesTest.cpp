@@ -20,13 +20,9 @@ TEST(RequestAddresses, AreTheConfiguredPrefixesWithTheirSegments)
 {
     const UpdateRig rig;
     const QString files = rig.server.address("/files/");
-    EXPECT_EQ(coverAddress(u"7"_s, u"12"_s, u"00012_en"_s), files + u"7/12/12_en.png"_s);
     EXPECT_EQ(coverAddress(u"7"_s, u"0"_s, u"0000"_s), files + u"7/0/.png"_s);
     EXPECT_EQ(contentAddress(u"7"_s, u"12"_s, u"3"_s, u"00012 ü"_s),
               files + u"7/12/3/00012%20%C3%BC.qnk"_s);
-    EXPECT_EQ(softwareAddress(u"imageisoV4.iso"_s), rig.server.address("/software/imageisoV4.iso"));
-    EXPECT_EQ(titleDataURL(u"\"1\",\"2\""_s).value_or(QUrl()).toString(QUrl::FullyEncoded),
-              rig.server.address("/medias?mids=%221%22,%222%22"));
 }
 
 TEST(RequestAddresses, AreEncodedOrTellThatTheValueIsNone)

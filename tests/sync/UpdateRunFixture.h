@@ -58,6 +58,23 @@ protected:
         rig.serveContent(42, 3, content);
     }
 
+    void drop(const QString &mid)
+    {
+        for (int row = 0; row < updateElements().size(); ++row) {
+            if (updateElements().at(row).mid == mid)
+                controller().onItemClicked(row, DownloadWindowController::cancelColumn);
+        }
+    }
+    /// Until nothing of what was stopped is on its way any more.
+    void waitForRest()
+    {
+        bool isAtRest = false;
+        rig.service->releasePen([&isAtRest] { isAtRest = true; });
+        ASSERT_TRUE(QTest::qWaitFor([&isAtRest] { return isAtRest; }, 20'000));
+        QCoreApplication::processEvents();
+        rig.service->keepPen();
+    }
+
     void expectOldTitle()
     {
         EXPECT_EQ(onPen(QStringLiteral(".qnk")), "old content");

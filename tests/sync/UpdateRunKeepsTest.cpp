@@ -10,14 +10,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// What a run must not take from the pen, however it goes.
-class UpdateRunKeeps : public UpdateRunTest
-{
-protected:
-    void expectLog(const QByteArray &text)
-    {
-        EXPECT_EQ(rig.pen.read(u"configure/log.txt"_s), text);
-    }
-};
+using UpdateRunKeeps = UpdateRunTest;
 
 TEST_F(UpdateRunKeeps, TitlesAsTheyAreWhenTheVersionsAreUnknown)
 {
@@ -139,16 +132,6 @@ TEST_F(UpdateRunKeeps, ATitleWithTwoTextsFromBeingLoadedInEveryRun)
     EXPECT_EQ(onPen(u".qnk"_s), "stays");
 }
 
-TEST_F(UpdateRunKeeps, TheSizingOfNewRowsWhateverEarlierOnesLeft)
-{
-    updateElements().resize(50);
-    for (UpdateElement &row : updateElements())
-        row.downloadType = DownloadType::Ready;
-    serveOneOutdatedTitle();
-    ASSERT_TRUE(rig.run());
-    EXPECT_EQ(updateElements().last().contentLength, content.size());
-}
-
 TEST_F(UpdateRunKeeps, TitlesDeletedThatWereDeletedWhileTheirRowsWait)
 {
     rig.putTitle(u"00043_en"_s, 2);
@@ -202,18 +185,22 @@ TEST_F(UpdateRunKeeps, TitlesDeletedThatWereDeletedWhileTheirRowsWait)
     EXPECT_EQ(rig.pen.names(u"book"_s).filter(u"00042"_s), QStringList());
 }
 
-TEST_F(UpdateRunKeeps, WhatThePenAddedToALogThatHasBeenSent)
+TEST_F(UpdateRunKeeps, WhatThePenAddedToALogThatHasBeenSentAndTheLogOfAnotherPen)
 {
     rig.pen.write(u"configure/log.txt"_s, "MID=1\n");
-    rig.server.serve("/log", {.hold = gate});
+    const auto later = std::make_shared<Gate>();
+    rig.server.serveInTurn("/log", {{.hold = gate}, {.hold = later}, {.status = 500}});
     rig.service->updateAll();
     ASSERT_TRUE(gate->waitUntilReached());
     rig.pen.write(u"configure/log.txt"_s, "MID=1\nMID=2\n");
     gate->open();
     ASSERT_TRUE(rig.waitForEnd());
-    rig.server.serve("/log", {.status = 500});
     ASSERT_TRUE(rig.run());
-    expectLog("MID=1\nMID=2\n");
+    ASSERT_TRUE(later->waitUntilReached());
+    rig.service->penRemoved(); // and comes again with the same log
+    later->open();
+    ASSERT_TRUE(rig.run());
+    EXPECT_EQ(rig.pen.read(u"configure/log.txt"_s), "MID=1\nMID=2\n");
 }
 
 TEST_F(UpdateRunKeeps, ItsTimeFromACancelledRunAndAServerThatTellsNoSizes)
@@ -240,13 +227,9 @@ TEST_F(UpdateRunKeeps, ItsTimeFromACancelledRunAndAServerThatTellsNoSizes)
     ASSERT_TRUE(QTest::qWaitFor([] { return totalBytesToDownload() == 49; }));
     controller().cancelBtnKlicked();
     EXPECT_FALSE(rig.service->isRunning());
-    bool isAtRest = false;
     ASSERT_TRUE(QTest::qWaitFor([this, before = rig.loads] { return rig.loads > before; }));
-    rig.service->releasePen([&] { isAtRest = true; });
-    ASSERT_TRUE(QTest::qWaitFor([&] { return isAtRest; }));
-    QCoreApplication::processEvents();
+    waitForRest();
     gate->open();
-    rig.service->keepPen();
     rig.serveCatalogue("{}", {});
     ASSERT_TRUE(rig.run()); // of no title
     EXPECT_EQ(asked(), 50);
@@ -258,34 +241,6 @@ TEST_F(UpdateRunKeeps, ItsTimeFromACancelledRunAndAServerThatTellsNoSizes)
     ASSERT_TRUE(rig.run());
     EXPECT_EQ(asked(), 100);
     EXPECT_EQ(states(), QList<DownloadType>(60, DownloadType::Failed));
-}
-
-TEST_F(UpdateRunKeeps, TheLogOfAPenThatCameAfterTheAnsweredOne)
-{
-    rig.pen.write(u"configure/log.txt"_s, "MID=1\n");
-    rig.server.serveInTurn("/log", {{.hold = gate}, {.status = 500}});
-    ASSERT_TRUE(rig.run());
-    ASSERT_TRUE(rig.run());
-    rig.pen.pullOut();
-    rig.service->penRemoved();
-    rig.pen.write(u"configure/log.txt"_s, "MID=99\n");
-    rig.pen.plugIn();
-    ASSERT_TRUE(QTest::qWaitFor([this] { return !rig.volumes.volumes().isEmpty(); }));
-    gate->open();
-    ASSERT_TRUE(rig.run());
-    expectLog("MID=99\n");
-}
-
-TEST_F(UpdateRunKeeps, NothingOfALogThatHasBeenSentWhenTheRunIsCancelled)
-{
-    rig.pen.write(u"configure/log.txt"_s, "MID=1\n");
-    rig.server.serve("/log", {.hold = gate});
-    rig.service->updateAll();
-    ASSERT_TRUE(gate->waitUntilReached());
-    controller().cancelBtnKlicked();
-    EXPECT_FALSE(rig.service->isRunning());
-    gate->open();
-    EXPECT_TRUE(QTest::qWaitFor([this] { return rig.pen.read(u"configure/log.txt"_s).isEmpty(); }));
 }
 
 TEST_F(UpdateRunKeeps, TheLastWordForThePulledPenAfterAFailedCopy)
@@ -319,10 +274,13 @@ TEST_F(UpdateRunKeeps, TitlesOfOneMidAreNotTakenForEachOther)
     rig.putTitle(u"00042_en"_s, 3);
     rig.putTitle(u"00042_de"_s, 2); // of which the server says nothing
     rig.putTitle(u"00043_de"_s, 3);
+    rig.pen.write(u"book/00044_en.qnk"_s, "without metadata");
+    rig.pen.write(u"book/00042_x.png"_s, "a stray file");
+    setTime(u"book/00042_x.png"_s, QDateTime::currentDateTime().addDays(1)); // read first
     rig.pen.write(u"configure/tbd.txt"_s, "MID=43\n");
     const QByteArray pirat = UpdateRig::title(43, "Pirat", "de");
-    rig.serveCatalogue(R"({"12345":3,"00042":3,"00043":3})",
-                       {UpdateRig::title(12345, "English"),
+    rig.serveCatalogue(R"({"12345":3,"00042":3,"00043":3,"00044":3})",
+                       {UpdateRig::title(12345, "English"), UpdateRig::title(44, "Fee"),
                         UpdateRig::title(12345, "Deutsch", "de"), UpdateRig::title(42, "Drache"),
                         pirat},
                        {UpdateRig::title(43, "Pirate"), pirat});
@@ -336,6 +294,7 @@ TEST_F(UpdateRunKeeps, TitlesOfOneMidAreNotTakenForEachOther)
     EXPECT_EQ(onPen(u".qnk"_s, u"00042_de"_s), "old content");
     EXPECT_TRUE(onPen(u".txt"_s, u"00042_de"_s).startsWith("Name: Old\n"));
     EXPECT_TRUE(onPen(u".txt"_s, u"00043_en"_s).startsWith("Name: Pirate\n"));
+    EXPECT_TRUE(onPen(u".txt"_s, u"00044_en"_s).startsWith("Name: Fee\n"));
 }
 
 TEST_F(UpdateRunKeeps, SoftwareThatIsKnownLateIsLoadedAfterOk)
@@ -349,7 +308,9 @@ TEST_F(UpdateRunKeeps, SoftwareThatIsKnownLateIsLoadedAfterOk)
     rig.service->softwarePatience = std::chrono::milliseconds(1);
     ASSERT_TRUE(rig.run());
     expectHeadline(u"label_no_response_from_server"_s);
+    rig.pen.write(u".Spotlight/x"_s, "x");
     controller().okBtnKlicked();
+    EXPECT_FALSE(rig.pen.exists(u".Spotlight"_s));
     EXPECT_EQ(windowShown.size(), 1);
     gate->open();
     EXPECT_TRUE(QTest::qWaitFor(
@@ -360,8 +321,6 @@ TEST_F(UpdateRunKeeps, SoftwareThatIsKnownLateIsLoadedAfterOk)
 
 TEST_F(UpdateRunKeeps, NothingBeginsOnAPenThatIsBeingEjected)
 {
-    rig.putTitle(u"00042_en"_s, 3);
-    serveCatalogueOfOne();
     rig.server.serve("/firmwareversion", {.body = "2", .hold = gate});
     rig.service->softwarePatience = std::chrono::milliseconds(1);
     ASSERT_TRUE(rig.run());
@@ -394,34 +353,23 @@ TEST_F(UpdateRunKeeps, ARequestUntilItsTitleIsDroppedOrDeleted)
     rig.putTitle(u"00041_en"_s, 2);
     rig.putTitle(u"00042_en"_s, 3);
     rig.putTitle(u"00043_en"_s, 3);
-    rig.serveCatalogue(R"({"00041":3,"00042":3,"00043":3})",
-                       asked + QList{UpdateRig::title(41, "Riese")}, asked);
+    rig.putTitle(u"00045_en"_s, 3, false); // goes when it is dropped
+    rig.serveCatalogue(R"({"00041":3,"00042":3,"00043":3,"00045":3})",
+                       asked + QList{UpdateRig::title(41, "Riese"), UpdateRig::title(45, "Leer")},
+                       asked);
     rig.server.serve(UpdateRig::contentPath(41, 3),
                      {.body = content, .fault = Fault::Stall, .faultAt = 1000, .gate = gate});
     rig.pen.write(u"configure/tbd.txt"_s, "MID=42\nMID=43\nMID=44\n");
     rig.service->updateAll();
     ASSERT_TRUE(gate->waitUntilReached());
     EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "MID=42\nMID=43\n");
-    for (int row = 0; row < updateElements().size(); ++row) {
-        if (updateElements().at(row).mid == u"42"_s)
-            controller().onItemClicked(row, DownloadWindowController::cancelColumn);
-    }
+    drop(u"42"_s);
+    drop(u"45"_s);
+    EXPECT_TRUE(rig.pen.names(u"book"_s).filter(u"00045"_s).isEmpty());
     EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "MID=43\n");
     QueueWindow::postTitlesDeleted({u"00043_en"_s});
     EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "");
     gate->open();
     ASSERT_TRUE(rig.waitForEnd());
     EXPECT_EQ(onPen(u".qnk"_s), "old content");
-}
-
-TEST_F(UpdateRunKeeps, NoMissingTextForAStrayFileOfAnotherTitle)
-{
-    rig.putTitle(u"00042_en"_s, 3);
-    rig.pen.write(u"book/00043_en.qnk"_s, "old content");
-    rig.pen.write(u"book/00042_x.png"_s, "stray");
-    setTime(u"book/00042_x.png"_s, QDateTime::currentDateTime().addDays(1)); // read first
-    rig.serveCatalogue(R"({"00042":3,"00043":3})",
-                       {UpdateRig::title(42, "Drache"), UpdateRig::title(43, "Fee")});
-    ASSERT_TRUE(rig.run());
-    EXPECT_TRUE(onPen(u".txt"_s, u"00043_en"_s).startsWith("Name: Fee\n"));
 }

@@ -111,12 +111,9 @@ TEST_F(UpdateRunMedium, WhatCouldNotBePlacedIsKeptThoughTheRunWasCancelled)
     rig.server.serve(UpdateRig::contentPath(42, 3), {.status = 503});
     serveCatalogueOfOne();
     rig.service->updateAll(); // retires what still places
-    bool isFree = false;
     ASSERT_TRUE(QTest::qWaitFor([this] { return !rig.service->isRunning(); }));
-    rig.service->releasePen([&] { isFree = true; });
-    ASSERT_TRUE(QTest::qWaitFor([&] { return isFree; }, 20'000));
+    waitForRest();
     EXPECT_EQ(rig.pen.names(u"book"_s).filter(u".quillo-part"_s), QStringList());
-    rig.service->keepPen();
     medium.heal();
     serveCatalogueOfOne();
     ASSERT_TRUE(rig.run());
@@ -147,10 +144,9 @@ TEST_F(UpdateRunMedium, APenThatDiesAnywhereHoldsOldOrNewAndTheNextRunMakesItWho
     }
 }
 
-TEST_F(UpdateRunMedium, AFileTooLargeForItIsRefusedBeforeItIsLoaded)
+TEST_F(UpdateRunMedium, AFileTooLargeForItIsRefusedBeforeItIsLoadedAndOneThatTellsNoSizeTried)
 {
-    putContent(u"00042_en"_s, "old content");
-    serveCatalogueOfOne();
+    serveOneOutdatedTitle();
     rig.server.serve(UpdateRig::contentPath(42, 3), {.body = bytes('n', megabyte), .repeat = 4295});
     const qint64 before = medium.written();
     ASSERT_TRUE(rig.run());
@@ -159,14 +155,8 @@ TEST_F(UpdateRunMedium, AFileTooLargeForItIsRefusedBeforeItIsLoaded)
     EXPECT_EQ(window().headline, localized(u"label_file_too_large"_s).arg(u"4,3\u00a0GB"_s));
     EXPECT_LT(medium.written() - before, megabyte);
     expectNothingHidden();
-}
-
-TEST_F(UpdateRunMedium, AMediumThatTellsNoSizeIsTried)
-{
-    putContent(u"00042_en"_s, "old content");
-    serveCatalogueOfOne();
-    rig.serveContent(42, 3, content);
     medium.tellSpace(0, 0);
+    serveOneOutdatedTitle();
     ASSERT_TRUE(rig.run());
     expectNewTitle();
 }

@@ -11,6 +11,7 @@
 
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
+using Reply = FaultServer::Reply;
 
 namespace {
 
@@ -21,12 +22,7 @@ TEST_F(UpdateRunTest, BringsAnOutdatedTitleUpToDate)
     expectNewTitle();
     EXPECT_THAT(states(), ElementsAre(DownloadType::Ready));
     expectHeadline(u"label_download_complete"_s);
-    EXPECT_EQ(window().step, u"100 %"_s);
     EXPECT_TRUE(window().okEnabled);
-    EXPECT_EQ(updateElements().first().contentLength, content.size());
-    EXPECT_EQ(updateElements().first().image.value_or(CoverImage()).path,
-              rig.pen.volumePath(u"book/00042_en.png"_s));
-    EXPECT_EQ(totalBytesToDownload(), content.size());
     EXPECT_THAT(rig.pen.names(u"book"_s),
                 ElementsAre(u"00042_en.png"_s, u"00042_en.qnk"_s, u"00042_en.txt"_s));
 
@@ -41,13 +37,10 @@ TEST_F(UpdateRunTest, BringsAnOutdatedTitleUpToDate)
 TEST_F(UpdateRunTest, WhatIsAskedForAnewIsReplacedOnlyByTheWholeNew)
 {
     rig.putTitle(u"01234_en"_s, 1);
-    const auto ask = [this] {
-        rig.pen.write(u"configure/tbd.txt"_s, "MID=1234\n");
-        rig.serveCatalogue(R"({"01234":1})", {UpdateRig::title(1234, "Neu")},
-                           {UpdateRig::title(1234, "Neu")});
-        ASSERT_TRUE(rig.run());
-    };
-    ask(); // the server has no content of it
+    rig.pen.write(u"configure/tbd.txt"_s, "MID=1234\n");
+    rig.serveCatalogue(R"({"01234":1})", {UpdateRig::title(1234, "Neu")},
+                       {UpdateRig::title(1234, "Neu")});
+    ASSERT_TRUE(rig.run()); // the server has no content of it
     EXPECT_THAT(states(), ElementsAre(DownloadType::Failed));
     EXPECT_EQ(onPen(u".qnk"_s, u"01234_en"_s), "old content");
     EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "MID=1234\n");
@@ -59,39 +52,27 @@ TEST_F(UpdateRunTest, WhatIsAskedForAnewIsReplacedOnlyByTheWholeNew)
     EXPECT_TRUE(onPen(u".txt"_s, u"01234_en"_s).startsWith("Name: Neu\n"));
 }
 
-TEST_F(UpdateRunTest, LoadsNewSystemSoftwareAndRemovesStaleImages)
+TEST_F(UpdateRunTest, LoadsNewSystemSoftwareBeforeTheTitlesAndRemovesStaleImages)
 {
     rig.pen.write(u"configure/settings.ini"_s, "ImageVersion = 5 \nfirmwareVersion=12\n");
     for (const QString &name : {u"imageisoV3.iso"_s, u"imageisoV6.iso"_s, u"readme.iso"_s})
         rig.pen.write(u"configure/"_s + name, "older, newer, without a number");
-    rig.putTitle(u"00042_en"_s, 3);
-    serveCatalogueOfOne();
+    serveOneOutdatedTitle();
     rig.server.serve("/imageversion", "7");
-    rig.server.serve("/firmwareversion", "13");
+    rig.server.serve("/firmwareversion", {.body = "13", .hold = gate});
     rig.server.serve("/software/imageisoV7.iso", content);
     rig.server.serve("/software/firmwareV13.bin", "firmware");
-    ASSERT_TRUE(rig.run());
-    EXPECT_THAT(rig.pen.names(u"configure"_s),
-                ElementsAre(u"firmwareV13.bin"_s, u"imageisoV6.iso"_s, u"imageisoV7.iso"_s,
-                            u"readme.iso"_s, u"settings.ini"_s, u"tbd.txt"_s));
-    EXPECT_EQ(rig.pen.read(u"configure/imageisoV7.iso"_s), content);
-    EXPECT_THAT(states(), ElementsAre(DownloadType::Ready, DownloadType::Ready));
-}
-
-TEST_F(UpdateRunTest, SystemSoftwareStandsBeforeTheTitles)
-{
-    rig.putTitle(u"00042_en"_s, 2);
-    serveCatalogueOfOne();
-    rig.serveContent(42, 3, content);
-    rig.server.serve("/firmwareversion", {.body = "2", .hold = gate});
-    rig.server.serve("/software/firmwareV2.bin", "firmware");
     rig.service->updateAll();
     // The catalogue is known before the software's version.
     ASSERT_TRUE(rig.server.waitForRequests("/medias", 2));
     gate->open();
     ASSERT_TRUE(rig.waitForEnd());
-    EXPECT_THAT(states(), ElementsAre(DownloadType::Ready, DownloadType::Ready));
-    EXPECT_EQ(updateElements().first().updateFileType, UpdateFileType::bin);
+    EXPECT_THAT(rig.pen.names(u"configure"_s),
+                ElementsAre(u"firmwareV13.bin"_s, u"imageisoV6.iso"_s, u"imageisoV7.iso"_s,
+                            u"readme.iso"_s, u"settings.ini"_s, u"tbd.txt"_s));
+    EXPECT_EQ(rig.pen.read(u"configure/imageisoV7.iso"_s), content);
+    EXPECT_EQ(states(), QList<DownloadType>(3, DownloadType::Ready));
+    EXPECT_EQ(updateElements().last().updateFileType, UpdateFileType::qnk);
     expectNewTitle();
 }
 
@@ -106,8 +87,13 @@ TEST_F(UpdateRunTest, TheLogIsEmptiedOnlyByA200)
         ASSERT_TRUE(rig.run());
         EXPECT_TRUE(rig.pen.read(u"configure/log.txt"_s).startsWith("a=b=c")) << refusal.status;
     }
-    rig.server.serve("/log", "");
+    // Also when the run is cancelled meanwhile.
+    rig.server.serve("/log", {.hold = gate});
     rig.service->updateAll();
+    ASSERT_TRUE(gate->waitUntilReached());
+    controller().cancelBtnKlicked();
+    EXPECT_FALSE(rig.service->isRunning());
+    gate->open();
     EXPECT_TRUE(QTest::qWaitFor([this] { return rig.pen.read(u"configure/log.txt"_s).isEmpty(); }));
     EXPECT_TRUE(rig.pen.exists(u"configure/log.txt"_s));
 }
@@ -125,22 +111,17 @@ TEST_F(UpdateRunTest, ContentOfATitleThatIsKnownNoMoreKeepsItsMetadata)
     EXPECT_TRUE(onPen(u".txt"_s).startsWith("Name: Old\n"));
 }
 
-TEST_F(UpdateRunTest, AContentThatFailsTwiceIsGivenUpAndTheNextOneLoaded)
+TEST_F(UpdateRunTest, TheNextRunTriesWhatFailedAgainAndCountsItsOwnBytesOnly)
 {
-    rig.putTitle(u"00042_en"_s, 2);
+    serveOneOutdatedTitle();
     rig.putTitle(u"00043_en"_s, 2);
     serveCatalogueOfTwo();
     rig.serveContent(43, 3, content);
     rig.server.serve(UpdateRig::contentPath(42, 3), {.status = 503, .body = "error page"});
     ASSERT_TRUE(rig.run());
-    expectOldTitle();
-    EXPECT_EQ(onPen(u".qnk"_s, u"00043_en"_s), content);
-    EXPECT_THAT(states(), testing::UnorderedElementsAre(DownloadType::Failed, DownloadType::Ready));
     expectHeadline(u"label_some_failed"_s);
     EXPECT_TRUE(window().cancelEnabled && !window().okEnabled);
     EXPECT_LT(window().bar, 100);
-
-    // The next run tries the address again, and counts its own bytes only.
     rig.serveContent(42, 3, content);
     serveCatalogueOfTwo();
     ASSERT_TRUE(rig.run());
@@ -184,9 +165,13 @@ TEST_F(UpdateRunTest, PulledDuringADownloadNothingIsWrittenAndTheNextPlugInMakes
     expectOldTitle();
 
     rig.pen.plugIn();
+    updateElements().resize(50); // of earlier runs
+    for (UpdateElement &row : updateElements())
+        row.downloadType = DownloadType::Ready;
     serveCatalogueOfOne();
     ASSERT_TRUE(rig.run());
     expectNewTitle();
+    EXPECT_EQ(updateElements().last().contentLength, content.size());
 }
 
 TEST_F(UpdateRunTest, StoppedWhileTheServersAreAskedItEndsAndTheNextOneIsWhole)
@@ -207,10 +192,13 @@ TEST_F(UpdateRunTest, StoppedWhileTheServersAreAskedItEndsAndTheNextOneIsWhole)
             ASSERT_TRUE(held->waitUntilReached());
             const bool isBeside = QByteArray(path) == "/firmwareversion"; // the catalogue
             ASSERT_TRUE(rig.server.waitForRequests("/medias", isBeside ? 2 : 0));
-            if (isPulled)
+            if (isPulled) {
+                rig.service->updateAll(); // a wish that goes with the pen
                 rig.service->penRemoved();
-            else
+            } else {
                 controller().cancelBtnKlicked();
+            }
+            QCoreApplication::sendPostedEvents();
             EXPECT_FALSE(rig.service->isRunning());
             expectHeadline(isPulled ? u"label_pen_removed"_s : u"label_stopped"_s);
             held->open();
@@ -254,6 +242,50 @@ TEST_F(UpdateRunTest, WhatWasPlannedWhenItIsStoppedIsNotOfTheNextRun)
         EXPECT_TRUE(updateElements().isEmpty());
         EXPECT_EQ(windowShown.size(), isNextAtOnce ? 1 : 0);
     }
+}
+
+TEST_F(UpdateRunTest, CancelledDuringADownloadItAsksForNothingMoreAndLeavesWhatWas)
+{
+    const Reply cut{.body = content, .fault = Fault::Close, .faultAt = 50'000};
+    for (const bool isResumed : {false, true}) {
+        const auto stalled = std::make_shared<Gate>();
+        const Reply stalls{
+            .body = content, .fault = Fault::Stall, .faultAt = 100'000, .gate = stalled};
+        rig.putTitle(u"00043_en"_s, 2);
+        setTime(u"book/00043_en.txt"_s, QDateTime::currentDateTime().addDays(-1)); // comes second
+        serveOneOutdatedTitle();
+        serveCatalogueOfTwo();
+        rig.server.serveInTurn(UpdateRig::contentPath(42, 3),
+                               {{.body = content}, isResumed ? cut : stalls, stalls});
+        rig.server.forgetRequests();
+        rig.service->updateAll();
+        ASSERT_TRUE(stalled->waitUntilReached());
+        controller().cancelBtnKlicked();
+        EXPECT_FALSE(rig.service->isRunning());
+        ASSERT_TRUE(QTest::qWaitFor([this, before = rig.loads] { return rig.loads > before; }));
+        waitForRest();
+        QueueWindow::postStartElementDownloads();
+        drop(u"43"_s);
+        expectHeadline(u"label_stopped"_s);
+        EXPECT_THAT(states(), ElementsAre(DownloadType::Downloading, DownloadType::Canceled));
+        expectOldTitle();
+        EXPECT_EQ(rig.pen.names(u"book"_s).size(), 6);
+        EXPECT_EQ(rig.server.requests(UpdateRig::contentPath(42, 3)).size(), isResumed ? 3 : 2);
+        EXPECT_EQ(rig.server.requests(UpdateRig::contentPath(43, 3)).size(), 1) << "HEAD";
+    }
+}
+
+TEST_F(UpdateRunTest, SoftwareThatHasStartedCannotBeCancelledButGoesNoFurtherWithoutPen)
+{
+    rig.server.serveInTurn("/firmwareversion", {{.body = "2"}, {.body = "2", .hold = gate}});
+    rig.server.serve("/software/firmwareV2.bin", "firmware");
+    rig.service->updateAll();
+    ASSERT_TRUE(gate->waitUntilReached());
+    EXPECT_FALSE(window().cancelEnabled);
+    rig.service->penRemoved();
+    gate->open();
+    waitForRest();
+    EXPECT_EQ(rig.server.requests("/software/firmwareV2.bin").size(), 1) << "HEAD";
 }
 
 } // namespace

@@ -94,14 +94,6 @@ protected:
         rig.server.serve("/software/firmwareV2.bin", "firmware");
     }
 
-    void drop(const QString &mid)
-    {
-        for (int row = 0; row < updateElements().size(); ++row) {
-            if (updateElements().at(row).mid == mid)
-                controller().onItemClicked(row, DownloadWindowController::cancelColumn);
-        }
-    }
-
     /// Each line in the first stream that takes it; those of the first stream are left out.
     static void addStreams(GoldenTrace &trace, QStringList lines, qsizetype first, qsizetype end)
     {
