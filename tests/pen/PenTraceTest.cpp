@@ -68,13 +68,14 @@ TEST_F(PenTrace, IsAsRecorded)
         [this] { EXPECT_FALSE(FileService::deleteFile(pen.volumePath(QString()))); });
     add(u"the gauge"_s, [] { const NavStorageItem gauge; });
 
-    pen.write(u"configure/settings.ini"_s, "");
+    const QString settings = u"configure/settings.ini"_s;
+    pen.write(settings, "");
     addConnected(u"empty settings"_s);
-    pen.write(u"configure/settings.ini"_s, "firmwareVersion=1\n\xff");
+    pen.write(settings, "firmwareVersion=1\n\xff");
     addConnected(u"settings that are no text"_s);
-    pen.remove(u"configure/settings.ini"_s);
+    pen.remove(settings);
     addConnected(u"no settings"_s);
-    pen.write(u"configure/settings.ini/x"_s, "a folder");
+    pen.write(settings + u"/x"_s, "a folder");
     addConnected(u"settings that are a folder"_s);
 
     QDir(pen.volumes()).mkdir(u"ARCHIV \"1\""_s);

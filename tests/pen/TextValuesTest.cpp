@@ -34,12 +34,25 @@ TEST(ValueAfter, IsTheTrimmedSecondPiece)
         EXPECT_EQ(valueAfter(line, u':'), value) << line.toStdString();
 }
 
+TEST(Utf8, IsDecodedAsAWholeOrNotAtAll)
+{
+    const QList<std::pair<QByteArray, std::optional<QString>>> rows = {
+        {"", u""_s},
+        {"\xf0\x9f\x90\xbb", u"🐻"_s},
+        {QByteArray("a\0b", 3), u"a\0b"_s},
+        {"a\xe2\x82", std::nullopt},
+        {"\xc0\xaf", std::nullopt},
+        {"\xed\xa0\x80", std::nullopt},
+    };
+    for (const auto &[bytes, text] : rows)
+        EXPECT_EQ(decodeUtf8(bytes), text) << bytes.toHex().constData();
+}
+
 TEST(DecimalInteger, IsDigitsWithAnOptionalSign)
 {
     using Limits = std::numeric_limits<qint64>;
     const QList<std::pair<QString, qint64>> numbers = {
         {u"0042"_s, 42},
-        {u"-7"_s, -7},
         {u"+7"_s, 7},
         {u"9223372036854775807"_s, Limits::max()},
         {u"-9223372036854775808"_s, Limits::min()},
@@ -65,24 +78,20 @@ TEST(SettingsVersions, AreRead)
     struct Row
     {
         const char *name;
-        QStringList lines;
+        QString lines; ///< with "|" between them
         std::optional<qint64> firmware;
         std::optional<qint64> image;
     };
-    const QString nul(QChar(u'\0'));
-    forEachRow<Row>(
-        {{"Both", {u"firmwareVersion=12"_s, u"ImageVersion = 3 "_s}, 12, 3},
-         {"LastWins", {u"ImageVersion=5"_s, u"ImageVersion=4"_s}, {}, 4},
-         {"BrokenLaterLine", {u"ImageVersion=5"_s, u"ImageVersion=x"_s}, {}, 5},
-         {"NoValue", {u"volume=7"_s, u"="_s, u"firmwareVersion"_s, u"ImageVersion="_s}, {}, {}},
-         {"SecondEqualsSign", {u"firmwareVersion=1=2"_s}, 1, {}},
-         {"Nuls", {u"ImageVersion=1"_s + nul + u"7"_s + nul}, {}, 17},
-         {"OtherCase", {u"FirmwareVersion=1"_s, u"imageVersion=1"_s}, {}, {}},
-         {"NotAtTheStart", {u" firmwareVersion=1"_s}, {}, {}},
-         {"TooGreat", {u"firmwareVersion=99999999999999999999"_s}, {}, {}}},
-        [](const Row &row) {
-            const PenVersions versions = ConfigureService::versions(row.lines);
-            EXPECT_EQ(versions.firmware, row.firmware);
-            EXPECT_EQ(versions.image, row.image);
-        });
+    forEachRow<Row>({{"Both", u"firmwareVersion=12|ImageVersion = 3 "_s, 12, 3},
+                     {"LastNumberWins", u"ImageVersion=5|ImageVersion=4|ImageVersion=x"_s, {}, 4},
+                     {"NoValue", u"volume=7|=|firmwareVersion|ImageVersion="_s, {}, {}},
+                     {"SecondEqualsSign", u"firmwareVersion=1=2"_s, 1, {}},
+                     {"Nuls", u"ImageVersion=1\0007\0"_s, {}, 17},
+                     {"OtherNames", u"FirmwareVersion=1|imageVersion=1| ImageVersion=1"_s, {}, {}}},
+                    [](const Row &row) {
+                        const PenVersions versions =
+                            ConfigureService::versions(row.lines.split(u'|'));
+                        EXPECT_EQ(versions.firmware, row.firmware);
+                        EXPECT_EQ(versions.image, row.image);
+                    });
 }
