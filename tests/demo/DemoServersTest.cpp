@@ -32,10 +32,6 @@ protected:
             request.setRawHeader("Range", range);
         return finished(m_manager.get(request));
     }
-    Reply medias(const QString &mids)
-    {
-        return get(m_servers.mediaAddress() + u"medias?mids="_s + mids);
-    }
     [[nodiscard]] QString contentAddress(const DemoTitle &title, int version) const
     {
         return m_servers.fileAddress()
@@ -59,32 +55,27 @@ protected:
 
 TEST_F(RunningServers, listsOfEveryLengthAreAnswered)
 {
-    EXPECT_EQ(medias(QString())->readAll(), "[]");
-    EXPECT_EQ(medias(u"%2212%22,"_s.repeated(20000))->readAll().count("\"mid\""), 24);
+    const QString medias = m_servers.mediaAddress() + u"medias?mids="_s;
+    EXPECT_EQ(get(medias)->readAll(), "[]");
+    EXPECT_EQ(get(medias + u"%2212%22,"_s.repeated(20000))->readAll().count("\"mid\""), 24);
 }
 
-TEST_F(RunningServers, aRangeIsTheRestOfTheFile)
+TEST_F(RunningServers, onlyTheRightAddressGivesAFileOrTheRestOfIt)
 {
-    const DemoContent content = m_catalogue.content(first(), first().version);
-    const Reply rest = get(contentAddress(first(), first().version), "bytes=100001-");
+    const int version = first().version;
+    const qint64 size = first().contentBytes;
+    const Reply rest = get(contentAddress(first(), version), "bytes=100001-");
     EXPECT_EQ(status(rest), 206);
-    EXPECT_EQ(rest->rawHeader("Content-Range"), "bytes 100001-"
-                                                    + QByteArray::number(content.size() - 1) + '/'
-                                                    + QByteArray::number(content.size()));
-    EXPECT_EQ(rest->readAll(), content.bytes(100001, content.size()));
-}
+    EXPECT_EQ(QString::fromLatin1(rest->rawHeader("Content-Range")),
+              u"bytes 100001-%1/%2"_s.arg(size - 1).arg(size));
+    EXPECT_EQ(rest->readAll(), m_catalogue.content(first(), version).bytes(0, size).mid(100001));
 
-TEST_F(RunningServers, onlyTheRightAddressGivesAFile)
-{
     DemoTitle otherPublisher = first();
     otherPublisher.publisherId += 1;
-    const QStringList addresses = {
-        contentAddress(first(), first().version - 1),
-        contentAddress(otherPublisher, first().version),
-        m_servers.fileAddress() + u"software/firmwareV13.bin"_s,
-        m_servers.mediaAddress() + u"files/1/1/1.png"_s,
-    };
-    for (const QString &address : addresses)
+    for (const QString &address :
+         {contentAddress(first(), version - 1), contentAddress(otherPublisher, version),
+          m_servers.fileAddress() + u"software/firmwareV13.bin"_s,
+          m_servers.mediaAddress() + u"files/1/1/1.png"_s})
         EXPECT_EQ(status(get(address)), 404) << address.toStdString();
 }
 
@@ -98,7 +89,6 @@ TEST_F(RunningServers, goingAwayDropsASlowTransferAtOnceUntilTheyAreBack)
     m_servers.stop();
     const Reply ended = finished(reply);
     EXPECT_EQ(ended->error(), QNetworkReply::RemoteHostClosedError);
-    EXPECT_LT(ended->bytesAvailable(), first().contentBytes);
     EXPECT_EQ(get(address)->error(), QNetworkReply::ConnectionRefusedError);
     ASSERT_TRUE(m_servers.start());
     EXPECT_EQ(get(address)->readAll(), "7");

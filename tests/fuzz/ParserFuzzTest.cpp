@@ -104,10 +104,8 @@ void parseBodyLength(const QByteArray &bytes)
 
 void parseContentRange(const QByteArray &bytes)
 {
-    if (const std::optional<ContentRange> range = ContentRange::parse(bytes)) {
-        EXPECT_LE(0, range->start);
-        EXPECT_LE(range->start, range->end);
-    }
+    const std::optional<ContentRange> range = ContentRange::parse(bytes);
+    EXPECT_TRUE(!range || (0 <= range->start && range->start <= range->end));
 }
 
 void parsePicture(const QByteArray &bytes)

@@ -1,10 +1,13 @@
 #include "pen/FileService.h"
 
 #include "pen/URLFactory.h"
+#include "pen/UsbService.h"
+#include "platform/Address.h"
 #include "tests/support/PenTest.h"
 #include "tests/support/Printers.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QFileInfo>
 
 #include <sys/fsuid.h>
@@ -17,6 +20,11 @@ namespace {
 QUrl bookFile(const QString &name)
 {
     return URLFactory::fileURL(URLFactory::getBookURL().value(), name);
+}
+
+QString text(const std::optional<QUrl> &url)
+{
+    return url ? url->toString(QUrl::FullyEncoded) : u"absent"_s;
 }
 
 class FileServiceTest : public PenTest
@@ -44,13 +52,13 @@ protected:
     void withLockedFolder(const Work &work) const
     {
         const QFile::Permissions locked(0x5555);
-        for (const QString &path : {QFileInfo(pen.volumes()).path(), pen.path(u"book"_s)})
-            EXPECT_TRUE(QFile::setPermissions(path, locked));
+        EXPECT_TRUE(
+            QFile::setPermissions(QFileInfo(pen.volumes()).path(), locked | QFile::WriteOwner));
+        EXPECT_TRUE(QFile::setPermissions(pen.path(u"book"_s), locked));
         setfsuid(geteuid() == 0 ? 65534 : geteuid());
         work();
         setfsuid(geteuid());
-        for (const QString &path : {QFileInfo(pen.volumes()).path(), pen.path(u"book"_s)})
-            EXPECT_TRUE(QFile::setPermissions(path, locked | QFile::WriteOwner));
+        EXPECT_TRUE(QFile::setPermissions(pen.path(u"book"_s), locked | QFile::WriteOwner));
     }
 };
 
@@ -113,6 +121,7 @@ TEST_F(FileServiceTest, RemovesHiddenItemsAtTheRootOfAConnectedPenOnly)
     for (const QString &name :
          {u".Trashes/501/deep"_s, u"._x"_s, u"visible.txt"_s, u"book/.hidden"_s})
         pen.write(name, "x");
+    pen.write(u"configure/settings.ini"_s, "\n"); // one character is enough
     FileService::removeHiddenItems();
     EXPECT_EQ(pen.names(QString()),
               QStringList({u"book"_s, u"configure"_s, u"mp3"_s, u"visible.txt"_s}));
@@ -122,4 +131,38 @@ TEST_F(FileServiceTest, RemovesHiddenItemsAtTheRootOfAConnectedPenOnly)
     pen.write(u"configure/settings.ini"_s, "");
     FileService::removeHiddenItems();
     EXPECT_TRUE(pen.exists(u".x"_s));
+}
+
+TEST_F(FileServiceTest, ThePenIsKnownByTheWholeNameOfItsVolumeAsSpelledInTheAddress)
+{
+    const QList<std::pair<QString, std::optional<QString>>> rows = {
+        {u"QUILLO"_s, u"QUILLO"_s},     {u"QUILLO_DATA"_s, u"QUILLO_DATA"_s},
+        {u"NO NAME"_s, u"NO%20NAME"_s}, {u"NO%20NAME"_s, u"NO%2520NAME"_s},
+        {u"quillo"_s, std::nullopt},    {u"QUILLO 1"_s, std::nullopt},
+    };
+    pen.pullOut();
+    for (const auto &[name, spelled] : rows) {
+        SCOPED_TRACE(name.toStdString());
+        ASSERT_TRUE(QDir(pen.volumes()).mkdir(name));
+        EXPECT_TRUE(UsbService::canDeviceNameBeQuillo(name));
+        EXPECT_EQ(text(URLFactory::getQuilloURL()),
+                  spelled ? u"file:///Volumes/"_s + *spelled + u'/' : u"absent"_s);
+        EXPECT_EQ(UsbService::getQuilloName(), spelled);
+        EXPECT_EQ(UsbService::isMounted(spelled.value_or(QString())), spelled.has_value());
+        EXPECT_FALSE(UsbService::isMounted(name.mid(1)));
+        ASSERT_TRUE(QDir(pen.volumes()).rmdir(name));
+    }
+    EXPECT_EQ(URLFactory::url(u"0042"_s, FileType::qnk), std::nullopt);
+    for (const QString &name : {u"QUILL"_s, u"NONAME"_s, u""_s, u"QUI LLO"_s})
+        EXPECT_FALSE(UsbService::canDeviceNameBeQuillo(name)) << qPrintable(name);
+}
+
+TEST_F(FileServiceTest, FilesKeepTheirNames)
+{
+    EXPECT_EQ(text(URLFactory::url(u"123"_s, FileType::png)),
+              u"file:///Volumes/QUILLO/book/0123_en.png"_s);
+    const QUrl folder = URLFactory::getBookURL().value();
+    for (const QString &fileName : {u"a%20b.txt"_s, u"ä#1?.png"_s, u"100%.qnk"_s, u" x "_s})
+        EXPECT_EQ(pathOf(URLFactory::fileURL(folder, fileName)),
+                  u"/Volumes/QUILLO/book/"_s + fileName);
 }

@@ -8,30 +8,11 @@
 
 using namespace Qt::StringLiterals;
 
-TEST(SplitAtNewlines, GivesPieces)
+TEST(SplitAtNewlines, GivesPiecesAndKeepsOtherBlanks)
 {
-    const QList<std::pair<QString, QString>> rows = {
-        {u""_s, u""_s},
-        {u"\n"_s, u"|"_s},
-        {u"a\r\nb"_s, u"a||b"_s},
-        {u"a\nb\vc\fd\re\u0085f\u2028g\u2029h"_s, u"a|b|c|d|e|f|g|h"_s},
-        {u"a\tb\u001fc\u00a0d\u2027e"_s, u"a\tb\u001fc\u00a0d\u2027e"_s},
-    };
-    for (const auto &[text, pieces] : rows)
-        EXPECT_EQ(splitAtNewlines(text).join(u'|'), pieces);
-}
-
-TEST(ValueAfter, IsTheTrimmedSecondPiece)
-{
-    const QList<std::pair<QString, std::optional<QString>>> rows = {
-        {u"Name"_s, std::nullopt},
-        {u"Name:"_s, u""_s},
-        {u"Name: \u00a0\u2003Der kleine Drache\t\r"_s, u"Der kleine Drache"_s},
-        {u"Name: Reise: Teil 2"_s, u"Reise"_s},
-        {u"Name::x"_s, u""_s},
-    };
-    for (const auto &[line, value] : rows)
-        EXPECT_EQ(valueAfter(line, u':'), value) << line.toStdString();
+    EXPECT_EQ(splitAtNewlines(u"a\r\nb\vc\fd\re\u0085f\u2028g\u2029h\n"_s).join(u'|'),
+              u"a||b|c|d|e|f|g|h|"_s);
+    EXPECT_EQ(splitAtNewlines(u"a\tb\u001fc\u00a0d\u2027e"_s).size(), 1);
 }
 
 TEST(Utf8, IsDecodedAsAWholeOrNotAtAll)
@@ -50,15 +31,8 @@ TEST(Utf8, IsDecodedAsAWholeOrNotAtAll)
 
 TEST(DecimalInteger, IsDigitsWithAnOptionalSign)
 {
-    using Limits = std::numeric_limits<qint64>;
-    const QList<std::pair<QString, qint64>> numbers = {
-        {u"0042"_s, 42},
-        {u"+7"_s, 7},
-        {u"9223372036854775807"_s, Limits::max()},
-        {u"-9223372036854775808"_s, Limits::min()},
-    };
-    for (const auto &[text, value] : numbers)
-        EXPECT_EQ(decimalInteger(text), value);
+    EXPECT_EQ(decimalInteger(u"+0042"_s), 42);
+    EXPECT_EQ(decimalInteger(u"-9223372036854775808"_s), std::numeric_limits<qint64>::min());
     for (const QString &text : {u"9223372036854775808"_s, u""_s, u"-"_s, u"+-1"_s, u" 1"_s,
                                 u"1.0"_s, u"0x10"_s, u"٤٢"_s, u"1,000"_s})
         EXPECT_EQ(decimalInteger(text), std::nullopt) << text.toStdString();

@@ -2,6 +2,8 @@
 #include "pen/StorageController.h"
 
 #include "tests/support/PenTest.h"
+#include "tests/support/Printers.h"
+#include "tests/support/Rows.h"
 
 #include "base/ColorConstants.h"
 #include "base/ImageView.h"
@@ -11,11 +13,11 @@
 #include <QProgressBar>
 #include <QRegularExpression>
 
-#include <memory>
-
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr double gibi = 1024.0 * 1024.0 * 1024.0;
 
 class StorageViews : public PenTest, public PenAvailability
 {
@@ -25,8 +27,6 @@ protected:
         setCurrentLanguage(u"de"_s);
         pen.write(u"configure/settings.ini"_s, "firmwareVersion=12\nImageVersion=3\n");
     }
-    ~StorageViews() override { setCurrentLanguage(u"de"_s); }
-
     [[nodiscard]] bool isQuilloAvailable() const override { return available; }
 
     void pullOut()
@@ -53,6 +53,46 @@ protected:
     const QString germanStorage = uR"(\d+,\d+ GB belegt von \d+,\d+ GB)"_s;
 };
 
+TEST(StorageTextsOfAVolume, AreInTheCurrentLanguage)
+{
+    struct Row
+    {
+        const char *name;
+        double size; ///< in GiB
+        double free;
+        double percent;
+        QString storage;
+    };
+    forEachRow<Row>({{"WithoutSize", 0, 0, 0, u"0.0 GB used of 0.0 GB"_s},
+                     {"HalfOfAHundredth", 4.25, 2.125, 50, u"2.13 GB used of 4.25 GB"_s},
+                     {"HalfOfAPercent", 1024, 896, 13, u"128.0 GB used of 1024.0 GB"_s},
+                     {"TwoPlaces", 3.68, 2.45, 33, u"1.23 GB used of 3.68 GB"_s}},
+                    [](const Row &row) {
+                        setCurrentLanguage(u"en"_s);
+                        const auto values = StorageService::storageValues(
+                            {qint64(row.size * gibi), qint64(row.free * gibi)});
+                        const StorageTexts english = StorageService::storageTexts(values);
+                        const QString percent = QString::number(row.percent) + u".0"_s;
+                        EXPECT_EQ(english.percent, row.percent);
+                        EXPECT_EQ(english.percentText, percent);
+                        EXPECT_EQ(english.storageText, row.storage);
+                        EXPECT_EQ(english.percentLabelText, percent + u" % used "_s);
+                        setCurrentLanguage(u"de"_s);
+                        EXPECT_EQ(StorageService::storageTexts(values).percentText,
+                                  QString(percent).replace(u'.', u','));
+                    });
+}
+
+TEST_F(StorageViews, FiguresAreThoseOfTheFileSystem)
+{
+    const auto attributes = FileManager::attributesOfFileSystem(pen.root());
+    ASSERT_TRUE(attributes);
+    const StorageValues values = StorageService::getStorageValues();
+    EXPECT_DOUBLE_EQ(values.total, static_cast<double>(attributes->size) / gibi);
+    EXPECT_LT(values.used, values.total);
+    EXPECT_DOUBLE_EQ(values.percent, values.used / values.total * 100) << "unrounded";
+}
+
 TEST_F(StorageViews, GaugeFollowsLanguageAndPen)
 {
     NavStorageItem gauge;
@@ -73,16 +113,6 @@ TEST_F(StorageViews, GaugeFollowsLanguageAndPen)
     gauge.updateValues();
     expectTexts(u"Storage"_s, u"Used storage on the pen"_s, uR"(0\.0 GB used of 0\.0 GB)"_s);
     EXPECT_EQ(gauge.progressBar->value(), 0);
-}
-
-TEST_F(StorageViews, CurrentGaugeIsTheOneMadeLastAndGoesWithIt)
-{
-    const NavStorageItem first;
-    EXPECT_EQ(NavStorageItem::current, &first);
-    auto second = std::make_unique<NavStorageItem>();
-    EXPECT_EQ(NavStorageItem::current, second.get());
-    second.reset();
-    EXPECT_EQ(NavStorageItem::current, nullptr);
 }
 
 TEST_F(StorageViews, PageShowsFiguresAndVersionsInTheLanguage)
@@ -120,8 +150,9 @@ TEST_F(StorageViews, PageShowsFiguresAndVersionsInTheLanguage)
     EXPECT_EQ(page.imageVersionLabel->text(), u"System software version:"_s);
 }
 
-TEST_F(StorageViews, PageFollowsTheGaugeWhileItIsSeen)
+TEST_F(StorageViews, PageFollowsTheNewestGaugeWhileItIsSeen)
 {
+    const NavStorageItem earlier;
     NavStorageItem gauge;
     StorageController page(*this);
     const QString before = page.storageLabel->text();
