@@ -120,7 +120,7 @@ TEST_F(FileManagerTest, EscapesNameNothing)
     }
 }
 
-TEST_F(FileManagerTest, RemovesAndReplacesALinkButNotWhatItPointsTo)
+TEST_F(FileManagerTest, FollowsLinksOnTheVolumeAndReplacesOthersButNotWhatTheyPointTo)
 {
     ASSERT_TRUE(QFile::link(outside.filePath(u"secret.txt"_s), pen.path(u"last.txt"_s)));
     EXPECT_TRUE(FileManager::write(pen.volumePath(u"last.txt"_s), "x", WriteMode::Atomic));
@@ -131,10 +131,7 @@ TEST_F(FileManagerTest, RemovesAndReplacesALinkButNotWhatItPointsTo)
         EXPECT_FALSE(pen.exists(removed));
     }
     EXPECT_TRUE(isSecretUntouched());
-}
 
-TEST_F(FileManagerTest, FollowsLinksThatStayOnTheVolumeAndTheVolumesOwn)
-{
     EXPECT_EQ(FileManager::realPath(pen.volumePath(u"mp3/a b.mp3"_s)), pen.path(u"mp3/a b.mp3"_s));
     EXPECT_EQ(FileManager::realPath(outside.path()), outside.path());
     ASSERT_TRUE(QFile::link(u"configure"_s, pen.path(u"relative"_s)));

@@ -35,9 +35,8 @@ int listenOnLoopback(int &port)
 
 QByteArray entityTag(const Reply &reply)
 {
-    if (reply.etag)
-        return *reply.etag;
-    return '"' + QCryptographicHash::hash(reply.body, QCryptographicHash::Md5).toHex() + '"';
+    const auto hash = QCryptographicHash::hash(reply.body, QCryptographicHash::Md5).toHex();
+    return reply.etag.value_or('"' + hash + '"');
 }
 
 bool allowsRange(const Request &request, const Reply &reply)
@@ -119,9 +118,6 @@ public:
         m_thread.join();
         ::close(m_socket);
     }
-
-    Connection(const Connection &) = delete;
-    Connection &operator=(const Connection &) = delete;
 
 private:
     using Clock = std::chrono::steady_clock;
