@@ -45,7 +45,8 @@ DownloadRun::DownloadRun(RowLoading *rows)
 void DownloadRun::enter(RunPhase phase)
 {
     m_phase = phase;
-    m_notice = Notice::None;
+    if (phase != RunPhase::AwaitingSoftware) // which is still the same to the person
+        m_notice = Notice::None;
     refresh();
 }
 
@@ -67,8 +68,7 @@ void DownloadRun::beginLoading()
 
 void DownloadRun::load(const UpdateElement &row)
 {
-    m_phase = RunPhase::Loading; // whatever was told before, the pen is to stay where it is
-    m_notice = Notice::None;
+    m_notice = Notice::None; // whatever was told before, the pen is to stay where it is
     m_presentation = present();
     m_presentation.cancelEnabled = !isSystemSoftware(row);
     Q_EMIT presentationChanged();

@@ -58,7 +58,7 @@ void DownloadWindowController::beginRun(RowLoading *rows)
 void DownloadWindowController::startElementDownloads()
 {
     writeLog(QueueWindow::startElementDownloads);
-    if (isStopped(phase()))
+    if (isStopped(phase()) || (hasEnded(phase()) && !queueHasOpenRows()))
         return;
     if (!isWorking())
         m_run->enter(RunPhase::Loading);
@@ -159,6 +159,8 @@ void DownloadWindowController::endRun(RunPhase phase)
     m_run->end(phase);
     if (phase == RunPhase::Complete)
         Q_EMIT completed();
+    if (isStopped(phase))
+        Q_EMIT stopped();
     if (!hadEnded)
         Q_EMIT runEnded();
 }

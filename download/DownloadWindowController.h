@@ -75,6 +75,8 @@ Q_SIGNALS:
     void titleDropped(const QString &mid);
     /// All rows are ready or cancelled: time for the sound.
     void completed();
+    /// The run was stopped, under way or ended: nothing of it is wanted any more.
+    void stopped();
     /// A run under way has ended: no row waits, loads or is being placed any more, or it was
     /// stopped. Rows that come later have the run go on.
     void runEnded();

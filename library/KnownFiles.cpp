@@ -31,7 +31,7 @@ std::optional<CoverImage> KnownFiles::cover(const QString &path, const CoverRead
     if (stamp && known != m_covers.constEnd() && known->stamp == *stamp)
         return known->image;
     std::optional<CoverImage> image = read(path);
-    if (stamp)
+    if (stamp && image != dummyCover()) // of which it may just not have been possible to read it
         m_covers.insert(path, {*stamp, image});
     else
         m_covers.remove(path);

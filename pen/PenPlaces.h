@@ -9,8 +9,8 @@
 
 /// Where the pen's files are, from one look at the mounted volumes: for work that names several of
 /// them. When the pen goes they name nothing, which every file operation tells, so that nothing is
-/// lost by not looking again; keep them no longer than one step of work, since the pen that comes
-/// next may be another. Any thread.
+/// lost by not looking again. The pen that comes next may be another: keep them no longer than one
+/// step of work, or something that is stopped when the pen goes. Any thread.
 class PenPlaces
 {
 public:

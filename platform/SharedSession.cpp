@@ -27,7 +27,9 @@ void endSharedSession()
     URLSession *ended = nullptr;
     {
         const QMutexLocker locker(&mutex);
-        std::swap(ended, session);
+        ended = session;
     }
-    delete ended;
+    delete ended; // a callback of it that is still at work asks for it, not for another one
+    const QMutexLocker locker(&mutex);
+    session = nullptr;
 }

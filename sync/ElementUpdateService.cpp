@@ -30,6 +30,7 @@ const QString fetchOperation =
 /// One catalogue run: what it asked for and, one after another, what came back.
 struct CatalogueRun
 {
+    PenPlaces pen;
     bool removePrevious;
     std::stop_token stop;
     std::function<void(const Catalogue &)> completionHandler;
@@ -142,27 +143,24 @@ bool isAskedFor(const CatalogueRun &run, const BaseElement &record)
 QStringList storeRequestedTitles(const CatalogueRun &run, const ElementList &requested,
                                  const ElementList &all)
 {
-    const std::optional<PenPlaces> pen = PenPlaces::look();
-    if (!pen)
-        return {};
     RequestedTitles titles;
     QStringList askedAnew;
-    const PenTitles onPen(*pen, all + requested);
+    const PenTitles onPen(run.pen, all + requested);
     for (const ElementPtr &record : requested) {
         if (run.stop.stop_requested())
             return {};
         const QString id = onPen.identifierOf(*record);
         titles.answered += record->mid;
         if (run.removePrevious && record->isVersionTold && isAskedFor(run, *record)
-            && ElementService::qnkFileExists(*pen, id)) {
+            && ElementService::qnkFileExists(run.pen, id)) {
             askedAnew += id;
             titles.askedAnew += record->mid;
         }
-        if (!storeRequestedTitle(*pen, *record, id))
+        if (!storeRequestedTitle(run.pen, *record, id))
             titles.refused += record->mid;
     }
     if (!run.stop.stop_requested())
-        writeRequests(linesToKeep(run.tbdMids, titles), pen->tbdFile());
+        writeRequests(linesToKeep(run.tbdMids, titles), run.pen.tbdFile());
     return askedAnew;
 }
 
@@ -237,7 +235,7 @@ QString tbdListText(const QStringList &tbdMids)
 } // namespace
 
 void ElementUpdateService::fetchAllElementsFromMediaServer(
-    bool removePrevious, std::stop_token stop,
+    const PenPlaces &pen, bool removePrevious, std::stop_token stop,
     std::function<void(const Catalogue &)> completionHandler)
 {
     const QStringList tbdMids = readTbdMids();
@@ -257,7 +255,8 @@ void ElementUpdateService::fetchAllElementsFromMediaServer(
         completionHandler({});
         return;
     }
-    requestVersions(std::make_shared<CatalogueRun>(CatalogueRun{removePrevious,
+    requestVersions(std::make_shared<CatalogueRun>(CatalogueRun{pen,
+                                                                removePrevious,
                                                                 std::move(stop),
                                                                 std::move(completionHandler),
                                                                 tbdMids,
@@ -351,12 +350,11 @@ void ElementUpdateService::downloadTitleContent(const QString &publisherId, cons
                                                 const QString &bookVersion,
                                                 const QString &elementId,
                                                 DownloadFileService &downloadFileService,
-                                                const UpdateElement &row,
-                                                const std::optional<PenPlaces> &pen)
+                                                const UpdateElement &row, const PenPlaces &pen)
 {
     const std::optional<QString> address =
         contentAddress(publisherId, mid, bookVersion, nameOnServer(row));
-    if (!address || !makeURL(*address) || !pen || !isSafeFileName(elementId)) {
+    if (!address || !makeURL(*address) || !isSafeFileName(elementId)) {
         debugPrint(u"Could not create download URL for fetching QNK contents. Download wont "
                    u"happen."_s);
         downloadFileService.skipRow();
@@ -369,12 +367,12 @@ void ElementUpdateService::downloadTitleContent(const QString &publisherId, cons
     const auto placed = [row, pen] {
         forgetRequests(pen, {row.mid}); // what was kept of them
         if (const ElementPtr record = recordOf(row))
-            writeMetadata(*pen, *record, row.elementId);
+            writeMetadata(pen, *record, row.elementId);
         else
             debugPrint(u"Failed to update TXT file after new QNK download for media with MID "_s
                        + row.mid);
     };
-    downloadFileService.download(*address, pen->book(),
+    downloadFileService.download(*address, pen.book(),
                                  URLFactory::fileName(elementId, FileType::qnk),
                                  UpdateFileType::qnk, told, placed);
 }

@@ -33,7 +33,7 @@ public:
     /// the shared session's thread, or on the caller's when nothing could be asked; not at all once
     /// `stop` is requested, which also ends all writing.
     static void
-    fetchAllElementsFromMediaServer(bool removePrevious, std::stop_token stop,
+    fetchAllElementsFromMediaServer(const PenPlaces &pen, bool removePrevious, std::stop_token stop,
                                     std::function<void(const Catalogue &)> completionHandler);
 
     /// GET of the address as text, once: empty for no, a refused, or an undecodable answer, of
@@ -63,5 +63,5 @@ public:
     static void downloadTitleContent(const QString &publisherId, const QString &mid,
                                      const QString &bookVersion, const QString &elementId,
                                      DownloadFileService &downloadFileService,
-                                     const UpdateElement &row, const std::optional<PenPlaces> &pen);
+                                     const UpdateElement &row, const PenPlaces &pen);
 };

@@ -4,9 +4,10 @@
 #include "sync/ElementUpdateService.h"
 #include "sync/VersionService.h"
 
-RowLoader::RowLoader(DownloadFileService &downloadFileService)
+RowLoader::RowLoader(DownloadFileService &downloadFileService, const PenPlaces &pen)
     : m_downloadFileService(downloadFileService)
-    , m_versionService(std::make_unique<VersionService>(downloadFileService))
+    , m_pen(pen)
+    , m_versionService(std::make_unique<VersionService>(downloadFileService, pen))
 {
 }
 
@@ -27,5 +28,5 @@ void RowLoader::loadRow(const UpdateElement &row)
 void RowLoader::cancelAllRows()
 {
     m_downloadFileService.cancelAllDownloads();
-    m_versionService = std::make_unique<VersionService>(m_downloadFileService);
+    m_versionService = std::make_unique<VersionService>(m_downloadFileService, m_pen);
 }

@@ -4,7 +4,6 @@
 #include "pen/PenPlaces.h"
 
 #include <memory>
-#include <optional>
 
 class DownloadFileService;
 class VersionService;
@@ -13,8 +12,8 @@ class VersionService;
 class RowLoader : public RowLoading
 {
 public:
-    /// For the pen that is there now. The service must outlive this one.
-    explicit RowLoader(DownloadFileService &downloadFileService);
+    /// The service must outlive this one.
+    RowLoader(DownloadFileService &downloadFileService, const PenPlaces &pen);
     ~RowLoader() override;
 
     void loadRow(const UpdateElement &row) override;
@@ -25,6 +24,6 @@ public:
 
 private:
     DownloadFileService &m_downloadFileService;
-    const std::optional<PenPlaces> m_pen = PenPlaces::look();
+    const PenPlaces m_pen;
     std::unique_ptr<VersionService> m_versionService;
 };

@@ -83,11 +83,12 @@ UpdateRun::UpdateRun(const Surroundings &surroundings)
     : m_surroundings(surroundings)
     , m_window(surroundings.window)
     , m_downloadFileService(std::make_unique<DownloadFileService>(&surroundings.kept))
-    , m_rowLoader(std::make_unique<RowLoader>(*m_downloadFileService))
+    , m_rowLoader(std::make_unique<RowLoader>(*m_downloadFileService, surroundings.pen))
 {
     m_downloadFileService->setDownloadWindowController(&m_window);
     clearQueue();
     m_window.beginRun(m_rowLoader.get());
+    connect(&m_window, &DownloadWindowController::stopped, this, &UpdateRun::stop);
     connect(&m_window, &DownloadWindowController::runEnded, this, &UpdateRun::rowsEnded);
     m_softwareWait.setSingleShot(true);
     connect(&m_softwareWait, &QTimer::timeout, this, &UpdateRun::startDownloads);
@@ -124,7 +125,7 @@ void UpdateRun::softwareChecked()
     m_window.reloadQueueTable();
     if (m_stop.stop_requested())
         return;
-    if (m_window.phase() == RunPhase::AwaitingSoftware)
+    if (m_softwareWait.isActive())
         startDownloads();
     else if (!isUnderWay())
         startLateRows();
@@ -156,7 +157,8 @@ void UpdateRun::fetchCatalogue()
         std::make_shared<UpdatePlanner>(std::move(planning))
             ->run([goOn, result = catalogue.result] { goOn(result); });
     };
-    ElementUpdateService::fetchAllElementsFromMediaServer(true, m_stop.get_token(), answered);
+    ElementUpdateService::fetchAllElementsFromMediaServer(m_surroundings.pen, true,
+                                                          m_stop.get_token(), answered);
 }
 
 /// The records are those of the last run, for when nothing can be asked in this one.
@@ -318,10 +320,6 @@ void UpdateRun::sizeRow(qsizetype index, DispatchGroup group)
 
 void UpdateRun::rowsEnded()
 {
-    if (isStopped(m_window.phase())) {
-        m_stop.request_stop(); // also when it was cancelled while it was planned
-        m_softwareWait.stop();
-    }
     if (m_stop.stop_requested() || !startLateRows())
         Q_EMIT ended();
 }
@@ -338,6 +336,7 @@ bool UpdateRun::startLateRows()
 void UpdateRun::stop()
 {
     m_stop.request_stop();
+    m_softwareWait.stop();
     m_coversSettle.stop();
 }
 

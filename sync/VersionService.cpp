@@ -91,9 +91,9 @@ std::optional<qint64> digitsOf(const QString &name)
 
 } // namespace
 
-VersionService::VersionService(DownloadFileService &downloadFileService, QObject *parent)
-    : QObject(parent)
-    , m_downloadFileService(downloadFileService)
+VersionService::VersionService(DownloadFileService &downloadFileService, const PenPlaces &pen)
+    : m_downloadFileService(downloadFileService)
+    , m_pen(pen)
     , m_updateImage(loadUpdateImage())
 {
 }
@@ -125,14 +125,12 @@ void VersionService::readLocalVersions()
 
 void VersionService::removeStaleImageFiles()
 {
-    const std::optional<QUrl> folder = URLFactory::getConfigureURL();
-    if (!folder)
-        return;
-    const QStringList names = FileService::listFiles(*folder, fileExtension(FileType::iso));
+    const QUrl folder = m_pen.configure();
+    const QStringList names = FileService::listFiles(folder, fileExtension(FileType::iso));
     for (const QString &name : names) {
         const std::optional<qint64> version = digitsOf(name);
         if (version && *version <= m_imageIsoVersionLocal)
-            FileService::deleteFile(URLFactory::fileURL(*folder, name));
+            FileService::deleteFile(URLFactory::fileURL(folder, name));
     }
 }
 
@@ -204,20 +202,19 @@ void VersionService::downloadSoftware(const Software &software,
         if (completion)
             completion(success);
     };
-    fetchVersion(
-        software.versionKey, [this, &software, told](const std::optional<QString> &version) {
-            const QString fileName = software.fileName(version.value_or(QString()));
-            const std::optional<QString> address = softwareAddress(fileName);
-            const std::optional<QUrl> folder = URLFactory::getConfigureURL();
-            if (!version || version->isEmpty() || !isSafeFileName(fileName) || !address || !folder
-                || !makeURL(*address)) {
-                debugPrint(u"No usable address for "_s + fileName);
-                told(false);
-                m_downloadFileService.skipRow();
-                return;
-            }
-            m_downloadFileService.download(*address, *folder, fileName, software.kind, told);
-        });
+    fetchVersion(software.versionKey, [this, &software,
+                                       told](const std::optional<QString> &version) {
+        const QString fileName = software.fileName(version.value_or(QString()));
+        const std::optional<QString> address = softwareAddress(fileName);
+        if (!version || version->isEmpty() || !isSafeFileName(fileName) || !address
+            || !makeURL(*address)) {
+            debugPrint(u"No usable address for "_s + fileName);
+            told(false);
+            m_downloadFileService.skipRow();
+            return;
+        }
+        m_downloadFileService.download(*address, m_pen.configure(), fileName, software.kind, told);
+    });
 }
 
 void VersionService::fetchVersion(const QString &addressKey, VersionHandler completion)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/DownloadQueue.h"
+#include "pen/PenPlaces.h"
 
 #include <QObject>
 #include <QStringList>
@@ -18,8 +19,8 @@ class VersionService : public QObject
     Q_OBJECT
 
 public:
-    /// The service must outlive this one.
-    explicit VersionService(DownloadFileService &downloadFileService, QObject *parent = nullptr);
+    /// For the software of that pen. The service must outlive this one.
+    VersionService(DownloadFileService &downloadFileService, const PenPlaces &pen);
 
     /// Both checks; `completion` gets whether at least one piece needs an update. Once `stop` is
     /// requested nothing is queued any more.
@@ -51,6 +52,7 @@ private:
     void fetchVersion(const QString &addressKey, VersionHandler completion);
 
     DownloadFileService &m_downloadFileService;
+    const PenPlaces m_pen;
     std::stop_token m_stop; ///< of the latest perform()
     qint64 m_imageIsoVersionLocal = -1;
     qint64 m_firmwareVersionLocal = -1;

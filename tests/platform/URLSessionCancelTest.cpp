@@ -29,6 +29,7 @@ protected:
 
 TEST_F(URLSessionCancelTest, BeforeItBeganRightAfterOrBeforeTheAnswer)
 {
+    serveStalled();
     const auto task = newTask("/file");
     task->cancel();
     task->resume();

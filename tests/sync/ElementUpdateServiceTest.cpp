@@ -21,7 +21,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Requests a stop at a look for the pen of another thread, as the one that writes is.
+/// Requests a stop when another thread, as the one that writes is, goes to the pen that often.
 class StoppingVolumes : public FolderVolumes
 {
 public:
@@ -31,11 +31,11 @@ public:
     {
     }
 
-    [[nodiscard]] QList<Volume> volumes() const override
+    [[nodiscard]] std::optional<Volume> volume(const QString &name) const override
     {
         if (QThread::currentThread() != thread() && --m_looks == 0)
             stop.request_stop();
-        return FolderVolumes::volumes();
+        return FolderVolumes::volume(name);
     }
 
     mutable std::stop_source stop;
@@ -51,7 +51,7 @@ protected:
     std::optional<bool> checkSoftware(const std::shared_ptr<FaultServer::Gate> &gate = {})
     {
         DownloadFileService transfers;
-        VersionService service(transfers);
+        VersionService service(transfers, PenPlaces::look().value());
         std::optional<bool> needed;
         std::stop_source stop;
         service.perform([&needed](bool answer) { needed = answer; }, stop.get_token());
@@ -110,15 +110,18 @@ TEST_F(ElementUpdate, StoppedWhileItWritesItWritesNoMore)
         SCOPED_TRACE(requested.size());
         rig.pen.write(u"configure/tbd.txt"_s, "MID=7\n");
         rig.serveCatalogue(R"({"00007":1,"00008":1})", {}, requested);
-        StoppingVolumes volumes(rig.pen.volumes());
+        StoppingVolumes volumes(rig.pen.volumes(), 4);
         FileManager::setVolumeSource(&volumes);
         ElementUpdateService::fetchAllElementsFromMediaServer(
-            true, volumes.stop.get_token(), [](const Catalogue &) { ADD_FAILURE(); });
+            PenPlaces::look().value(), true, volumes.stop.get_token(),
+            [](const Catalogue &) { ADD_FAILURE(); });
         EXPECT_TRUE(QTest::qWaitFor([&] { return volumes.stop.stop_requested(); }));
         endSharedSession(); // waits for what is being written
         FileManager::setVolumeSource(&rig.volumes);
         EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "MID=7\n");
+        EXPECT_TRUE(rig.pen.exists(u"book/00007_en.txt"_s));
         EXPECT_FALSE(rig.pen.exists(u"book/00008_en.txt"_s));
+        rig.pen.remove(u"book/00007_en.txt"_s);
     }
 }
 

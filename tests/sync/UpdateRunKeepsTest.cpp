@@ -373,3 +373,29 @@ TEST_F(UpdateRunKeeps, ARequestUntilItsTitleIsDroppedOrDeleted)
     ASSERT_TRUE(rig.waitForEnd());
     EXPECT_EQ(onPen(u".qnk"_s), "old content");
 }
+
+TEST_F(UpdateRunKeeps, ItsWordWhenItIsCancelledWhileItWaitsOrAfterItsEnd)
+{
+    serveOneOutdatedTitle();
+    rig.server.serve("/firmwareversion", {.body = "0", .hold = gate});
+    rig.service->softwarePatience = std::chrono::milliseconds(100);
+    rig.service->updateAll();
+    ASSERT_TRUE(
+        QTest::qWaitFor([this] { return controller().phase() == RunPhase::AwaitingSoftware; }));
+    controller().cancelBtnKlicked();
+    QTimer patience;
+    patience.start(200);
+    ASSERT_TRUE(QSignalSpy(&patience, &QTimer::timeout).wait());
+    EXPECT_EQ(controller().phase(), RunPhase::Stopped);
+    EXPECT_EQ(windowShown.size(), 0);
+    gate->open();
+
+    rig.server.serve(UpdateRig::contentPath(42, 3), {.status = 503});
+    QSignalSpy ended(rig.service.get(), &UpdateService::runEnded);
+    ASSERT_TRUE(rig.run());
+    QSignalSpy stopped(&controller(), &DownloadWindowController::stopped);
+    controller().cancelBtnKlicked();
+    EXPECT_EQ(controller().phase(), RunPhase::Stopped);
+    EXPECT_EQ(stopped.size(), 1);
+    EXPECT_EQ(ended.size(), 1);
+}
