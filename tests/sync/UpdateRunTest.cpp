@@ -151,7 +151,7 @@ TEST_F(UpdateRunTest, PulledDuringADownloadNothingIsWrittenAndTheNextPlugInMakes
     expectOldTitle();
 
     rig.pen.plugIn();
-    updateElements().resize(50); // of earlier runs
+    updateElements() = QList<UpdateElement>(50); // of earlier runs
     for (UpdateElement &row : updateElements())
         row.downloadType = DownloadType::Ready;
     serveCatalogueOfOne();
