@@ -117,6 +117,14 @@ TEST_F(DownloadFileServiceTest, TheFailureOfAnEarlierTransferIsNotRetried)
     EXPECT_EQ(updateElements().last().downloadType, DownloadType::Ready);
 }
 
+TEST_F(DownloadFileServiceTest, TheQueueGoesOnFromTheEventLoopOnly)
+{
+    service->skipRow();
+    EXPECT_EQ(updateElements().first().downloadType, DownloadType::Failed);
+    EXPECT_EQ(starts, 0);
+    EXPECT_TRUE(waitFor([this] { return starts == 1; }));
+}
+
 TEST_F(DownloadFileServiceTest, PercentagesAreRoundedUpAndNotClamped)
 {
     server.serve("/c", QByteArray(1000, 'c'));

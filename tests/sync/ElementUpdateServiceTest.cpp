@@ -110,7 +110,7 @@ TEST_F(ElementUpdate, StoppedWhileItWritesItWritesNoMore)
         SCOPED_TRACE(requested.size());
         rig.pen.write(u"configure/tbd.txt"_s, "MID=7\n");
         rig.serveCatalogue(R"({"00007":1,"00008":1})", {}, requested);
-        StoppingVolumes volumes(rig.pen.volumes(), 4);
+        StoppingVolumes volumes(rig.pen.volumes(), 4); // while it stores the first
         FileManager::setVolumeSource(&volumes);
         ElementUpdateService::fetchAllElementsFromMediaServer(
             PenPlaces::look().value(), true, volumes.stop.get_token(),

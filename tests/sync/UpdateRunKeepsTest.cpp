@@ -78,7 +78,6 @@ TEST_F(UpdateRunKeeps, ATitleThatTheVersionsLackAndTakesAZeroForAVersion)
     ASSERT_TRUE(rig.run());
     expectOldTitle();
     EXPECT_EQ(onPen(u".qnk"_s, u"00043_en"_s), content);
-    EXPECT_TRUE(onPen(u".txt"_s, u"00043_en"_s).contains("Name: Fee\n"));
     rig.pen.write(u"book/00042_en.txt"_s, "Name: Drache\nType: Buch\n"); // version 0
     rig.serveCatalogue(R"({"00043":0})", titles);
     ASSERT_TRUE(rig.run());
@@ -172,17 +171,20 @@ TEST_F(UpdateRunKeeps, TitlesDeletedThatWereDeletedWhileTheirRowsWait)
     EXPECT_EQ(rig.pen.names(u"book"_s).filter(u"00043"_s), QStringList());
 
     // Before it is planned that nothing is to be loaded of them, too; what has come again is.
-    const auto versions = std::make_shared<Gate>();
-    rig.putTitle(u"00043_en"_s, 2);
-    serveCatalogueOfTwo();
-    rig.server.serve("/versions", {.body = R"({"00042":3,"00043":3})", .hold = versions});
-    rig.service->updateAll();
-    ASSERT_TRUE(versions->waitUntilReached());
-    remove(u"00042_en"_s);
-    versions->open();
-    ASSERT_TRUE(rig.waitForEnd());
-    EXPECT_EQ(onPen(u".qnk"_s, u"00043_en"_s), content);
-    EXPECT_EQ(rig.pen.names(u"book"_s).filter(u"00042"_s), QStringList());
+    for (const int local : {3, 2}) {
+        const auto versions = std::make_shared<Gate>();
+        rig.putTitle(u"00042_en"_s, local);
+        rig.putTitle(u"00043_en"_s, 2);
+        serveCatalogueOfTwo();
+        rig.server.serve("/versions", {.body = R"({"00042":3,"00043":3})", .hold = versions});
+        rig.service->updateAll();
+        ASSERT_TRUE(versions->waitUntilReached());
+        remove(u"00042_en"_s);
+        versions->open();
+        ASSERT_TRUE(rig.waitForEnd());
+        EXPECT_EQ(onPen(u".qnk"_s, u"00043_en"_s), content);
+        EXPECT_EQ(rig.pen.names(u"book"_s).filter(u"00042"_s), QStringList());
+    }
 }
 
 TEST_F(UpdateRunKeeps, WhatThePenAddedToALogThatHasBeenSentAndTheLogOfAnotherPen)
@@ -211,11 +213,10 @@ TEST_F(UpdateRunKeeps, ItsTimeFromACancelledRunAndAServerThatTellsNoSizes)
         titles += UpdateRig::title(mid, "Titel");
     }
     const auto asked = [this] {
-        QList<FaultServer::Request> requests = rig.server.requests();
-        requests.removeIf([](const FaultServer::Request &request) {
-            return request.method != "HEAD" || !request.target.endsWith(".qnk");
+        const QList<FaultServer::Request> requests = rig.server.requests();
+        return std::count_if(requests.begin(), requests.end(), [](const auto &request) {
+            return request.method == "HEAD" && request.target.endsWith(".qnk");
         });
-        return requests.size();
     };
     // Of the first fifty one is not answered when the run is cancelled.
     for (int mid = 100; mid < 160; ++mid)
@@ -321,9 +322,14 @@ TEST_F(UpdateRunKeeps, SoftwareThatIsKnownLateIsLoadedAfterOk)
 
 TEST_F(UpdateRunKeeps, NothingBeginsOnAPenThatIsBeingEjected)
 {
+    const auto image = std::make_shared<Gate>();
     rig.server.serve("/firmwareversion", {.body = "2", .hold = gate});
+    rig.server.serve("/imageversion", {.body = "2", .hold = image});
+    rig.server.serve("/software/imageisoV2.iso", "image");
     rig.service->softwarePatience = std::chrono::milliseconds(1);
     ASSERT_TRUE(rig.run());
+    image->open();
+    ASSERT_TRUE(QTest::qWaitFor([] { return updateElements().size() == 1; }));
     bool isReleased = false;
     rig.service->releasePen([&] { isReleased = true; });
     ASSERT_TRUE(QTest::qWaitFor([&] { return isReleased; }));

@@ -179,13 +179,10 @@ TEST_F(UpdateRunTrace, IsAsRecorded)
     trace.add(u"the pen"_s, files());
 
     rig.pen.pullOut();
-    const qsizetype asked = rig.server.requests().size();
     QStringList printed;
     const QStringList logged =
         loggedBy([&] { printed = printedBy([&] { rig.service->updateAll(); }); });
     trace.add(u"without pen"_s, logged.filter(u"updateAll"_s) + printed);
-    EXPECT_FALSE(rig.service->isRunning());
-    EXPECT_EQ(rig.server.requests().size(), asked);
     trace.expectAsIn(u"run.txt"_s);
 }
 
