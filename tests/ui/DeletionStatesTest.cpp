@@ -15,20 +15,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-TEST_F(Deletion, ButtonIsEnabledWhileTitlesAreChosenAndThePenIsThere)
-{
-    EXPECT_FALSE(button().isEnabled());
-    choose({zebra});
-    EXPECT_TRUE(button().isEnabled());
-    controller().setIsQuilloAvailable(false);
-    EXPECT_FALSE(button().isEnabled());
-    controller().setIsQuilloAvailable(true);
-    EXPECT_TRUE(button().isEnabled());
-    deletion().clearSelectedElementIds();
-    EXPECT_FALSE(button().isEnabled());
-    EXPECT_EQ(selectedElementIds(), QStringList());
-}
-
 /// The titles marked in the view shown; they alone can be deleted.
 class Choice : public Deletion
 {
