@@ -50,11 +50,11 @@ ElementPtr record(const MetadataText &text)
     return element;
 }
 
-QList<MetadataText> readMetadataFiles(const QUrl &bookFolder, const QStringList &fileNames)
+QList<MetadataText> readMetadataFiles(const QString &bookFolder, const QStringList &fileNames)
 {
     QList<MetadataText> texts;
     for (const QString &name : fileNames) {
-        const auto content = knownFiles().text(URLFactory::fileURL(bookFolder, name));
+        const auto content = knownFiles().text(bookFolder + name);
         if (!content)
             continue;
         const QString prefix = ElementService::idPrefix(name);
@@ -101,19 +101,20 @@ void appendByKind(PenLibrary &library, const BaseElement &element)
 }
 
 /// The dummy when the file cannot be read or is too large to be shown, absent when it is none.
-std::optional<CoverImage> coverOf(const QString &file)
+std::optional<CoverImage> coverOf(const QString &file, FileManager::Stamp &stamp)
 {
     const FileManager::Contents head = FileManager::contents(file, coverHead);
+    stamp = head.stamp;
     if (!head.data)
         return dummyCover();
     std::optional<QSize> size = pictureSize(*head.data);
-    if (!size && head.fileSize > coverHead)
+    if (!size && stamp.size > coverHead)
         size = pictureSize(FileManager::contents(file, longCoverHead).data.value_or(QByteArray()));
     if (!size)
         return std::nullopt;
     if (!isShowable(*size))
         return dummyCover();
-    return CoverImage{file, *size, head.fileSize, head.modified};
+    return CoverImage{file, *size, stamp.size, stamp.modified};
 }
 
 PenLibrary libraryWithCovers(const ElementList &records, const PenPlaces &pen)
@@ -138,14 +139,15 @@ PenLibrary scan()
     if (!pen)
         return {};
     writeLog(u"getQuilloFilesInfoFromPen in if isQuilloConnected"_s);
-    if (!FileManager::fileExists(pathOf(pen->book())))
+    const QString bookFolder = pathOf(pen->book());
+    if (!FileManager::fileExists(bookFolder))
         return {};
-    const FolderVisit visit = FileManager::visit(pathOf(pen->book()));
+    const FolderVisit visit = FileManager::visit(bookFolder);
     writeLog(u"getQuilloFilesInfoFromPen in if bookFolderExists"_s);
     const QStringList names = FileService::listFiles(pen->book(), fileExtension(FileType::txt));
     writeLog(u"getQuilloFilesInfoFromPen elementFileNames length = "_s
              + QString::number(names.size()));
-    const QList<MetadataText> texts = readMetadataFiles(pen->book(), names);
+    const QList<MetadataText> texts = readMetadataFiles(bookFolder, names);
     if (texts.isEmpty())
         return {};
     return libraryWithCovers(sortedRecords(texts), *pen);
@@ -201,13 +203,14 @@ ElementList ElementService::getTextFileContentFromPen()
         writeLog(u"getTextFileContentFromPen return"_s);
         return {};
     }
-    const FolderVisit visit = FileManager::visit(pathOf(*bookFolder));
+    const QString folder = pathOf(*bookFolder);
+    const FolderVisit visit = FileManager::visit(folder);
     const QStringList names = FileService::listFiles(*bookFolder, fileExtension(FileType::txt));
     writeLog(u"getTextFileContentFromPen elementFileNames length "_s
              + QString::number(names.size()));
     ElementList records;
     for (const QString &name : names) {
-        const auto content = knownFiles().text(URLFactory::fileURL(*bookFolder, name));
+        const auto content = knownFiles().text(folder + name);
         if (!content) {
             writeLog(u"getTextFileContentFromPen continue"_s);
             continue;
@@ -230,7 +233,8 @@ QString ElementService::idPrefix(const QString &fileName)
 std::optional<CoverImage> ElementService::loadCoverImage(const PenPlaces &pen, const QString &id)
 {
     const std::optional<QString> file = pen.titleFile(id, FileType::png);
-    return file ? coverOf(*file) : dummyCover();
+    FileManager::Stamp stamp;
+    return file ? coverOf(*file, stamp) : dummyCover();
 }
 
 QStringList ElementService::deleteElements(const QStringList &ids)

@@ -4,21 +4,19 @@
 #include "platform/Address.h"
 #include "platform/Dispatch.h"
 
-std::optional<QString> KnownFiles::text(const QUrl &file)
+std::optional<QString> KnownFiles::text(const QString &path)
 {
     if (const int writings = FileService::writings(); writings != m_writings) {
         m_writings = writings;
         m_texts.clear();
     }
-    const QString path = pathOf(file);
-    // Before the file is read: one that is changed meanwhile is another one the next time.
-    const std::optional<FileManager::Stamp> stamp = FileManager::stampOf(path);
     const auto known = m_texts.constFind(path);
-    if (stamp && known != m_texts.constEnd() && known->stamp == *stamp)
+    if (known != m_texts.constEnd() && known->stamp == FileManager::stampOf(path))
         return QString::fromUtf8(known->utf8);
-    std::optional<QString> text = FileService::getFileContent(file);
-    if (stamp && text)
-        m_texts.insert(path, {*stamp, text->toUtf8()});
+    FileManager::Stamp stamp;
+    std::optional<QString> text = FileService::getFileContent(urlOf(path), &stamp);
+    if (text)
+        m_texts.insert(path, {stamp, text->toUtf8()});
     else
         m_texts.remove(path);
     return text;
@@ -26,13 +24,13 @@ std::optional<QString> KnownFiles::text(const QUrl &file)
 
 std::optional<CoverImage> KnownFiles::cover(const QString &path, const CoverReader &read)
 {
-    const std::optional<FileManager::Stamp> stamp = FileManager::stampOf(path);
     const auto known = m_covers.constFind(path);
-    if (stamp && known != m_covers.constEnd() && known->stamp == *stamp)
+    if (known != m_covers.constEnd() && known->stamp == FileManager::stampOf(path))
         return known->image;
-    std::optional<CoverImage> image = read(path);
-    if (stamp && image != dummyCover()) // of which it may just not have been possible to read it
-        m_covers.insert(path, {*stamp, image});
+    FileManager::Stamp stamp;
+    std::optional<CoverImage> image = read(path, stamp);
+    if (stamp != FileManager::Stamp()) // else it could not be read
+        m_covers.insert(path, {stamp, image});
     else
         m_covers.remove(path);
     return image;

@@ -6,7 +6,6 @@
 #include <QByteArray>
 #include <QHash>
 #include <QString>
-#include <QUrl>
 
 #include <functional>
 #include <optional>
@@ -18,11 +17,12 @@
 class KnownFiles
 {
 public:
-    using CoverReader = std::function<std::optional<CoverImage>(const QString &path)>;
+    using CoverReader =
+        std::function<std::optional<CoverImage>(const QString &path, FileManager::Stamp &stamp)>;
 
     /// As FileService::getFileContent(), which is asked when the text is not known.
-    [[nodiscard]] std::optional<QString> text(const QUrl &file);
-    /// As `read` tells, which is asked when the cover is not known.
+    [[nodiscard]] std::optional<QString> text(const QString &path);
+    /// As `read` tells, which is asked when the cover is not known and says what file it read.
     [[nodiscard]] std::optional<CoverImage> cover(const QString &path, const CoverReader &read);
 
     void forget();

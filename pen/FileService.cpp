@@ -29,17 +29,19 @@ void printError(const QString &error)
 bool holds(const QString &file, const QByteArray &bytes)
 {
     const FileManager::Contents contents = FileManager::contents(file, bytes.size());
-    return contents.data == bytes && contents.fileSize == bytes.size();
+    return contents.data == bytes && contents.stamp.size == bytes.size();
 }
 
 /// The file's text; absent after printing why.
-std::optional<QString> readText(const QUrl &fileURL)
+std::optional<QString> readText(const QUrl &fileURL, FileManager::Stamp *stamp = nullptr)
 {
     const FileManager::Contents contents = FileManager::contents(pathOf(fileURL));
     if (!contents.data) {
         printError(contents.error);
         return std::nullopt;
     }
+    if (stamp)
+        *stamp = contents.stamp;
     std::optional<QString> decoded = decodeUtf8(*contents.data);
     if (!decoded)
         printError(u"The file "_s + text(fileURL) + u" is not UTF-8 text."_s);
@@ -48,11 +50,11 @@ std::optional<QString> readText(const QUrl &fileURL)
 
 } // namespace
 
-std::optional<QString> FileService::getFileContent(const QUrl &fileURL)
+std::optional<QString> FileService::getFileContent(const QUrl &fileURL, FileManager::Stamp *stamp)
 {
     writeLog(u"getFileContent Beginn"_s);
     writeLog(u"getFileContent fileURL = "_s + text(fileURL));
-    const std::optional<QString> content = readText(fileURL);
+    const std::optional<QString> content = readText(fileURL, stamp);
     if (content)
         writeLog(u"getFileContent return text = "_s + *content);
     else

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/FileManager.h"
+
 #include <QString>
 #include <QStringList>
 #include <QUrl>
@@ -12,7 +14,9 @@ class FileService
 {
 public:
     /// The whole file as UTF-8; absent when it cannot be read or decoded. Traced in the log.
-    [[nodiscard]] static std::optional<QString> getFileContent(const QUrl &fileURL);
+    /// `stamp` becomes that of the file as it was when reading it began.
+    [[nodiscard]] static std::optional<QString> getFileContent(const QUrl &fileURL,
+                                                               FileManager::Stamp *stamp = nullptr);
 
     /// The UTF-8 text split at every newline character, empty pieces dropped; absent as above.
     [[nodiscard]] static std::optional<QStringList> getFileLines(const QUrl &fileURL);

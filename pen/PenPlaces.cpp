@@ -7,6 +7,12 @@
 
 using namespace Qt::StringLiterals;
 
+PenPlaces::PenPlaces(const QUrl &root)
+    : m_root(root)
+    , m_bookPath(pathOf(book()))
+{
+}
+
 std::optional<PenPlaces> PenPlaces::look()
 {
     const std::optional<QUrl> root = URLFactory::getQuilloURL();
@@ -56,5 +62,5 @@ std::optional<QString> PenPlaces::titleFile(const QString &id, FileType type) co
 {
     if (!isSafeFileName(id))
         return std::nullopt;
-    return pathOf(book()) + URLFactory::fileName(id, type);
+    return m_bookPath + URLFactory::fileName(id, type);
 }

@@ -32,10 +32,8 @@ public:
     [[nodiscard]] std::optional<QString> titleFile(const QString &id, FileType type) const;
 
 private:
-    explicit PenPlaces(const QUrl &root)
-        : m_root(root)
-    {
-    }
+    explicit PenPlaces(const QUrl &root);
 
     QUrl m_root;
+    QString m_bookPath; ///< with a "/" at its end
 };

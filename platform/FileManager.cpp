@@ -82,6 +82,11 @@ qint64 nanoseconds(const timespec &time)
     return qint64(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
 }
 
+FileManager::Stamp stampIn(const struct stat &status)
+{
+    return {status.st_size, nanoseconds(status.st_mtim), status.st_ino};
+}
+
 qint64 modifiedOf(int folder, const char *name)
 {
     struct stat status = {};
@@ -218,7 +223,7 @@ std::optional<FileManager::Stamp> FileManager::stampOf(const QString &path)
         || ::fstatat(place.folder(), place.name().constData(), &status, place.lookupFlags()) != 0
         || !S_ISREG(status.st_mode))
         return std::nullopt;
-    return Stamp{status.st_size, nanoseconds(status.st_mtim), status.st_ino};
+    return stampIn(status);
 }
 
 FileManager::Contents FileManager::contents(const QString &path, qint64 limit)
@@ -230,8 +235,7 @@ FileManager::Contents FileManager::contents(const QString &path, qint64 limit)
     if (limit < 0 && status.st_size > maximumLength)
         return {std::nullopt, qt_error_string(EFBIG)};
     Contents contents = readAll(file.get(), status.st_size, limit);
-    contents.fileSize = status.st_size;
-    contents.modified = nanoseconds(status.st_mtim);
+    contents.stamp = stampIn(status);
     return contents;
 }
 

@@ -39,9 +39,9 @@ public:
     /// Tells whether a file is still the one that it was.
     struct Stamp
     {
-        qint64 size;
-        qint64 modified; ///< as Entry::modified
-        quint64 identity;
+        qint64 size = 0;
+        qint64 modified = 0; ///< as Entry::modified
+        quint64 identity = 0;
 
         bool operator==(const Stamp &) const = default;
     };
@@ -56,8 +56,7 @@ public:
     {
         std::optional<QByteArray> data; ///< absent when the file cannot be read
         QString error;
-        qint64 fileSize = 0; ///< of the whole file, however much was read
-        qint64 modified = 0; ///< as Entry::modified
+        Stamp stamp = {}; ///< of the whole file, however much was read, before it was
     };
 
     /// Chosen once at start-up, before any other call; not owned and must outlive every call.

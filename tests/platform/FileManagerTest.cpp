@@ -156,7 +156,7 @@ TEST_F(FileManagerTest, ReadsRegularFilesOnlyNoMoreThanItsLimitAndNeverWaits)
         const auto contents = FileManager::contents(pen.volumePath(u"a"_s), limit);
         ASSERT_TRUE(contents.data && !contents.data->isNull());
         EXPECT_TRUE(*contents.data == bytes.first(limit < 0 ? length : std::min(length, limit)));
-        EXPECT_EQ(contents.fileSize, length);
+        EXPECT_EQ(contents.stamp.size, length);
         EXPECT_TRUE(contents.error.isEmpty());
     }
     const QByteArray name = QFile::encodeName(pen.path(u"a"_s));
