@@ -27,9 +27,7 @@ SIDEBAR_ROW = re.compile(r'\bDescription\{[^"{}]*"\w*",\s*u"(\w*)",\s*u"([\w-]*)
 
 # Of the rooms that are still to be built. What is used leaves this list.
 AWAITED_KEYS = set('''
-    bluetooth_button bluetooth_connected bluetooth_connection_failed bluetooth_disconnected
-    bluetooth_no_quillo_found bluetooth_power_off bluetooth_power_on bluetooth_resetting
-    bluetooth_scanning bluetooth_unauthorized bluetooth_unknown bluetooth_unsupported
+    bluetooth_button bluetooth_connected bluetooth_disconnected bluetooth_scanning
     dropdown_bluetooth dropdown_change_lang dropdown_change_view dropdown_lang_english
     dropdown_lang_german dropdown_legal_information dropdown_privacy menu_button please_choose
     search shop_unavailable video_explanation_title'''.split())
