@@ -1,7 +1,7 @@
 #include "app/AppDelegate.h"
 
-AppDelegate::AppDelegate(VolumeSource &volumes)
-    : flowConroller(volumes)
+AppDelegate::AppDelegate(const Hardware &hardware)
+    : flowConroller(hardware)
 {
 }
 

@@ -2,13 +2,13 @@
 
 #include "app/FlowController.h"
 
-class VolumeSource;
+struct Hardware;
 
 /// Hears of the program's life and hands over to the flow of its windows.
 class AppDelegate
 {
 public:
-    explicit AppDelegate(VolumeSource &volumes);
+    explicit AppDelegate(const Hardware &hardware);
 
     void applicationDidFinishLaunching();
 

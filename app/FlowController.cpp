@@ -31,9 +31,9 @@ std::unique_ptr<QWidget> makeSplashWindow()
 
 } // namespace
 
-FlowController::FlowController(VolumeSource &volumes, QObject *parent)
+FlowController::FlowController(const Hardware &hardware, QObject *parent)
     : QObject(parent)
-    , m_volumes(volumes)
+    , m_hardware(hardware)
 {
 }
 
@@ -60,7 +60,7 @@ void FlowController::showSplash(std::chrono::milliseconds duration,
 
 void FlowController::showMainWindow()
 {
-    mainWindow = std::make_unique<MainWindow>(m_volumes);
+    mainWindow = std::make_unique<MainWindow>(m_hardware);
     centreOnScreen(*mainWindow);
     mainWindow->show();
     mainWindow->activateWindow();

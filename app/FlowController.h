@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Hardware.h"
+
 #include <QObject>
 
 #include <chrono>
@@ -8,7 +10,6 @@
 
 class MainWindow;
 class QWidget;
-class VolumeSource;
 
 /// Shows the splash window and then the main window.
 class FlowController : public QObject
@@ -21,7 +22,7 @@ public:
         static constexpr std::chrono::milliseconds splashDuration{2000};
     };
 
-    explicit FlowController(VolumeSource &volumes, QObject *parent = nullptr);
+    explicit FlowController(const Hardware &hardware, QObject *parent = nullptr);
     ~FlowController() override;
 
     void start();
@@ -41,5 +42,5 @@ Q_SIGNALS:
     void mainWindowShown();
 
 private:
-    VolumeSource &m_volumes;
+    const Hardware m_hardware;
 };

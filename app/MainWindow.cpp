@@ -7,8 +7,8 @@
 #include <QIcon>
 #include <QShortcut>
 
-MainWindow::MainWindow(VolumeSource &volumes)
-    : m_viewController(new ViewController(volumes, this))
+MainWindow::MainWindow(const Hardware &hardware)
+    : m_viewController(new ViewController(hardware, this))
 {
     setObjectName(QStringLiteral("MainWindow"));
     setWindowIcon(shippedIcon(QStringLiteral("quillo_quillo_small")));

@@ -3,7 +3,7 @@
 #include <QMainWindow>
 
 class ViewController;
-class VolumeSource;
+struct Hardware;
 
 /// The main window: its controller's view and the keys that work everywhere in it.
 class MainWindow : public QMainWindow
@@ -11,7 +11,7 @@ class MainWindow : public QMainWindow
     Q_OBJECT
 
 public:
-    explicit MainWindow(VolumeSource &volumes);
+    explicit MainWindow(const Hardware &hardware);
     ~MainWindow() override;
 
     [[nodiscard]] ViewController &viewController() const { return *m_viewController; }

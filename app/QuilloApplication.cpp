@@ -2,6 +2,7 @@
 
 #include "app/AppDelegate.h"
 #include "app/MainWindow.h"
+#include "platform/CentralManager.h"
 #include "platform/Dispatch.h"
 #include "platform/FileManager.h"
 #include "platform/SharedSession.h"
@@ -18,11 +19,13 @@ std::unique_ptr<VolumeSource> installed(std::unique_ptr<VolumeSource> volumes)
 
 } // namespace
 
-QuilloApplication::QuilloApplication(int &argc, char **argv, const VolumeSourceMaker &makeVolumes)
+QuilloApplication::QuilloApplication(int &argc, char **argv, const VolumeSourceMaker &makeVolumes,
+                                     const RadioMaker &makeRadio)
     : QApplication(argc, argv)
     , m_signals(std::make_unique<TerminationSignals>())
     , m_volumes(installed(makeVolumes()))
-    , delegateReference(std::make_unique<AppDelegate>(*m_volumes))
+    , m_radio(makeRadio())
+    , delegateReference(std::make_unique<AppDelegate>(Hardware{*m_volumes, *m_radio}))
 {
     ignoreBrokenPipes();
     setApplicationName(QStringLiteral("quillo"));

@@ -6,6 +6,7 @@
 #include <memory>
 
 class AppDelegate;
+class CentralManager;
 class TerminationSignals;
 class ViewController;
 class VolumeSource;
@@ -17,10 +18,12 @@ class QuilloApplication : public QApplication
     Q_OBJECT
 
 public:
-    /// Makes the volumes once the event loop's means are there.
     using VolumeSourceMaker = std::function<std::unique_ptr<VolumeSource>()>;
+    using RadioMaker = std::function<std::unique_ptr<CentralManager>()>;
 
-    QuilloApplication(int &argc, char **argv, const VolumeSourceMaker &makeVolumes);
+    /// Both are made once the event loop's means are there, the volumes first.
+    QuilloApplication(int &argc, char **argv, const VolumeSourceMaker &makeVolumes,
+                      const RadioMaker &makeRadio);
     ~QuilloApplication() override;
 
     /// Runs until the main window is closed or the system asks the program to end.
@@ -36,6 +39,7 @@ public:
 private:
     std::unique_ptr<TerminationSignals> m_signals; // first, to be heard from the beginning
     std::unique_ptr<VolumeSource> m_volumes;
+    std::unique_ptr<CentralManager> m_radio;
 
 public:
     const std::unique_ptr<AppDelegate> delegateReference;

@@ -21,9 +21,10 @@
 
 using namespace Qt::StringLiterals;
 
-ViewController::ViewController(VolumeSource &volumes, QWidget *parent)
+ViewController::ViewController(const Hardware &hardware, QWidget *parent)
     : QWidget(parent)
-    , m_pen(volumes)
+    , bluetoothService(hardware.radio)
+    , m_pen(hardware.volumes)
 {
     loadOutlets();
     connect(&m_pen, &PenPresence::mounted, this, &ViewController::penMounted);

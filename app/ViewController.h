@@ -3,10 +3,12 @@
 #include "app/NavElement.h"
 #include "app/NavigationOwner.h"
 #include "app/PenPresence.h"
+#include "bluetooth/BluetoothService.h"
 #include "download/LibraryReloading.h"
 #include "library/ContentOwner.h"
 #include "library/CoverCache.h"
 #include "library/Music.h"
+#include "platform/Hardware.h"
 #include "platform/SoundPlayer.h"
 #include "ui/DeletionOwner.h"
 
@@ -45,7 +47,7 @@ class ViewController : public QWidget,
     Q_OBJECT
 
 public:
-    explicit ViewController(VolumeSource &volumes, QWidget *parent = nullptr);
+    explicit ViewController(const Hardware &hardware, QWidget *parent = nullptr);
     ~ViewController() override;
 
     /// Once, when the view stands in its window.
@@ -98,6 +100,7 @@ public:
     NavigationViewController *navigationViewController = nullptr;
 
     std::unique_ptr<UpdateService> updateService; ///< from viewDidLoad() on
+    BluetoothService bluetoothService;
 
     /// Lists the music on the pen; called on the pool. Without it the music list stays as it is.
     std::function<MusicList()> getMusicFromPen;

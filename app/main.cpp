@@ -1,6 +1,7 @@
 #include "app/CommandLine.h"
 #include "app/QuilloApplication.h"
 #include "platform/Bundle.h"
+#include "platform/SimulatedCentral.h"
 #include "platform/VolumeSource.h"
 
 int main(int argc, char **argv)
@@ -11,6 +12,8 @@ int main(int argc, char **argv)
     if (const std::optional<QString> file = commandLine.configurationFile())
         Bundle::setConfigurationFile(*file);
 
-    QuilloApplication application(argc, argv, [&] { return commandLine.makeVolumes(); });
+    QuilloApplication application(
+        argc, argv, [&] { return commandLine.makeVolumes(); },
+        [] { return std::make_unique<SimulatedCentral>(CentralManager::State::unsupported); });
     return application.run();
 }

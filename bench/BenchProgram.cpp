@@ -7,6 +7,7 @@
 #include "library/LibraryLists.h"
 #include "platform/Bundle.h"
 #include "platform/FolderVolumes.h"
+#include "platform/SimulatedCentral.h"
 #include "sync/UpdateService.h"
 
 #include <QAbstractItemView>
@@ -28,10 +29,13 @@ constexpr auto tick = 5ms; // how late waitFor() may notice what no event tells
 
 BenchProgram::BenchProgram(int &argc, char **argv, const QString &volumes,
                            const QString &configuration)
-    : QuilloApplication(argc, argv, [&] {
-        Bundle::setConfigurationFile(configuration);
-        return std::make_unique<FolderVolumes>(volumes);
-    })
+    : QuilloApplication(
+        argc, argv,
+        [&] {
+            Bundle::setConfigurationFile(configuration);
+            return std::make_unique<FolderVolumes>(volumes);
+        },
+        [] { return std::make_unique<SimulatedCentral>(); })
 {
     delegateReference->flowConroller.splashDuration = 0ms;
 }

@@ -14,7 +14,10 @@ class BluetoothServiceDelegate;
 class BluetoothService : private CentralManagerDelegate, private PeripheralDelegate
 {
 public:
-    static constexpr std::chrono::milliseconds scanDuration{3000};
+    struct Properties
+    {
+        static constexpr std::chrono::milliseconds scanDuration{3000};
+    };
 
     /// The radio must outlive the service.
     explicit BluetoothService(CentralManager &centralManager);
@@ -32,6 +35,8 @@ public:
     [[nodiscard]] const QList<PeripheralPtr> &foundQuillos() const { return m_foundQuillos; }
     /// The pen that is connected or being connected to; null for none.
     [[nodiscard]] const PeripheralPtr &quilloPeripheral() const { return m_quilloPeripheral; }
+
+    std::chrono::milliseconds scanDuration = Properties::scanDuration;
 
     BluetoothServiceDelegate *delegate = nullptr; ///< it takes itself out when it goes
 

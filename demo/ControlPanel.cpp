@@ -18,6 +18,8 @@ namespace {
 
 constexpr int margin = 12;
 
+constexpr int pieces = 5; // of an address that the pen sends
+
 QString inLanguage(const QString &german, const QString &english)
 {
     return currentLanguage() == u"de"_s ? german : english;
@@ -61,6 +63,34 @@ void ControlPanel::addControls()
     connect(m_pullOut, &QPushButton::clicked, this, &ControlPanel::pullOut);
     connect(m_serversThere, &QCheckBox::toggled, this, &ControlPanel::setServersThere);
     connect(m_slowNetwork, &QCheckBox::toggled, this, &ControlPanel::setSlowNetwork);
+    addRadioControls();
+}
+
+void ControlPanel::addRadioControls()
+{
+    DemoRadio &radio = m_setup.radio();
+    const auto add = [this](auto *control) {
+        layout()->addWidget(control);
+        return control;
+    };
+    m_radioState = add(new QLabel(this));
+    m_radioOn = add(new QCheckBox(this));
+    m_inReach = add(new QCheckBox(this));
+    m_secondInReach = add(new QCheckBox(this));
+    m_sendVideo = add(new QPushButton(this));
+    m_sendPage = add(new QPushButton(this));
+    m_askForDefaultVideo = add(new QPushButton(this));
+    m_breakOff = add(new QPushButton(this));
+    m_radioOn->setChecked(true);
+    m_inReach->setChecked(true);
+    connect(m_radioOn, &QCheckBox::toggled, this, [&radio](bool on) { radio.setPoweredOn(on); });
+    connect(m_inReach, &QCheckBox::toggled, this, [&radio](bool in) { radio.setInReach(0, in); });
+    connect(m_secondInReach, &QCheckBox::toggled, this,
+            [&radio](bool in) { radio.setInReach(1, in); });
+    connect(m_sendVideo, &QPushButton::clicked, this, &ControlPanel::sendVideo);
+    connect(m_sendPage, &QPushButton::clicked, this, &ControlPanel::sendPage);
+    connect(m_askForDefaultVideo, &QPushButton::clicked, this, &ControlPanel::askForDefaultVideo);
+    connect(m_breakOff, &QPushButton::clicked, this, &ControlPanel::breakOff);
 }
 
 void ControlPanel::updateTexts()
@@ -70,6 +100,19 @@ void ControlPanel::updateTexts()
     m_pullOut->setText(inLanguage(u"Stift &abziehen"_s, u"Pull &out the pen"_s));
     m_serversThere->setText(inLanguage(u"Server e&rreichbar"_s, u"Se&rvers reachable"_s));
     m_slowNetwork->setText(inLanguage(u"&Langsames Netz"_s, u"&Slow network"_s));
+    updateRadioTexts();
+}
+
+void ControlPanel::updateRadioTexts()
+{
+    m_radioOn->setText(inLanguage(u"&Bluetooth an"_s, u"&Bluetooth on"_s));
+    m_inReach->setText(inLanguage(u"Stift in Reich&weite"_s, u"Pen &within reach"_s));
+    m_secondInReach->setText(inLanguage(u"&Zweiter Stift auch"_s, u"Second pen &too"_s));
+    m_sendVideo->setText(inLanguage(u"Auf ein &Video tippen"_s, u"Point at a &video"_s));
+    m_sendPage->setText(inLanguage(u"A&uf eine Webseite tippen"_s, u"&Point at a web page"_s));
+    m_askForDefaultVideo->setText(
+        inLanguage(u"&Demovideo verlangen"_s, u"Ask for the &demo video"_s));
+    m_breakOff->setText(inLanguage(u"&Mittendrin abbrechen"_s, u"Break off in the &middle"_s));
 }
 
 void ControlPanel::updateStates()
@@ -79,6 +122,10 @@ void ControlPanel::updateStates()
                                 : inLanguage(u"Der Stift steckt nicht."_s, u"The pen is out."_s));
     m_plugIn->setEnabled(!plugged);
     m_pullOut->setEnabled(plugged);
+    m_radioState->setText(
+        m_setup.radio().isConnected()
+            ? inLanguage(u"Über Bluetooth verbunden."_s, u"Connected over Bluetooth."_s)
+            : inLanguage(u"Nicht über Bluetooth verbunden."_s, u"Not connected over Bluetooth."_s));
 }
 
 /// To the right of the main window, or over its edge where the screen ends.
@@ -116,4 +163,31 @@ void ControlPanel::setServersThere(bool there)
 void ControlPanel::setSlowNetwork(bool slow)
 {
     m_setup.setSlowNetwork(slow);
+}
+
+void ControlPanel::sendVideo()
+{
+    showSent(m_setup.radio().sendAddress(m_setup.servers().videoAddress().toLatin1(), pieces));
+}
+
+void ControlPanel::sendPage()
+{
+    showSent(m_setup.radio().sendAddress(m_setup.servers().pageAddress().toLatin1(), pieces));
+}
+
+void ControlPanel::askForDefaultVideo()
+{
+    showSent(m_setup.radio().askForDefaultVideo());
+}
+
+void ControlPanel::breakOff()
+{
+    showSent(m_setup.radio().breakOff(m_setup.servers().videoAddress().toLatin1()));
+}
+
+void ControlPanel::showSent(bool sent)
+{
+    updateStates();
+    if (sent)
+        m_radioState->setText(inLanguage(u"Gesendet."_s, u"Sent."_s));
 }

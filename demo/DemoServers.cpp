@@ -53,6 +53,16 @@ QString DemoServers::logAddress() const
     return addressOf(m_log);
 }
 
+QString DemoServers::videoAddress() const
+{
+    return fileAddress() + u"video-of-the-book.mp4"_s;
+}
+
+QString DemoServers::pageAddress() const
+{
+    return mediaAddress() + u"page"_s;
+}
+
 QList<QByteArray> DemoServers::receivedLogs() const
 {
     const std::lock_guard lock(m_mutex);

@@ -29,6 +29,9 @@ public:
     [[nodiscard]] QString mediaAddress() const;
     [[nodiscard]] QString fileAddress() const;
     [[nodiscard]] QString logAddress() const;
+    /// Of what the pen points at.
+    [[nodiscard]] QString videoAddress() const;
+    [[nodiscard]] QString pageAddress() const;
 
     /// The bodies that the log server has accepted so far.
     [[nodiscard]] QList<QByteArray> receivedLogs() const;

@@ -3,6 +3,7 @@
 #include "demo/DemoCatalogue.h"
 #include "demo/DemoOptions.h"
 #include "demo/DemoPen.h"
+#include "demo/DemoRadio.h"
 #include "demo/DemoServers.h"
 
 #include <QString>
@@ -29,6 +30,7 @@ public:
 
     [[nodiscard]] const DemoCatalogue &catalogue() const { return m_catalogue; }
     [[nodiscard]] DemoPen &pen() { return m_pen; }
+    [[nodiscard]] DemoRadio &radio() { return m_radio; }
     [[nodiscard]] DemoServers &servers() { return m_servers; }
 
     void setSlowNetwork(bool slow);
@@ -39,6 +41,7 @@ private:
     DemoOptions m_options;
     DemoCatalogue m_catalogue;
     DemoPen m_pen;
+    DemoRadio m_radio;
     DemoServers m_servers;
     QString m_error;
 };

@@ -6,6 +6,7 @@
 #include "demo/DemoOutput.h"
 #include "demo/DemoSetup.h"
 #include "demo/HeadlessRun.h"
+#include "platform/SimulatedCentral.h"
 #include "platform/VolumeSource.h"
 
 using namespace Qt::StringLiterals;
@@ -41,7 +42,9 @@ int main(int argc, char **argv)
         options->headless ? options->picturesFolder : setup.pen().scratchFolder();
     if (!keepProgramOutput(folder))
         return report({1, u"quillo-demo: Cannot write to %1.\n"_s.arg(folder)});
-    QuilloApplication application(argc, argv, [&setup] { return setup.makeVolumes(); });
+    QuilloApplication application(
+        argc, argv, [&setup] { return setup.makeVolumes(); },
+        [&setup] { return setup.radio().make(); });
     if (!setup.error().isEmpty())
         return report({1, u"quillo-demo: %1\n"_s.arg(setup.error())});
     if (!options->headless)

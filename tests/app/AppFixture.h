@@ -10,6 +10,7 @@
 #include "library/LibraryLists.h"
 #include "platform/Dispatch.h"
 #include "platform/FolderVolumes.h"
+#include "platform/SimulatedCentral.h"
 
 #include <QAbstractItemView>
 #include <QTest>
@@ -54,6 +55,7 @@ protected:
     const QString configuration = addresses.file();
     PenFolder pen;
     FolderVolumes volumes{pen.volumes()};
+    SimulatedCentral radio;
 };
 
 class PenAppTest : public AppTest
@@ -76,7 +78,7 @@ protected:
 
     void start()
     {
-        window = std::make_unique<MainWindow>(volumes);
+        window = std::make_unique<MainWindow>(Hardware{volumes, radio});
         window->show();
         ASSERT_TRUE(waitForLog(QStringLiteral("viewDidAppear Ende")));
     }

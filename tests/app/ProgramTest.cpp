@@ -101,7 +101,7 @@ using FlowControllerTest = AppTest;
 
 TEST_F(FlowControllerTest, MainWindowFollowsTheSplashInTheMiddleOfTheScreen)
 {
-    FlowController flow(volumes);
+    FlowController flow({volumes, radio});
     EXPECT_EQ(flow.splashDuration, 2000ms);
     flow.splashDuration = 1ms;
     std::optional<bool> isSplashSeen;
@@ -125,7 +125,7 @@ TEST_F(FlowControllerTest, MainWindowFollowsTheSplashInTheMiddleOfTheScreen)
 
 TEST_F(FlowControllerTest, ControlQClosesTheMainWindowAndThatEndsTheProgram)
 {
-    FlowController flow(volumes);
+    FlowController flow({volumes, radio});
     flow.showMainWindow();
     MainWindow &window = *flow.mainWindow;
     ASSERT_TRUE(waitForLog(u"viewDidAppear Ende"_s));

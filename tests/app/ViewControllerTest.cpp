@@ -245,7 +245,7 @@ class EjectTest : public StartWithPen
 protected:
     EjectTest()
     {
-        window = std::make_unique<MainWindow>(stuck);
+        window = std::make_unique<MainWindow>(Hardware{stuck, radio});
         window->show();
         EXPECT_TRUE(waitForLog(u"viewDidAppear Ende"_s, 2));
     }

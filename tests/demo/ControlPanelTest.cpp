@@ -2,6 +2,7 @@
 #include "base/Localization.h"
 #include "demo/DemoSetup.h"
 #include "platform/VolumeSource.h"
+#include "tests/bluetooth/BluetoothFixture.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -69,6 +70,34 @@ TEST_F(ShownPanel, takesAwayThePenAndTheServersAndBringsThemBack)
     }
 }
 
+TEST_F(ShownPanel, hasThePenSendOverBluetooth)
+{
+    const std::unique_ptr<CentralManager> radio = m_setup.radio().make();
+    BluetoothService service(*radio);
+    ToldByRadio heard;
+    service.delegate = &heard;
+    service.scanDuration = std::chrono::milliseconds(20);
+    const auto afterPressing = [&](const QString &text, const QString &last) {
+        press(text);
+        return heard.upTo(last);
+    };
+    press(u"Second pen too"_s);
+    press(u"Pen within reach"_s);
+    press(u"Point at a video"_s);
+    service.startScan();
+    EXPECT_EQ(heard.upTo(u"connected"_s).size(), 3) << "nothing before";
+    EXPECT_EQ(service.quilloPeripheral()->identifier(), u"C0:FF:EE:00:00:02"_s);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return m_setup.radio().send("?"); }));
+    const QString video = m_setup.servers().videoAddress();
+    EXPECT_EQ(afterPressing(u"Point at a video"_s, video), QStringList{video});
+    press(u"Break off in the middle"_s);
+    const QString page = m_setup.servers().pageAddress();
+    EXPECT_EQ(afterPressing(u"Point at a web page"_s, page), QStringList{page});
+    const QString standard = u"default video"_s;
+    EXPECT_EQ(afterPressing(u"Ask for the demo video"_s, standard), QStringList{standard});
+    EXPECT_EQ(afterPressing(u"Bluetooth on"_s, u"not connected"_s).size(), 2);
+}
+
 /// Two controls with one key would make the key useless.
 TEST_F(ShownPanel, everyControlHasAKeyOfItsOwn)
 {
@@ -82,7 +111,7 @@ TEST_F(ShownPanel, everyControlHasAKeyOfItsOwn)
             const QString text = control->text();
             keys.insert(text.mid(text.indexOf(u'&') + 1, 1).toLower());
         }
-        EXPECT_EQ(controls.size(), 4);
+        EXPECT_EQ(controls.size(), 11);
         EXPECT_EQ(button(u"Stift abziehen"_s) != nullptr, language == u"de"_s);
         EXPECT_EQ(keys.size(), controls.size()) << language.toStdString();
     }

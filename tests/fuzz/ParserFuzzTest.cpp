@@ -1,3 +1,5 @@
+#include "bluetooth/AddressAssembler.h"
+#include "bluetooth/PenMessage.h"
 #include "library/BaseElement.h"
 #include "library/CoverImage.h"
 #include "pen/ConfigureService.h"
@@ -139,6 +141,20 @@ void parseSettings(const QByteArray &bytes)
         EXPECT_TRUE(!version || text.contains(QString::number(*version))) << *version;
 }
 
+/// A piece at a time, the first byte being its length.
+void parseRadio(const QByteArray &bytes)
+{
+    static AddressAssembler assembler;
+    for (qsizetype at = 0; at < bytes.size(); at += 1 + static_cast<uchar>(bytes.at(at))) {
+        const auto message = PenMessage::parse(bytes.mid(at + 1, static_cast<uchar>(bytes.at(at))));
+        assembler.append(message.piece);
+        QString text;
+        const auto url = message.lastPiece ? assembler.finish(text) : std::nullopt;
+        EXPECT_LE(assembler.urlString().size(), AddressAssembler::mostCharacters);
+        EXPECT_TRUE(!url || !url->toEncoded().contains('"'));
+    }
+}
+
 const QByteArray serverTitle = "[" + UpdateRig::title(42, "Drache") + R"(,{"00042":3}])";
 
 using ParserFuzz = testing::TestWithParam<Parser>;
@@ -195,6 +211,8 @@ INSTANTIATE_TEST_SUITE_P(
         Parser{"Settings", "firmwareVersion=12\nImageVersion = 7\n", parseSettings},
         Parser{"MountTable", "36 25 8:17 / /media/a\\040b rw,nosuid shared:1 - vfat /dev/sdb1 rw\n",
                parseMounts},
+        Parser{"Radio", QByteArray("\x0b\xaa\x02\x00http://a\x08\xaa\x02\x01/b c\"", 21),
+               parseRadio},
         Parser{"BodyLength", "1099511627776", parseBodyLength},
         Parser{"ContentRange", "bytes 10-19/20", parseContentRange},
         Parser{"Picture", pngPicture(), parsePicture}),
