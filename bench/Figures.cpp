@@ -33,13 +33,15 @@ double median(QList<double> values)
 }
 
 Figure measure(const QString &name, double atMost, int rounds, const std::function<void()> &ours,
-               const std::function<void()> &yardstick)
+               const std::function<void()> &yardstick, const std::function<void()> &before)
 {
+    before();
     ours();
     yardstick();
     QList<double> mine;
     QList<double> theirs;
     for (int i = 0; i < rounds; ++i) {
+        before();
         mine += milliseconds(ours);
         theirs += milliseconds(yardstick);
     }

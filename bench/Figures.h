@@ -14,10 +14,11 @@ struct Figure
     double atMost;    ///< the ratio that must hold
 };
 
-/// Runs both in turn `rounds` times after one warm-up and takes the medians.
-[[nodiscard]] Figure measure(const QString &name, double atMost, int rounds,
-                             const std::function<void()> &ours,
-                             const std::function<void()> &yardstick);
+/// Runs both in turn `rounds` times after one warm-up and takes the medians; `before` goes before
+/// each run of ours, unmeasured.
+[[nodiscard]] Figure measure(
+    const QString &name, double atMost, int rounds, const std::function<void()> &ours,
+    const std::function<void()> &yardstick, const std::function<void()> &before = [] {});
 
 /// Prints the figure; false when its ratio is too high.
 bool report(const Figure &figure);

@@ -57,8 +57,9 @@ QList<MetadataText> readMetadataFiles(const QString &bookFolder, const QStringLi
         const auto content = knownFiles().text(bookFolder + name);
         if (!content)
             continue;
-        const QString prefix = ElementService::idPrefix(name);
-        texts.append({identifier(name), prefix + *content});
+        const QString id = identifier(name);
+        const QString prefix = u"Id: "_s + id + u'\n';
+        texts.append({id, prefix + *content});
         writeLog(u"getQuilloFilesInfoFromPen in for elementFiles: "_s + prefix);
     }
     writeLog(u"getQuilloFilesInfoFromPen nach for elementFileNames"_s);
