@@ -54,7 +54,6 @@ BluetoothService::BluetoothService(CentralManager &centralManager)
 {
     m_centralManager.delegate = this;
     m_scanTimer.setSingleShot(true);
-    m_scanTimer.setInterval(scanDuration);
     QObject::connect(&m_scanTimer, &QTimer::timeout, &m_scanTimer, [this] { scanEnded(); });
 }
 
@@ -84,7 +83,7 @@ void BluetoothService::startScan()
         showMessage(stateKey(m_centralManager.state()));
         return;
     }
-    m_scanTimer.start();
+    m_scanTimer.start(scanDuration);
     if (delegate)
         delegate->isScanning(*this, true);
     m_centralManager.scanForPeripherals();
