@@ -14,11 +14,6 @@ class BluetoothServiceDelegate;
 class BluetoothService : private CentralManagerDelegate, private PeripheralDelegate
 {
 public:
-    struct Properties
-    {
-        static constexpr std::chrono::milliseconds scanDuration{3000};
-    };
-
     /// The radio must outlive the service.
     explicit BluetoothService(CentralManager &centralManager);
     ~BluetoothService() override;
@@ -36,8 +31,7 @@ public:
     /// The pen that is connected or being connected to; null for none.
     [[nodiscard]] const PeripheralPtr &quilloPeripheral() const { return m_quilloPeripheral; }
 
-    std::chrono::milliseconds scanDuration = Properties::scanDuration;
-
+    std::chrono::milliseconds scanDuration{3000}; ///< of the scans to come
     BluetoothServiceDelegate *delegate = nullptr; ///< it takes itself out when it goes
 
     static const QString quilloName; ///< the name that a pen must advertise, in this letter case

@@ -21,32 +21,7 @@ const QString blockInterface = service + u".Block"_s;
 const QString fileSystemInterface = service + u".Filesystem"_s;
 const QString driveInterface = service + u".Drive"_s;
 
-/// Unpacked by hand: registering the map's type would change what the Bluetooth module reads.
-QHash<QString, QHash<QString, QVariantMap>> unpackedObjects(const QDBusArgument &argument)
-{
-    QHash<QString, QHash<QString, QVariantMap>> objects;
-    argument.beginMap();
-    while (!argument.atEnd()) {
-        QDBusObjectPath path;
-        argument.beginMapEntry();
-        argument >> path;
-        argument.beginMap();
-        while (!argument.atEnd()) {
-            QString interface;
-            QVariantMap properties;
-            argument.beginMapEntry();
-            argument >> interface >> properties;
-            argument.endMapEntry();
-            objects[path.path()].insert(interface, properties);
-        }
-        argument.endMap();
-        argument.endMapEntry();
-    }
-    argument.endMap();
-    return objects;
-}
-
-QStringList mountPointsOf(const QHash<QString, QVariantMap> &object)
+QStringList mountPointsOf(const Interfaces &object)
 {
     const QVariant value = object.value(fileSystemInterface).value(u"MountPoints"_s);
     QStringList mountPoints;
@@ -55,7 +30,7 @@ QStringList mountPointsOf(const QHash<QString, QVariantMap> &object)
     return mountPoints;
 }
 
-QString driveOf(const QHash<QString, QVariantMap> &object)
+QString driveOf(const Interfaces &object)
 {
     return qdbus_cast<QDBusObjectPath>(object.value(blockInterface).value(u"Drive"_s)).path();
 }
@@ -107,10 +82,7 @@ void UDisksRequest::call(const QString &path, const QString &interface, const QS
 
 void UDisksRequest::readObjects(const QDBusMessage &reply)
 {
-    const bool readable =
-        reply.type() == QDBusMessage::ReplyMessage && reply.signature() == u"a{oa{sa{sv}}}"_s;
-    if (readable)
-        m_objects = unpackedObjects(reply.arguments().constFirst().value<QDBusArgument>());
+    m_objects = unpackedObjects(reply);
     m_block = blockAtMountPoint();
     if (m_block.isEmpty()) {
         Q_EMIT finished(Outcome::Unavailable, reply.errorMessage());

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "platform/ManagedObjects.h"
+
 #include <QDBusConnection>
-#include <QHash>
 #include <QObject>
 #include <QString>
 #include <QVariantMap>
@@ -30,9 +31,6 @@ Q_SIGNALS:
     void finished(Outcome outcome, const QString &error);
 
 private:
-    /// Object path, then interface, then properties.
-    using Objects = QHash<QString, QHash<QString, QVariantMap>>;
-
     void call(const QString &path, const QString &interface, const QString &method,
               const QVariantList &arguments, void (UDisksRequest::*handler)(const QDBusMessage &));
     void readObjects(const QDBusMessage &reply);
@@ -43,6 +41,6 @@ private:
 
     const QString m_mountPoint;
     QDBusConnection m_bus;
-    Objects m_objects;
+    ManagedObjects m_objects;
     QString m_block;
 };

@@ -18,7 +18,7 @@ protected:
     {
         removeLog();
         service.delegate = &heard;
-        service.scanDuration = 20ms;
+        EXPECT_EQ(std::exchange(service.scanDuration, 20ms), 3s);
         radio->connectPatience = 0ms;
     }
 
@@ -90,7 +90,6 @@ TEST_F(BluetoothServiceTest, FindsThePenByItsExactNameAndSubscribes)
                            u"**** SUCCESSFULLY CONNECTED TO QUILLO!!!"_s,
                            u"Discovered service 0000fff0-0000-1000-8000-00805f9b34fb"_s,
                            u"DID DISCOVER CHARACTERISTICS"_s}));
-    EXPECT_EQ(BluetoothService::Properties::scanDuration, 3s);
 }
 
 TEST_F(BluetoothServiceTest, SaysWhenThereIsNoPenOrTheRadioWentOff)
