@@ -17,11 +17,18 @@ std::unique_ptr<VolumeSource> installed(std::unique_ptr<VolumeSource> volumes)
     return volumes;
 }
 
+/// A web view that is made later needs it before there is an application.
+int &withSharedContexts(int &argc)
+{
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    return argc;
+}
+
 } // namespace
 
 QuilloApplication::QuilloApplication(int &argc, char **argv, const VolumeSourceMaker &makeVolumes,
                                      const RadioMaker &makeRadio)
-    : QApplication(argc, argv)
+    : QApplication(withSharedContexts(argc), argv)
     , m_signals(std::make_unique<TerminationSignals>())
     , m_volumes(installed(makeVolumes()))
     , m_radio(makeRadio())

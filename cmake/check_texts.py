@@ -27,14 +27,12 @@ SIDEBAR_ROW = re.compile(r'\bDescription\{[^"{}]*"\w*",\s*u"(\w*)",\s*u"([\w-]*)
 
 # Of the rooms that are still to be built. What is used leaves this list.
 AWAITED_KEYS = set('''
-    bluetooth_button bluetooth_connected bluetooth_disconnected bluetooth_scanning
     dropdown_bluetooth dropdown_change_lang dropdown_change_view dropdown_lang_english
-    dropdown_lang_german dropdown_legal_information dropdown_privacy menu_button please_choose
-    search shop_unavailable video_explanation_title'''.split())
+    dropdown_lang_german dropdown_legal_information dropdown_privacy menu_button
+    search shop_unavailable'''.split())
 AWAITED_IMAGES = set('''
     if_Germany_92095 if_Germany_92095_transparent if_United-Kingdom_92403
-    if_United-Kingdom_92403_transparent menu quilo_bluetooth_connected
-    quilo_bluetooth_disconnected search'''.split())
+    if_United-Kingdom_92403_transparent menu search'''.split())
 
 
 def keys_of(language):

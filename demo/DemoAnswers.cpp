@@ -3,6 +3,7 @@
 #include "demo/DemoCatalogue.h"
 
 #include <QCryptographicHash>
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -31,10 +32,16 @@ DemoAnswer content(const DemoContent &content)
     return {.content = content, .entityTag = content.entityTag()};
 }
 
-DemoAnswer picture(const QByteArray &png)
+DemoAnswer shippedFile(const QByteArray &contentType, const QByteArray &bytes)
 {
-    const QByteArray hash = QCryptographicHash::hash(png, QCryptographicHash::Sha256).toHex();
-    return {.contentType = "image/png", .body = png, .entityTag = '"' + hash + '"'};
+    const QByteArray hash = QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex();
+    return {.contentType = contentType, .body = bytes, .entityTag = '"' + hash + '"'};
+}
+
+DemoAnswer video()
+{
+    QFile film(u":/demo/video.mp4"_s);
+    return film.open(QIODevice::ReadOnly) ? shippedFile("video/mp4", film.readAll()) : notFound();
 }
 
 DemoAnswer versions(const DemoCatalogue &catalogue)
@@ -93,7 +100,7 @@ DemoAnswer titleFile(const DemoCatalogue &catalogue, const DemoTitle &title, con
     while (shortId.startsWith(u'0'))
         shortId.remove(0, 1);
     if (file == shortId + u".png"_s)
-        return picture(catalogue.cover(title));
+        return shippedFile("image/png", catalogue.cover(title));
     if (file == u"%1/%2.qnk"_s.arg(title.version).arg(title.id()))
         return content(catalogue.content(title, title.version));
     return notFound();
@@ -122,6 +129,8 @@ DemoAnswer fileAnswer(const DemoCatalogue &catalogue, const DemoRequest &request
         return content(DemoCatalogue::firmware());
     if (request.path == u"/software/"_s + DemoCatalogue::imageFileName())
         return content(DemoCatalogue::image());
+    if (request.path == u"/video.mp4"_s)
+        return video();
     const QString folder = request.path.section(u'/', 0, 1);
     const auto title = catalogue.title(request.path.section(u'/', 3, 3).toInt());
     if (folder != u"/files"_s || !title

@@ -9,5 +9,5 @@ class DemoCatalogue;
 /// "/versions", "/medias", "/firmware-version", "/image-version", "/shop"; else 404.
 [[nodiscard]] DemoAnswer mediaAnswer(const DemoCatalogue &catalogue, const DemoRequest &request);
 
-/// "/files/PUBLISHER/MID/..." and "/software/..."; else 404.
+/// "/files/PUBLISHER/MID/...", "/software/..." and "/video.mp4"; else 404.
 [[nodiscard]] DemoAnswer fileAnswer(const DemoCatalogue &catalogue, const DemoRequest &request);

@@ -162,3 +162,9 @@ std::optional<QString> URLFactory::getServerValue(const QString &key)
     const auto value = values.constFind(key);
     return value == values.cend() ? std::nullopt : std::optional(*value);
 }
+
+QString URLFactory::getVideoHTML(const QString &urlString)
+{
+    return uR"(<html><video controls="" autoplay="" src=")"_s + urlString
+           + uR"(" type="video/mp4" width="100%"></video></html>)"_s;
+}

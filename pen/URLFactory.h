@@ -55,4 +55,7 @@ public:
 
     /// The text under `key` in "Url"; absent when it is missing or no text.
     [[nodiscard]] static std::optional<QString> getServerValue(const QString &key);
+
+    /// The page that plays a video. Nothing is escaped: the address must come percent-encoded.
+    [[nodiscard]] static QString getVideoHTML(const QString &urlString);
 };

@@ -13,6 +13,16 @@ using namespace Qt::StringLiterals;
 
 const QString Workspace::volumeNameKey = u"NSWorkspaceVolumeLocalizedNameKey"_s;
 
+namespace {
+
+std::function<bool(const QUrl &)> &opener()
+{
+    static std::function<bool(const QUrl &)> instance;
+    return instance;
+}
+
+} // namespace
+
 Workspace::Workspace(VolumeSource &volumes, QObject *parent)
     : QObject(parent)
     , m_volumes(volumes)
@@ -43,5 +53,10 @@ void Workspace::unmountVolume(const QUrl &volume, std::function<void(const QStri
 
 bool Workspace::open(const QUrl &address)
 {
-    return QDesktopServices::openUrl(address);
+    return opener() ? opener()(address) : QDesktopServices::openUrl(address);
+}
+
+void Workspace::setOpener(std::function<bool(const QUrl &address)> instead)
+{
+    opener() = std::move(instead);
 }

@@ -24,6 +24,8 @@ public:
 
     /// Opens an address with the system's default program; false when the system refuses.
     static bool open(const QUrl &address);
+    /// What opens addresses in place of the system; an empty one brings the system back.
+    static void setOpener(std::function<bool(const QUrl &address)> opener);
 
 Q_SIGNALS:
     void didMount(const QVariantMap &userInfo);

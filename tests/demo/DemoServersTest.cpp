@@ -69,6 +69,9 @@ TEST_F(RunningServers, onlyTheRightAddressGivesAFileOrTheRestOfIt)
     EXPECT_EQ(QString::fromLatin1(rest->rawHeader("Content-Range")),
               u"bytes 100001-%1/%2"_s.arg(size - 1).arg(size));
     EXPECT_EQ(rest->readAll(), m_catalogue.content(first(), version).bytes(0, size).mid(100001));
+    const Reply film = get(m_servers.fileAddress() + u"video.mp4"_s, "bytes=4-7");
+    EXPECT_EQ(film->rawHeader("Content-Type"), "video/mp4");
+    EXPECT_EQ(film->readAll(), "ftyp");
 
     DemoTitle otherPublisher = first();
     otherPublisher.publisherId += 1;

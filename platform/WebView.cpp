@@ -1,0 +1,154 @@
+#include "platform/WebView.h"
+
+#include "platform/StandardOutput.h"
+#include "platform/WebEngine.h"
+#include "platform/WebEngineStart.h"
+#include "platform/Workspace.h"
+
+#include <QHideEvent>
+#include <QLabel>
+#include <QPushButton>
+#include <QShowEvent>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+WebView::WebView(QWidget *parent)
+    : QWidget(parent)
+    , m_fallback(new QWidget(this))
+    , m_fallbackLabel(new QLabel(m_fallback))
+    , m_browserButton(new QPushButton(m_fallback))
+{
+    buildFallback();
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_fallback);
+    m_start.setSingleShot(true);
+    connect(&m_start, &QTimer::timeout, this, &WebView::start);
+}
+
+WebView::~WebView() = default;
+
+void WebView::buildFallback()
+{
+    m_fallbackLabel->setAlignment(Qt::AlignCenter);
+    m_fallbackLabel->setTextFormat(Qt::PlainText);
+    m_fallbackLabel->setWordWrap(true);
+    m_browserButton->setAutoDefault(true);
+    connect(m_browserButton, &QPushButton::clicked, this, &WebView::openInBrowser);
+    auto *layout = new QVBoxLayout(m_fallback);
+    layout->addStretch();
+    layout->addWidget(m_fallbackLabel);
+    layout->addWidget(m_browserButton, 0, Qt::AlignHCenter);
+    layout->addStretch();
+    m_fallback->hide();
+}
+
+void WebView::setTexts(const Texts &texts)
+{
+    m_fallbackLabel->setText(texts.unavailable);
+    m_browserButton->setText(texts.openInBrowser);
+}
+
+void WebView::loadHTML(const QString &html, const QUrl &address)
+{
+    m_request = {.html = html, .address = address, .navigation = m_navigation};
+    reload();
+}
+
+void WebView::load(const QUrl &address)
+{
+    loadHTML(QString(), address);
+}
+
+void WebView::reload()
+{
+    if (isVisible())
+        m_start.start(0);
+}
+
+bool WebView::isRunning() const
+{
+    return m_engine != nullptr;
+}
+
+bool WebView::isUnavailable() const
+{
+    return !m_fallback->isHidden();
+}
+
+void WebView::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    if (!event->spontaneous())
+        reload();
+}
+
+void WebView::hideEvent(QHideEvent *event)
+{
+    QWidget::hideEvent(event);
+    if (!event->spontaneous()) // a window that is made small plays on
+        stop();
+}
+
+void WebView::start()
+{
+    if (m_request.html.isEmpty() && m_request.address.isEmpty())
+        return; // nothing has been asked for
+    if (m_request.html.isEmpty() && !isWebAddress(m_request.address)) {
+        fail(u"not an address of the web"_s);
+        return;
+    }
+    if (!m_engine) {
+        if (const std::optional<QString> obstacle = webEngineObstacle()) {
+            fail(*obstacle);
+            return;
+        }
+        makeEngine();
+    }
+    m_fallback->hide();
+    m_engine->open(m_request);
+}
+
+void WebView::makeEngine()
+{
+    const bool focused = m_fallback->isAncestorOf(focusWidget());
+    m_engine = new WebEngine(this);
+    m_engine->focusProxy()->setAccessibleName(accessibleName());
+    connect(m_engine, &WebEngine::failed, this, &WebView::fail);
+    layout()->addWidget(m_engine);
+    setTabOrder(this, m_engine->focusProxy());
+    m_engine->show();
+    if (focused)
+        m_engine->setFocus();
+}
+
+void WebView::stop()
+{
+    m_start.stop();
+    m_fallback->hide();
+    if (!m_engine)
+        return;
+    // Perhaps it is the engine that calls.
+    m_engine->hide();
+    m_engine->disconnect(this);
+    m_engine->deleteLater();
+    m_engine = nullptr;
+}
+
+void WebView::fail(const QString &reason)
+{
+    debugPrint(u"No web view: "_s + reason);
+    const bool focused = m_engine && m_engine->isAncestorOf(focusWidget());
+    stop();
+    m_browserButton->setVisible(isWebAddress(m_request.address));
+    m_fallback->show();
+    if (focused)
+        m_browserButton->setFocus();
+}
+
+void WebView::openInBrowser()
+{
+    if (isWebAddress(m_request.address))
+        Workspace::open(m_request.address);
+}

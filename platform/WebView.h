@@ -1,0 +1,68 @@
+#pragma once
+
+#include "platform/WebRequest.h"
+
+#include <QPointer>
+#include <QTimer>
+#include <QWidget>
+
+class QLabel;
+class QPushButton;
+class WebEngine;
+
+/// Shows pages of the web, or says that it cannot. The engine behind it is made when a page is to
+/// be seen, not before, and ends when the view is hidden: sound stops, memory comes back. Shown
+/// again, the view loads anew. Main thread only.
+class WebView : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// What stands in place of a page that cannot be shown. The owner knows the language.
+    struct Texts
+    {
+        QString unavailable;
+        QString openInBrowser;
+    };
+
+    explicit WebView(QWidget *parent = nullptr);
+    ~WebView() override;
+
+    void setTexts(const Texts &texts);
+    /// Holds for what is loaded from now on.
+    void setNavigation(WebNavigation navigation) { m_navigation = navigation; }
+
+    /// Shows a page made here. `address` is what it shows, and is opened in the browser where the
+    /// view cannot.
+    void loadHTML(const QString &html, const QUrl &address);
+    /// Shows what an address leads to; one that is not of the web counts as unavailable.
+    void load(const QUrl &address);
+    /// Loads what was asked for last anew; what failed is tried again.
+    void reload();
+
+    /// What was asked for last, also while nothing of it is shown.
+    [[nodiscard]] const WebRequest &request() const { return m_request; }
+    [[nodiscard]] bool isRunning() const;
+    /// The text stands where the page should be.
+    [[nodiscard]] bool isUnavailable() const;
+
+protected:
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+
+private:
+    void buildFallback();
+    void start();
+    void stop();
+    void makeEngine();
+    void fail(const QString &reason);
+    void openInBrowser();
+
+    WebRequest m_request;
+    WebNavigation m_navigation = WebNavigation::PageOnly;
+    QTimer m_start; ///< the view is seen first; the engine takes a moment
+    QPointer<WebEngine> m_engine;
+    QWidget *m_fallback;
+    QLabel *m_fallbackLabel;
+    QPushButton *m_browserButton;
+};

@@ -1,0 +1,251 @@
+#include "platform/WebView.h"
+
+#include "tests/support/Printers.h"
+#include "tests/support/Rows.h"
+#include "tests/support/WebTest.h"
+
+#include "demo/DemoAnswers.h"
+#include "demo/DemoCatalogue.h"
+#include "pen/URLFactory.h"
+#include "platform/Workspace.h"
+
+#include <QDirIterator>
+#include <QFileInfo>
+#include <QLabel>
+#include <QPushButton>
+#include <QWebEngineView>
+
+#include <csignal>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class WebViews : public WebTest
+{
+protected:
+    WebViews()
+    {
+        Workspace::setOpener([this](const QUrl &address) {
+            opened = address;
+            return true;
+        });
+        view.setTexts({u"Not here."_s, u"Browser"_s});
+        view.resize(640, 400);
+        EXPECT_TRUE(server.start());
+    }
+    ~WebViews() override
+    {
+        Workspace::setOpener({});
+        qunsetenv("QTWEBENGINEPROCESS_PATH");
+    }
+
+    [[nodiscard]] QUrl url(const QString &path) const
+    {
+        return QUrl(u"http://127.0.0.1:%1/%2"_s.arg(server.port()).arg(path));
+    }
+    void loadFilm(const QString &address)
+    {
+        view.loadHTML(URLFactory::getVideoHTML(address), QUrl(address));
+    }
+    [[nodiscard]] QWebEnginePage *page() const
+    {
+        auto *engine = view.findChild<QWebEngineView *>();
+        return engine != nullptr ? engine->page() : nullptr;
+    }
+    [[nodiscard]] QVariant evaluated(const QString &script) const
+    {
+        return page() != nullptr ? evaluate(*page(), script) : QVariant();
+    }
+    [[nodiscard]] bool waitFor(const QString &condition) const
+    {
+        return QTest::qWaitFor([&] { return evaluated(condition).toBool(); }, patience);
+    }
+    [[nodiscard]] bool waitUntilUnavailable() const
+    {
+        return QTest::qWaitFor([this] { return view.isUnavailable(); }, patience);
+    }
+    [[nodiscard]] qint64 playing()
+    {
+        EXPECT_TRUE(waitFor(u"document.querySelector('video').currentTime > 0.2"_s));
+        EXPECT_TRUE(QTest::qWaitFor([this] { return page()->recentlyAudible(); }, patience));
+        return page()->renderProcessPid();
+    }
+    [[nodiscard]] static bool waitUntilGone(qint64 process)
+    {
+        const QFileInfo running(u"/proc/%1/exe"_s.arg(process)); // none for what has ended
+        return QTest::qWaitFor([&] { return running.symLinkTarget().isEmpty(); }, patience);
+    }
+    /// The text stands there, and the button leads to `address`, or is not there without one.
+    void expectFallback(const QUrl &address)
+    {
+        auto *button = view.findChild<QPushButton *>();
+        EXPECT_FALSE(view.isRunning());
+        EXPECT_TRUE(view.findChild<QLabel *>()->isVisible());
+        EXPECT_EQ(button->isVisible(), !address.isEmpty());
+        opened.clear();
+        button->click();
+        EXPECT_EQ(opened, address);
+    }
+
+    const DemoCatalogue catalogue{1, 1};
+    QHash<QString, QByteArray> pages; ///< filled before they are asked for
+    LoopbackServer server{[this](const DemoRequest &request) {
+        return pages.contains(request.path)
+                   ? DemoAnswer{.contentType = "text/html", .body = pages.value(request.path)}
+                   : fileAnswer(catalogue, request);
+    }};
+    QUrl opened;
+    WebView view;
+};
+
+} // namespace
+
+TEST(WebEngineObstacles, AreFoundBeforeTheEngineEndsTheProgram)
+{
+    struct Row
+    {
+        const char *name;
+        bool root;
+        bool sandboxOff;
+        bool possible;
+        QString program;
+        bool starts;
+    };
+    const QString program = u"/usr/libexec/engine"_s;
+    forEachRow<Row>({{"somebody", false, false, true, program, true},
+                     {"no namespaces", false, false, false, program, false},
+                     {"no namespaces, none wanted", false, true, false, program, true},
+                     {"root", true, false, true, program, false},
+                     {"root without a sandbox", true, true, false, program, true},
+                     {"no process program", false, true, true, {}, false}},
+                    [](const Row &row) {
+                        EXPECT_EQ(
+                            !webEngineObstacle({.root = row.root,
+                                                .sandboxOff = row.sandboxOff,
+                                                .sandboxPossible = [&] { return row.possible; },
+                                                .processProgram = row.program}),
+                            row.starts);
+                    });
+}
+
+TEST_F(WebViews, withoutItsProcessProgramTheBrowserIsOffered)
+{
+    const QUrl film = url(u"video.mp4"_s);
+    qputenv("QTWEBENGINEPROCESS_PATH", "/nowhere");
+    loadFilm(film.toString());
+    view.show();
+    ASSERT_TRUE(waitUntilUnavailable());
+    expectFallback(film);
+}
+
+TEST_F(WebViews, onlyShownTheyPlayAndADeadProcessIsNoCrash)
+{
+    const QUrl film = url(u"video.mp4"_s);
+    loadFilm(film.toString());
+    EXPECT_FALSE(view.isRunning());
+    view.show();
+    const qint64 first = playing();
+    view.hide();
+    EXPECT_FALSE(view.isRunning());
+    EXPECT_TRUE(waitUntilGone(first));
+    EXPECT_EQ(page(), nullptr);
+
+    view.show();
+    const qint64 second = playing();
+    EXPECT_NE(first, second);
+    kill(pid_t(second), SIGKILL);
+    ASSERT_TRUE(waitUntilUnavailable());
+    expectFallback(film);
+    view.reload();
+    EXPECT_GT(playing(), 0);
+    EXPECT_FALSE(view.isUnavailable());
+
+    QDirIterator home(qEnvironmentVariable("HOME"), QDir::Files, QDirIterator::Subdirectories);
+    EXPECT_FALSE(home.hasNext()) << qPrintable(home.next());
+}
+
+TEST_F(WebViews, whatCannotBeShownSaysSo)
+{
+    struct Row
+    {
+        const char *name;
+        bool film;
+        QUrl address;
+    };
+    const auto check = [this](const Row &row) {
+        if (row.film)
+            loadFilm(row.address.toString());
+        else
+            view.load(row.address);
+        ASSERT_TRUE(waitUntilUnavailable());
+        expectFallback(isWebAddress(row.address) ? row.address : QUrl());
+        loadFilm(url(u"video.mp4"_s).toString());
+        EXPECT_GT(playing(), 0) << "the next one plays";
+    };
+    QFile film(u":/demo/video.mp4"_s);
+    const QString here = qEnvironmentVariable("HOME") + u"/video.mp4"_s;
+    ASSERT_TRUE(film.copy(here));
+    pages.insert(u"/page.mp4"_s, "<p>no film");
+    pages.insert(u"/away"_s, "<meta http-equiv=refresh content='0;/page.mp4'>here");
+    view.show();
+    forEachRow<Row>({{"film not there", true, url(u"none.mp4"_s)},
+                     {"no film", true, url(u"page.mp4"_s)},
+                     {"film of this computer", true, QUrl::fromLocalFile(here)},
+                     {"page not there", false, url(u"none"_s)},
+                     {"download", false, url(u"software/firmwareV14.bin"_s)},
+                     {"file of this computer", false, QUrl::fromLocalFile(here)},
+                     {"script", false, QUrl(u"javascript:document.write('x')"_s)}},
+                    check);
+    server.stop();
+    loadFilm(url(u"video.mp4"_s).toString());
+    ASSERT_TRUE(waitUntilUnavailable());
+    expectFallback(url(u"video.mp4"_s));
+}
+
+TEST_F(WebViews, pagesKeepToThemselves)
+{
+    struct Row
+    {
+        const char *name;
+        QString script;
+        QVariant result;
+    };
+    pages.insert(u"/other"_s, "<title>other</title>");
+    pages.insert(u"/shop"_s, "<title>shop</title><a id=new target=_blank href=/other>new</a>"
+                             "<a id=here href=/other>here</a><input type=file id=file>");
+    const QString click = u"document.getElementById('%1').click(), document.title"_s;
+    view.show();
+    view.load(url(u"shop"_s));
+    ASSERT_TRUE(waitFor(u"document.title == 'shop' && document.readyState == 'complete'"_s));
+    const std::initializer_list<Row> rows = {
+        {"window", u"window.open('/other') === null"_s, true},
+        {"alert", u"alert('?') === undefined"_s, true},
+        {"confirm", u"confirm('?')"_s, false},
+        {"prompt", u"prompt('?') === null"_s, true},
+        {"storage", u"try { !window.localStorage } catch (e) { true }"_s, true},
+        {"cookie", u"document.cookie = 'a=b', document.cookie"_s, QString()},
+        {"copy", u"document.execCommand('copy')"_s, false},
+        {"file", click.arg(u"file"_s), u"shop"_s},
+        {"new tab", click.arg(u"new"_s), u"shop"_s},
+        {"elsewhere", click.arg(u"here"_s), u"shop"_s},
+        {"asked for a permission",
+         u"navigator.geolocation.getCurrentPosition(() => 0, e => document.body.id = 'no' + "
+         u"e.code),"
+         "document.title"_s,
+         u"shop"_s}};
+    forEachRow<Row>(rows, [this](const Row &row) { EXPECT_EQ(evaluated(row.script), row.result); });
+    EXPECT_TRUE(waitFor(u"document.body.id == 'no1'"_s));
+    EXPECT_EQ(evaluated(u"document.title"_s), u"shop"_s);
+    EXPECT_EQ(QApplication::topLevelWidgets().size(), 1);
+
+    view.setNavigation(WebNavigation::Web);
+    view.reload();
+    view.load(url(u"shop"_s));
+    ASSERT_TRUE(waitFor(u"document.title == 'shop' && document.readyState == 'complete'"_s));
+    EXPECT_EQ(evaluated(click.arg(u"new"_s)), u"shop"_s);
+    (void)evaluated(u"location = 'data:text/html,<title>data'"_s);
+    (void)evaluated(click.arg(u"here"_s));
+    EXPECT_TRUE(waitFor(u"document.title == 'other'"_s));
+    EXPECT_FALSE(view.isUnavailable());
+}
