@@ -30,8 +30,8 @@ QuilloApplication::QuilloApplication(int &argc, char **argv, const VolumeSourceM
                                      const RadioMaker &makeRadio)
     : QApplication(withSharedContexts(argc), argv)
     , m_signals(std::make_unique<TerminationSignals>())
-    , m_volumes(installed(makeVolumes()))
     , m_radio(makeRadio())
+    , m_volumes(installed(makeVolumes()))
     , delegateReference(std::make_unique<AppDelegate>(Hardware{*m_volumes, *m_radio}))
 {
     ignoreBrokenPipes();

@@ -21,7 +21,7 @@ public:
     using VolumeSourceMaker = std::function<std::unique_ptr<VolumeSource>()>;
     using RadioMaker = std::function<std::unique_ptr<CentralManager>()>;
 
-    /// Both are made once the event loop's means are there, the volumes first.
+    /// Both are made once the event loop's means are there, the radio first.
     QuilloApplication(int &argc, char **argv, const VolumeSourceMaker &makeVolumes,
                       const RadioMaker &makeRadio);
     ~QuilloApplication() override;
@@ -38,8 +38,8 @@ public:
 
 private:
     std::unique_ptr<TerminationSignals> m_signals; // first, to be heard from the beginning
+    std::unique_ptr<CentralManager> m_radio;       // before there are threads
     std::unique_ptr<VolumeSource> m_volumes;
-    std::unique_ptr<CentralManager> m_radio;
 
 public:
     const std::unique_ptr<AppDelegate> delegateReference;

@@ -35,6 +35,7 @@ class QLabel;
 class QToolButton;
 class StorageController;
 class UpdateService;
+class VideosController;
 
 /// The main window's content and the hub of the program: owns services and permanent views, knows
 /// whether the pen is there, and runs the start-up sequence. Main thread only.
@@ -91,6 +92,7 @@ public:
     QPointer<MyBooksController> myBooksController;
     QPointer<GamesController> gamesController;
     QPointer<StorageController> storageController;
+    QPointer<VideosController> videosController;
     QPointer<MusicView> musicController;
     QPointer<MyQuilloTitlesController> myQuilloTitlesController;
     QPointer<ArchiveViewController> archiveViewController;

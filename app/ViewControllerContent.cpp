@@ -3,6 +3,7 @@
 #include "app/NavigationViewController.h"
 #include "base/EmptyStateView.h"
 #include "base/ViewPlacement.h"
+#include "bluetooth/VideosController.h"
 #include "library/CategoryControllers.h"
 #include "library/LibraryViewing.h"
 #include "library/MusicView.h"
@@ -32,8 +33,10 @@ void ViewController::addContentFactories()
         [this] { return musicController = new MusicView(*this, mainContentView); });
     add(NavElementType::Storage,
         [this] { return storageController = new StorageController(*this, mainContentView); });
-    for (const NavElementType type : {NavElementType::Videos, NavElementType::Shop})
-        add(type, [this, type] { return makePlainView(type); });
+    add(NavElementType::Videos, [this] {
+        return videosController = new VideosController(&bluetoothService, mainContentView);
+    });
+    add(NavElementType::Shop, [this] { return makePlainView(NavElementType::Shop); });
 }
 
 QWidget *ViewController::makeTitlesView()

@@ -1,7 +1,7 @@
 #include "app/CommandLine.h"
 #include "app/QuilloApplication.h"
+#include "platform/BluetoothCentral.h"
 #include "platform/Bundle.h"
-#include "platform/SimulatedCentral.h"
 #include "platform/VolumeSource.h"
 
 int main(int argc, char **argv)
@@ -14,6 +14,6 @@ int main(int argc, char **argv)
 
     QuilloApplication application(
         argc, argv, [&] { return commandLine.makeVolumes(); },
-        [] { return std::make_unique<SimulatedCentral>(CentralManager::State::unsupported); });
+        [] { return std::make_unique<BluetoothCentral>(); });
     return application.run();
 }

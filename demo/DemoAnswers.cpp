@@ -129,7 +129,7 @@ DemoAnswer fileAnswer(const DemoCatalogue &catalogue, const DemoRequest &request
         return content(DemoCatalogue::firmware());
     if (request.path == u"/software/"_s + DemoCatalogue::imageFileName())
         return content(DemoCatalogue::image());
-    if (request.path == u"/video.mp4"_s)
+    if (request.path == u"/video.mp4"_s || request.path == u"/video-of-the-book.mp4"_s)
         return video();
     const QString folder = request.path.section(u'/', 0, 1);
     const auto title = catalogue.title(request.path.section(u'/', 3, 3).toInt());

@@ -40,7 +40,7 @@ private:
         HalfWay,
         End,
         Log,
-        EveryView
+        OtherViews
     };
 
     void splashShown();
@@ -50,8 +50,8 @@ private:
     void completed();
     void runEnded();
     void look();
+    void showOthers();
     void finish();
-    void endWith(int exitCode);
     void leave(int exitCode);
     void aboutToQuit();
     void timedOut();
@@ -68,6 +68,7 @@ private:
     PenFiles m_before;
     Step m_step = Step::SplashWindow;
     QStringList m_pictures;
+    QStringList m_placed;
     QStringList m_failures;
     QTimer m_watchdog;
     QTimer m_looking;

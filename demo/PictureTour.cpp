@@ -3,13 +3,17 @@
 #include "app/NavigationViewController.h"
 #include "app/ViewController.h"
 #include "base/Localization.h"
-#include "demo/DemoPen.h"
+#include "bluetooth/VideosController.h"
+#include "demo/DemoSetup.h"
 #include "library/CategoryControllers.h"
 #include "library/LibraryLists.h"
 #include "library/TileView.h"
+#include "platform/WebView.h"
 #include "ui/DeleteViewController.h"
 
 #include <QApplication>
+#include <QComboBox>
+#include <QDir>
 #include <QTableView>
 
 #include <chrono>
@@ -20,7 +24,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto stay = 700ms; // until the covers are decoded and the slower news have arrived
+constexpr auto stay = 700ms;  // until the covers are decoded and the slower news have arrived
+constexpr int mostLooks = 30; // for what a picture waits for
+constexpr int videoPieces = 5;
 
 const QList<std::pair<NavElementType, QString>> &categories()
 {
@@ -43,14 +49,37 @@ void chooseSecond(QAbstractItemView &view)
 
 } // namespace
 
-PictureTour::PictureTour(ViewController &viewController, DemoPen &pen, TakePicture takePicture)
+PictureTour::PictureTour(ViewController &viewController, DemoSetup &setup, TakePicture takePicture)
     : m_viewController(viewController)
-    , m_pen(pen)
+    , m_setup(setup)
     , m_takePicture(std::move(takePicture))
+{
+    connect(&m_timer, &QTimer::timeout, this, &PictureTour::next);
+}
+
+void PictureTour::addMusicAndVideo(int number)
+{
+    m_stops.append({u"%1-music"_s.arg(number), [this] {
+                        m_viewController.showView(NavElementType::Music);
+                    }});
+    m_stops.append({{},
+                    [this] {
+                        m_viewController.showView(NavElementType::Videos);
+                        startScan();
+                    },
+                    [this] {
+                        return isConnected();
+                    }});
+    m_stops.append({u"%1-video"_s.arg(number + 1), [this] { pointAtVideo(); },
+                    [this] {
+                        return isPlaying();
+                    }});
+}
+
+void PictureTour::addEveryView()
 {
     for (const QString &language : {u"de"_s, u"en"_s})
         addLanguage(language);
-    connect(&m_timer, &QTimer::timeout, this, &PictureTour::next);
 }
 
 void PictureTour::addLanguage(const QString &language)
@@ -74,6 +103,8 @@ void PictureTour::addLanguage(const QString &language)
     }
     addSelection(language);
     addAlert(language);
+    addVideos(language);
+    addEmptyMusic(language);
     addWithoutPen(language);
 }
 
@@ -92,12 +123,63 @@ void PictureTour::addSelection(const QString &language)
                     }});
 }
 
+void PictureTour::addVideos(const QString &language)
+{
+    m_stops.append({language + u"-videos"_s,
+                    [this] {
+                        if (QWidget *alert = QApplication::activeModalWidget())
+                            alert->close();
+                        m_viewController.bluetoothService.disconnect();
+                        m_setup.radio().setInReach(1, true);
+                        m_viewController.showView(NavElementType::Videos);
+                    },
+                    [this] {
+                        return isPlaying();
+                    }});
+    m_stops.append({language + u"-videos-scanning"_s, [this] {
+                        startScan();
+                    }});
+    m_stops.append({language + u"-videos-choosing"_s, [] {},
+                    [this] {
+                        return m_viewController.videosController->quillosComboBox->isVisible();
+                    }});
+    m_stops.append({language + u"-videos-connected"_s,
+                    [this] { m_viewController.videosController->quillosComboBoxAction(1); },
+                    [this] {
+                        return isConnected();
+                    }});
+    m_stops.append({language + u"-videos-not-there"_s,
+                    [this] {
+                        const QByteArray address =
+                            m_setup.servers().fileAddress().toLatin1() + "gone.mp4";
+                        m_setup.radio().sendAddress(address, videoPieces);
+                    },
+                    [this] {
+                        return m_viewController.videosController->webView->isUnavailable();
+                    }});
+}
+
+void PictureTour::addEmptyMusic(const QString &language)
+{
+    const auto rename = [this](const QString &from, const QString &to) {
+        QDir(m_setup.pen().folder()).rename(from, to);
+        m_viewController.loadData();
+    };
+    m_stops.append({language + u"-music-empty"_s, [this, rename] {
+                        rename(u"mp3"_s, u"music-elsewhere"_s);
+                        m_viewController.showView(NavElementType::Music);
+                    }});
+    m_stops.append({{}, [rename] {
+                        rename(u"music-elsewhere"_s, u"mp3"_s);
+                    }});
+}
+
 void PictureTour::addWithoutPen(const QString &language)
 {
     m_stops.append({language + u"-no-pen"_s, [this] {
                         if (QWidget *alert = QApplication::activeModalWidget())
                             alert->close();
-                        m_pen.pullOut();
+                        m_setup.pen().pullOut();
                     }});
     for (const auto &[category, name] : categories()) {
         m_stops.append({language + u"-no-pen-"_s + name, [this, category = category] {
@@ -105,7 +187,7 @@ void PictureTour::addWithoutPen(const QString &language)
                         }});
     }
     m_stops.append({{}, [this] {
-                        m_pen.plugIn();
+                        m_setup.pen().plugIn();
                     }});
 }
 
@@ -126,19 +208,45 @@ void PictureTour::start()
     m_timer.start(stay);
 }
 
-/// Takes the picture of what was prepared before, and prepares what comes next.
+/// Takes the picture of what was prepared before, once it is ready, and prepares what comes next.
 void PictureTour::next()
 {
-    if (!m_shown.isEmpty())
-        m_takePicture(shownWindow(), m_shown);
+    const bool ready = !m_shown.ready || m_shown.ready();
+    if (!ready && ++m_looks < mostLooks)
+        return;
+    if (!ready)
+        m_missed.append(m_shown.name);
+    if (!m_shown.name.isEmpty())
+        m_takePicture(shownWindow(), m_shown.name);
     if (m_stops.isEmpty()) {
         m_timer.stop();
         Q_EMIT finished();
         return;
     }
-    const Stop stop = m_stops.takeFirst();
-    m_shown = stop.name;
-    stop.prepare();
+    m_looks = 0;
+    m_shown = m_stops.takeFirst();
+    m_shown.prepare();
+}
+
+void PictureTour::startScan()
+{
+    m_viewController.bluetoothService.startScan();
+}
+
+void PictureTour::pointAtVideo()
+{
+    m_setup.radio().sendAddress(m_setup.servers().videoAddress().toLatin1(), videoPieces);
+}
+
+bool PictureTour::isConnected() const
+{
+    return m_setup.radio().isConnected();
+}
+
+bool PictureTour::isPlaying() const
+{
+    const VideosController *videos = m_viewController.videosController;
+    return videos != nullptr && videos->webView->isPlaying();
 }
 
 QWidget *PictureTour::shownWindow() const

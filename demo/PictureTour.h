@@ -6,12 +6,11 @@
 
 #include <functional>
 
-class DemoPen;
+class DemoSetup;
 class QWidget;
 class ViewController;
 
-/// Shows every view in both forms and both languages, the deletion alert, and the window without
-/// pen, one after another, each long enough for its covers to be there.
+/// Shows one view after another, each until what it waits for is there.
 class PictureTour : public QObject
 {
     Q_OBJECT
@@ -20,9 +19,18 @@ public:
     using TakePicture = std::function<void(QWidget *window, const QString &name)>;
 
     /// All of these must outlive the tour.
-    PictureTour(ViewController &viewController, DemoPen &pen, TakePicture takePicture);
+    PictureTour(ViewController &viewController, DemoSetup &setup, TakePicture takePicture);
+
+    /// The music, and a video that the pen points at; the pictures' numbers go on from `number`.
+    void addMusicAndVideo(int number);
+    /// Every view in both forms and both languages, the deletion alert, the videos view in all its
+    /// states, and the window without pen.
+    void addEveryView();
 
     void start();
+
+    /// What a stop waited for without seeing it, as names of pictures.
+    [[nodiscard]] const QStringList &missed() const { return m_missed; }
 
 Q_SIGNALS:
     void finished();
@@ -30,21 +38,30 @@ Q_SIGNALS:
 private:
     struct Stop
     {
-        QString name;
+        QString name; ///< of the picture; empty for none
         std::function<void()> prepare;
+        std::function<bool()> ready = {}; ///< empty for after a while
     };
 
     void addLanguage(const QString &language);
     void addSelection(const QString &language);
     void addAlert(const QString &language);
+    void addVideos(const QString &language);
+    void addEmptyMusic(const QString &language);
     void addWithoutPen(const QString &language);
     void next();
+    void startScan();
+    void pointAtVideo();
+    [[nodiscard]] bool isConnected() const;
+    [[nodiscard]] bool isPlaying() const;
     [[nodiscard]] QWidget *shownWindow() const;
 
     ViewController &m_viewController;
-    DemoPen &m_pen;
+    DemoSetup &m_setup;
     TakePicture m_takePicture;
     QList<Stop> m_stops;
-    QString m_shown;
+    Stop m_shown;
+    QStringList m_missed;
     QTimer m_timer;
+    int m_looks = 0; ///< at what is shown
 };

@@ -46,6 +46,7 @@ void WebEngine::open(const WebRequest &request)
     // A page of its own for each: nothing that comes late from the one before reaches the next.
     auto page = std::make_unique<WebPage>(request, *m_profile);
     connect(page.get(), &WebPage::failed, this, &WebEngine::failed);
+    connect(page.get(), &WebPage::playing, this, &WebEngine::playing);
     page->setBackgroundColor(palette().color(backgroundRole()));
     m_view->setPage(page.get());
     m_page = std::move(page);

@@ -28,6 +28,8 @@ public:
 Q_SIGNALS:
     /// The page could not be loaded, its film not be played, or its process has ended.
     void failed(const QString &reason);
+    /// The first picture of the page's film is seen.
+    void playing();
 
 private:
     std::unique_ptr<QWebEngineProfile> m_profile; // ends after its page, which ends after its view

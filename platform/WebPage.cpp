@@ -54,11 +54,12 @@ void WebPage::open()
     }
 }
 
-/// Beside the page and unseen by it: tells films that cannot be played, and keeps them from growing
-/// out of the view. Of a page of our own only; on others a film is one thing among many.
+/// Beside the page and unseen by it: tells films that play or cannot be played, and keeps them from
+/// growing out of the view. Of a page of our own only; on others a film is one thing among many.
 void WebPage::watchFilms()
 {
     m_filmFailed = QUuid::createUuid().toString();
+    m_filmPlays = QUuid::createUuid().toString();
     QWebEngineScript script;
     script.setInjectionPoint(QWebEngineScript::DocumentCreation);
     script.setWorldId(QWebEngineScript::ApplicationWorld);
@@ -67,10 +68,13 @@ void WebPage::watchFilms()
             if (event.target instanceof HTMLMediaElement)
                 console.log('%1');
         }, true);
+        document.addEventListener('playing', event => {
+            event.target.requestVideoFrameCallback(() => console.log('%2'));
+        }, true);
         const sheet = new CSSStyleSheet();
         sheet.replaceSync('body { margin: 0 } video { display: block; height: 100vh }');
         document.adoptedStyleSheets = [sheet];
-    )"_s.arg(m_filmFailed));
+    )"_s.arg(m_filmFailed, m_filmPlays));
     scripts().insert(script);
 }
 
@@ -79,6 +83,8 @@ void WebPage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QStr
 {
     if (!m_filmFailed.isEmpty() && message == m_filmFailed)
         Q_EMIT failed(u"the film cannot be played"_s);
+    else if (!m_filmPlays.isEmpty() && message == m_filmPlays)
+        Q_EMIT playing();
 }
 
 bool WebPage::acceptNavigationRequest(const QUrl &url, NavigationType, bool isMainFrame)

@@ -18,6 +18,8 @@ public:
 
 Q_SIGNALS:
     void failed(const QString &reason);
+    /// The first picture of a page's film is seen.
+    void playing();
 
 protected:
     bool acceptNavigationRequest(const QUrl &url, NavigationType type, bool isMainFrame) override;
@@ -46,4 +48,5 @@ private:
     bool m_opened = false; ///< what was asked for is on its way
     bool m_shown = false;  ///< some of it has come
     QString m_filmFailed;  ///< what the watch of the films says; empty without one
+    QString m_filmPlays;
 };

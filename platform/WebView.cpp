@@ -63,6 +63,7 @@ void WebView::load(const QUrl &address)
 
 void WebView::reload()
 {
+    m_playing = false;
     if (isVisible())
         m_start.start(0);
 }
@@ -116,6 +117,11 @@ void WebView::makeEngine()
     m_engine = new WebEngine(this);
     m_engine->focusProxy()->setAccessibleName(accessibleName());
     connect(m_engine, &WebEngine::failed, this, &WebView::fail);
+    connect(m_engine, &WebEngine::playing, this, [this] {
+        m_playing = !m_start.isActive(); // else of the page before
+        if (m_playing)
+            Q_EMIT playing();
+    });
     layout()->addWidget(m_engine);
     setTabOrder(this, m_engine->focusProxy());
     m_engine->show();
@@ -126,6 +132,7 @@ void WebView::makeEngine()
 void WebView::stop()
 {
     m_start.stop();
+    m_playing = false;
     m_fallback->hide();
     if (!m_engine)
         return;

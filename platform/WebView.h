@@ -45,6 +45,12 @@ public:
     [[nodiscard]] bool isRunning() const;
     /// The text stands where the page should be.
     [[nodiscard]] bool isUnavailable() const;
+    /// A film of the page asked for last has been seen.
+    [[nodiscard]] bool isPlaying() const { return m_playing; }
+
+Q_SIGNALS:
+    /// The first picture of the page's film is seen.
+    void playing();
 
 protected:
     void showEvent(QShowEvent *event) override;
@@ -62,6 +68,7 @@ private:
     WebNavigation m_navigation = WebNavigation::PageOnly;
     QTimer m_start; ///< the view is seen first; the engine takes a moment
     QPointer<WebEngine> m_engine;
+    bool m_playing = false;
     QWidget *m_fallback;
     QLabel *m_fallbackLabel;
     QPushButton *m_browserButton;
