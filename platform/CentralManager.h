@@ -44,9 +44,11 @@ public:
     virtual void stopScan() = 0;
 
     /// Answered by didConnect() or, within ten seconds, didFailToConnect(); one that is connected
-    /// already answers didConnect(). When the radio goes off every connection ends with an error.
+    /// already answers didConnect(). When the radio goes off every connection ends with an error,
+    /// after didUpdateState(); so does one that is subscribed to nothing within those ten seconds.
     virtual void connectPeripheral(const PeripheralPtr &peripheral) = 0;
-    /// Ends the connection, or gives up the attempt. Answered by didDisconnect() without an error.
+    /// Ends the connection, or gives up the attempt. Answered by didDisconnect() without an error,
+    /// and nothing else comes for it; without either nothing happens.
     virtual void cancelPeripheralConnection(const PeripheralPtr &peripheral) = 0;
 
     CentralManagerDelegate *delegate = nullptr;

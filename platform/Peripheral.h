@@ -50,7 +50,8 @@ public:
     [[nodiscard]] virtual QList<QUuid> characteristics(const QUuid &service) const = 0;
 
     /// From then on every value that the device sends comes as didUpdateValue(), in order and each
-    /// as often as it was sent. A subscription that fails is told there once, as an error.
+    /// as often as it was sent. A subscription that fails is told there once, as an error, and
+    /// may end the connection.
     virtual void subscribe(const QUuid &characteristic) = 0;
 
     PeripheralDelegate *delegate = nullptr;

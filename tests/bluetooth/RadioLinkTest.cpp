@@ -17,34 +17,51 @@ namespace {
 class RadioLinkTest : public testing::Test, protected BluetoothServiceDelegate
 {
 protected:
+    using State = CentralManager::State;
+
     void SetUp() override
     {
         if (bluez.missing())
             GTEST_SKIP() << bluez.missing();
-        bluez.tell("adapter hci0 on");
-        begin(QDBusConnection::systemBus());
+        begin({"adapter hci0 on"});
     }
 
-    void begin(const QDBusConnection &bus)
+    /// A new program, on a bus that holds what the lines say.
+    void begin(const QByteArrayList &lines)
     {
         service.reset();
-        central.emplace(bus, RadioPatience{700ms, 200ms, 300ms});
-        service.emplace(*central);
-        service->delegate = this;
-        service->scanDuration = 300ms;
+        bluez.stop();
+        bluez.start();
+        for (const QByteArray &line : lines)
+            bluez.tell(line);
+        startProgram(QDBusConnection::systemBus());
     }
 
-    [[nodiscard]] bool waitForState(CentralManager::State state)
+    void startProgram(const QDBusConnection &bus)
+    {
+        service.reset();
+        central.emplace(bus, RadioPatience{500ms, 400ms, 300ms});
+        service.emplace(*central);
+        service->delegate = this;
+        service->scanDuration = 250ms;
+    }
+
+    [[nodiscard]] bool waitForState(State state)
     {
         return QTest::qWaitFor([=, this] { return central->state() == state; });
     }
 
     /// What happens between the beginning of a scan and `last`.
-    QStringList scanUntil(const QString &last)
+    QStringList scanUntil(const QString &last, const std::function<void()> &meanwhile = nullptr)
     {
-        EXPECT_TRUE(waitForState(CentralManager::State::poweredOn));
+        EXPECT_TRUE(waitForState(State::poweredOn));
         happened.clear();
+        bluez.forgetCalls();
         service->startScan();
+        if (meanwhile) {
+            EXPECT_TRUE(waitForCall("StartDiscovery hci0"));
+            meanwhile();
+        }
         return until(last);
     }
 
@@ -53,6 +70,11 @@ protected:
         EXPECT_TRUE(QTest::qWaitFor([&] { return happened.contains(last); }))
             << qPrintable(happened.join(u','));
         return std::exchange(happened, {});
+    }
+
+    bool waitForCall(const QByteArray &call)
+    {
+        return QTest::qWaitFor([&] { return bluez.calls().contains(call); });
     }
 
     void send(const QByteArrayList &values) { bluez.tell("send " + pen + ' ' + values.join(' ')); }
@@ -70,10 +92,16 @@ protected:
     {
         happened += scanning ? u"scan"_s : u"scanned"_s;
     }
-    void showMessage(BluetoothService &, const QString &key) override { happened += key; }
+    void showMessage(BluetoothService &, const QString &key) override
+    {
+        happened += key;
+        stateAtMessage = central->state();
+    }
     void didReceiveURL(BluetoothService &, const std::optional<QUrl> &url) override
     {
-        happened += url ? url->toString() : u"default video"_s;
+        happened += url ? url->toString(QUrl::FullyEncoded) : u"default video"_s;
+        if (happened.constLast() == u"http://stop/"_s)
+            service->disconnect();
     }
     void foundPens(BluetoothService &, const QStringList &names,
                    const std::function<void(int)> &selection) override
@@ -82,11 +110,20 @@ protected:
         choose = selection;
     }
 
+    [[nodiscard]] static QString keyOf(State state)
+    {
+        const QString name = nameOf(state);
+        return u"bluetooth_"_s + (name.startsWith(u"power") ? u"power_off"_s : name);
+    }
+
     const QByteArray pen = "AA:BB:CC:DD:EE:01";
+    const QByteArray penInReach = "air " + pen + " Quillo";
+    const QStringList failed{u"bluetooth_connection_failed"_s, u"disconnected"_s};
     MockBluez bluez;
     std::optional<BluetoothCentral> central;
     std::optional<BluetoothService> service;
     std::function<void(int)> choose;
+    State stateAtMessage = State::unknown;
     QStringList happened;
 };
 
@@ -95,17 +132,18 @@ protected:
 TEST_F(RadioLinkTest, FindsThePenAndPutsItsAddressesTogetherWholeAndInOrder)
 {
     bluez.tell("air AA:BB:CC:DD:EE:08 quillo");
-    bluez.tell("air " + pen + " Quillo");
+    bluez.tell(penInReach);
     EXPECT_EQ(scanUntil(u"connected"_s), (QStringList{u"scan"_s, u"scanned"_s, u"connected"_s}));
-    ASSERT_TRUE(QTest::qWaitFor([this] { return bluez.calls().contains("StartNotify char000b"); }));
+    ASSERT_TRUE(waitForCall("StartNotify char000b"));
 
     QByteArrayList pieces{piece(2, 0, "//http://a.b/"), piece(2, 1, "c d"), "cc"};
     for (int index = 0; index < 40; ++index)
-        pieces += piece(40, index, index == 0 ? "http://" : QByteArray::number(index));
+        pieces += piece(40, index, index == 0 ? "http://a/" : QByteArray::number(index));
     send(pieces);
-    const QString numbers =
-        until(u"http://123456789101112131415161718192021222324252627282930313233343536373839"_s)
-            .constLast();
+    const QString whole =
+        u"http://a/12345678910111213141516171819202122232425262728293031323334353637"_s;
+    EXPECT_EQ(until(whole + u"3839"_s),
+              (QStringList{u"http://a.b/c%20d"_s, u"default video"_s, whole + u"3839"_s}));
 
     QByteArrayList flood;
     QStringList addresses;
@@ -115,4 +153,188 @@ TEST_F(RadioLinkTest, FindsThePenAndPutsItsAddressesTogetherWholeAndInOrder)
     }
     send(flood);
     EXPECT_EQ(until(addresses.constLast()), addresses);
+    EXPECT_FALSE(bluez.calls().contains("ReadValue char000b"));
+
+    // What has been sent already does not come any more once the connection was given up.
+    const PeripheralPtr first = service->quilloPeripheral();
+    send({piece(1, 0, "http://stop/"), piece(1, 0, "http://late/"), "cc"});
+    ASSERT_TRUE(waitForCall("Disconnect dev_AA_BB_CC_DD_EE_01"));
+    const QString off = u"disconnected"_s; // told at once, and again when it has happened
+    EXPECT_TRUE(QTest::qWaitFor([&] { return happened.count(off) == 2; }));
+    EXPECT_EQ(happened, (QStringList{u"http://stop/"_s, off, off}));
+    scanUntil(u"connected"_s);
+    EXPECT_EQ(service->quilloPeripheral(), first);
+    bluez.tell("drop " + pen);
+    EXPECT_EQ(until(off), failed);
+    EXPECT_EQ(stateAtMessage, State::poweredOn);
+}
+
+TEST_F(RadioLinkTest, LetsThePersonChooseAmongPensAndConnectsToThatOneOnly)
+{
+    begin({"adapter hci0 on", penInReach, "air AA:BB:CC:DD:EE:02 Quillo"});
+    QStringList names = scanUntil(u"choose"_s).mid(2, 2);
+    const qsizetype chosen = names.indexOf(u"Quillo AA:BB:CC:DD:EE:02"_s);
+    EXPECT_TRUE(names.contains(u"Quillo AA:BB:CC:DD:EE:01"_s));
+    choose(int(chosen));
+    until(u"connected"_s);
+    EXPECT_TRUE(bluez.calls().contains("Connect dev_AA_BB_CC_DD_EE_02"));
+    EXPECT_FALSE(bluez.calls().contains("Connect dev_AA_BB_CC_DD_EE_01"));
+    service.reset(); // nobody is told any more
+    EXPECT_TRUE(waitForCall("Disconnect dev_AA_BB_CC_DD_EE_02"));
+}
+
+TEST_F(RadioLinkTest, FindsWhatCallsItselfAPenAndIsInReach)
+{
+    struct Row
+    {
+        const char *name;
+        QByteArrayList lines;
+        std::function<void()> meanwhile = nullptr;
+        bool isFound = true;
+    };
+    const QByteArray known = "known " + pen + " Quillo";
+    forEachRow<Row>({{"renamed by the person", {penInReach + " Pauls"}},
+                     {"name comes late",
+                      {"air " + pen + " -"},
+                      [this] {
+                          bluez.tell("name " + pen + " Quillo");
+                      }},
+                     {"person calls another so", {"air " + pen + " Lamp Quillo"}, nullptr, false},
+                     {"known, not heard", {known}, nullptr, false},
+                     {"known, heard late",
+                      {known},
+                      [this] {
+                          bluez.tell("set " + pen + " RSSI -50");
+                      }},
+                     {"known, connected", {known, "set " + pen + " Connected True"}},
+                     {"second adapter", {"adapter hci0 off", "adapter hci1 on", penInReach}}},
+                    [this](const Row &row) {
+                        begin(QByteArrayList{"adapter hci0 on"} + row.lines);
+                        scanUntil(row.isFound ? u"connected"_s : u"bluetooth_no_quillo_found"_s,
+                                  row.meanwhile);
+                    });
+}
+
+TEST_F(RadioLinkTest, EndsEveryConnectionThatComesToNothing)
+{
+    struct Row
+    {
+        const char *name; ///< the fault
+        bool isConnected = true;
+    };
+    bluez.tell(penInReach);
+    forEachRow<Row>(
+        {{"refused", false}, {"silent", false}, {"unresolved", false}, {"foreign"}, {"unnotified"}},
+        [this](const Row &row) {
+            bluez.tell(QByteArray("fault ") + row.name);
+            const QStringList events = scanUntil(u"disconnected"_s).mid(2);
+            EXPECT_EQ(events, row.isConnected ? QStringList(u"connected"_s) + failed : failed);
+        });
+    bluez.tell("fault");
+    scanUntil(u"connected"_s);
+}
+
+TEST_F(RadioLinkTest, EndsScanAndConnectionWithTheRadioAndBeginsAgainWhenItIsBack)
+{
+    struct Row
+    {
+        const char *name;
+        std::function<void()> go, come;
+        State state;
+        QString message;
+    };
+    const auto switchOff = [this] {
+        bluez.tell("adapter hci0 off");
+    };
+    const auto switchOn = [this] {
+        bluez.tell("adapter hci0 on");
+    };
+    const auto crash = [this] {
+        bluez.stop();
+    };
+    const auto restart = [this] {
+        EXPECT_TRUE(waitForState(State::unsupported));
+        bluez.start();
+        bluez.tell("adapter hci0 on");
+        bluez.tell(penInReach);
+    };
+    bluez.tell(penInReach);
+    forEachRow<Row>({{"off", switchOff, switchOn, State::poweredOff, u"bluetooth_power_off"_s},
+                     {"crash", crash, restart, State::resetting, u"bluetooth_resetting"_s}},
+                    [this](const Row &row) {
+                        scanUntil(u"connected"_s);
+                        row.go();
+                        EXPECT_EQ(until(u"disconnected"_s), failed);
+                        EXPECT_EQ(stateAtMessage, row.state);
+                        row.come();
+                        scanUntil(row.message, row.go);
+                        row.come();
+                        scanUntil(u"connected"_s);
+                        service->disconnect();
+                    });
+}
+
+TEST_F(RadioLinkTest, SaysWhyItCannotScanAndNoticesWhenItCan)
+{
+    struct Row
+    {
+        const char *name;
+        State state;
+        std::function<void()> cause;
+        std::function<void()> mend = nullptr;
+        QDBusConnection bus = QDBusConnection::systemBus();
+    };
+    const auto told = [this](const char *line) {
+        return [this, line] {
+            bluez.tell(line);
+        };
+    };
+    const auto plug = told("adapter hci0 on");
+    const auto restart = [=, this] {
+        bluez.start();
+        plug();
+    };
+    forEachRow<Row>({{"off", State::poweredOff, told("adapter hci0 off"), plug},
+                     {"no adapter", State::unsupported, told("unplug hci0"), plug},
+                     {"denied", State::unauthorized, told("fault denied")},
+                     {"no daemon", State::unsupported, [this] { bluez.stop(); }, restart},
+                     {"hangs", State::unknown, [this] { bluez.hang(true); },
+                      [this] {
+                          bluez.hang(false);
+                      }},
+                     {"no bus", State::unsupported, [] {}, nullptr, QDBusConnection(u"none"_s)}},
+                    [this](const Row &row) {
+                        begin({"adapter hci0 on"});
+                        row.cause();
+                        QElapsedTimer sinceStart;
+                        sinceStart.start();
+                        startProgram(row.bus);
+                        EXPECT_LT(sinceStart.elapsed(), 500) << "waits for the daemon";
+                        EXPECT_TRUE(waitForState(row.state));
+                        service->startScan();
+                        EXPECT_EQ(std::exchange(happened, {}), QStringList(keyOf(row.state)));
+                        if (row.mend)
+                            row.mend();
+                        EXPECT_TRUE(!row.mend || waitForState(State::poweredOn));
+                    });
+}
+
+TEST_F(RadioLinkTest, ADaemonThatHangsHoldsNothingUp)
+{
+    bluez.tell(penInReach);
+    const auto hang = [this] {
+        bluez.hang(true);
+    };
+    service->scanDuration = 600ms; // longer than an answer is waited for
+    QElapsedTimer sinceStart;
+    sinceStart.start();
+    EXPECT_TRUE(waitForState(State::poweredOn));
+    bluez.hang(true);
+    scanUntil(u"bluetooth_unknown"_s);
+    bluez.hang(false);
+    EXPECT_EQ(scanUntil(u"disconnected"_s, hang).mid(2),
+              failed); // hung between scan and connection
+    EXPECT_LT(sinceStart.elapsed(), 5000);
+    bluez.hang(false);
+    scanUntil(u"connected"_s);
 }

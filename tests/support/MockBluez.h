@@ -13,15 +13,8 @@ class MockBluez
 public:
     MockBluez()
     {
-        static QProcess bus; // one for all tests: Qt connects to the system's bus once
-        if (bus.state() == QProcess::NotRunning) {
-            bus.start(QStringLiteral("dbus-daemon"),
-                      {QStringLiteral("--session"), QStringLiteral("--nofork"),
-                       QStringLiteral("--print-address=1")});
-            if (QTest::qWaitFor([] { return bus.canReadLine(); }))
-                qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.readLine().trimmed());
-        }
-        if (bus.state() == QProcess::NotRunning)
+        static Bus bus;
+        if (!bus.isRunning)
             m_missing = "no dbus-daemon on this system";
         else
             start();
@@ -36,7 +29,7 @@ public:
     {
         m_process.start(QStringLiteral("/usr/bin/python3"),
                         {QStringLiteral(TEST_SUPPORT_FOLDER "/mock_bluez.py")});
-        if (!readUntil("ready\n"))
+        if (!readUntil("ready"))
             m_missing = "no python3-dbus or python3-gi on this system";
     }
 
@@ -52,12 +45,18 @@ public:
     void tell(const QByteArray &line)
     {
         m_process.write(line + '\n');
-        EXPECT_TRUE(readUntil("done\n"))
+        EXPECT_TRUE(readUntil("done"))
             << line.constData() << m_process.readAllStandardError().constData();
     }
 
-    /// All calls so far, apart from the reading ones.
-    [[nodiscard]] QByteArrayList calls()
+    void forgetCalls()
+    {
+        calls();
+        m_calls.clear();
+    }
+
+    /// All calls since then, apart from the reading ones.
+    QByteArrayList calls()
     {
         m_process.waitForReadyRead(0);
         while (m_process.canReadLine())
@@ -66,13 +65,33 @@ public:
     }
 
 private:
+    /// One for all tests: Qt connects to the system's bus once.
+    struct Bus
+    {
+        Bus()
+        {
+            daemon.start(QStringLiteral("dbus-daemon"),
+                         {QStringLiteral("--session"), QStringLiteral("--nofork"),
+                          QStringLiteral("--print-address=1")});
+            isRunning = QTest::qWaitFor([this] { return daemon.canReadLine(); });
+            qputenv("DBUS_SYSTEM_BUS_ADDRESS", daemon.readLine().trimmed());
+        }
+        ~Bus()
+        {
+            daemon.kill();
+            daemon.waitForFinished();
+        }
+        QProcess daemon;
+        bool isRunning = false;
+    };
+
     bool readUntil(const char *end)
     {
-        while (m_process.canReadLine() || m_process.waitForReadyRead(20'000)) {
-            const QByteArray line = m_process.readLine();
+        while (QTest::qWaitFor([this] { return m_process.canReadLine(); }, 20'000)) {
+            const QByteArray line = m_process.readLine().trimmed();
             if (line == end)
                 return true;
-            m_calls.append(line.trimmed());
+            m_calls.append(line);
         }
         return false;
     }
