@@ -11,6 +11,9 @@
 #include <QShowEvent>
 #include <QVBoxLayout>
 
+#include <optional>
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 WebView::WebView(QWidget *parent)
@@ -136,11 +139,14 @@ void WebView::stop()
     m_fallback->hide();
     if (!m_engine)
         return;
-    // Perhaps it is the engine that calls.
     m_engine->hide();
     m_engine->disconnect(this);
-    m_engine->deleteLater();
-    m_engine = nullptr;
+    // Perhaps it is the engine that calls. Not later than in the next turn, also of an inner loop:
+    // until then the sound goes on.
+    const auto end = [engine = std::exchange(m_engine, nullptr)] {
+        delete engine.data();
+    };
+    QMetaObject::invokeMethod(this, end, Qt::QueuedConnection);
 }
 
 void WebView::fail(const QString &reason)

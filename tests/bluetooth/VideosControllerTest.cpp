@@ -19,6 +19,7 @@
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -112,7 +113,7 @@ TEST_F(VideosViews, followTheStateOfTheLinkInTheLanguageShown)
 TEST_F(VideosViews, choosePensFromTheOpenListAlone)
 {
     videos.show();
-    videos.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&videos));
     QComboBox &chooser = *videos.quillosComboBox;
     offerPens({u"Quillo 1"_s});
     EXPECT_TRUE(chooser.isHidden());
@@ -122,15 +123,15 @@ TEST_F(VideosViews, choosePensFromTheOpenListAlone)
     EXPECT_EQ(chooser.itemText(2), u"Quillo 3"_s);
 
     videos.connectionButton->setFocus();
-    QTest::keyClick(&videos, Qt::Key_Tab);
-    ASSERT_TRUE(chooser.hasFocus());
+    QTest::keyClick(videos.connectionButton, Qt::Key_Tab);
+    ASSERT_EQ(QApplication::focusWidget(), &chooser);
     for (int again = 0; again < 2; ++again) { // also the one that is shown already
         QTest::keyClick(&chooser, Qt::Key_Down);
         QWidget *list = QApplication::activePopupWidget();
         ASSERT_TRUE(list);
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Home);
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
-        EXPECT_TRUE(QTest::qWaitFor([&] { return !list->isVisible(); }));
+        EXPECT_TRUE(waitUntil([&] { return !list->isVisible(); }));
     }
     EXPECT_EQ(chosen, QList<int>({7, 0, 0}));
 }
