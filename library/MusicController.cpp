@@ -107,21 +107,24 @@ void MusicController::setMusic(const MusicList &music)
 /// In as few pieces as there can be: row by row, many would cost their square.
 void MusicController::select(const QSet<QString> &names, const QString &current)
 {
-    const auto quiet = quietly();
     QItemSelection selection;
-    for (int row = 0, first = -1; row <= musicArray().size(); ++row) {
-        const QString name = musicArray().value(row) ? musicArray().at(row)->fileName : QString();
-        if (!name.isEmpty() && name == current)
-            tableView->selectionModel()->setCurrentIndex(m_model.index(row, MusicTableModel::title),
-                                                         QItemSelectionModel::NoUpdate);
-        const bool isSelected = !name.isEmpty() && names.contains(name);
-        if (isSelected && first < 0)
-            first = row;
-        if (isSelected || first < 0)
+    int first = -1; // of the piece that has begun
+    for (int row = 0; row < musicArray().size(); ++row) {
+        const QString &name = musicArray().at(row)->fileName;
+        const QModelIndex index = m_model.index(row, MusicTableModel::title);
+        if (name == current)
+            tableView->selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
+        if (!names.contains(name)) {
+            first = -1;
             continue;
-        selection.append({m_model.index(first, 0), m_model.index(row - 1, 0)});
-        first = -1;
+        }
+        if (first >= 0)
+            selection.removeLast();
+        else
+            first = row;
+        selection.append({m_model.index(first, MusicTableModel::title), index});
     }
+    const auto quiet = quietly();
     tableView->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect
                                                        | QItemSelectionModel::Rows);
 }

@@ -47,7 +47,8 @@ MusicList MusicReading::musicFiles()
 
 MusicList MusicReading::filesIn(const PenPlaces &pen)
 {
-    const QString folder = pathOf(pen.music());
+    const QUrl folderURL = pen.music();
+    const QString folder = pathOf(folderURL);
     QString error;
     const auto entries =
         FileManager::contentsOfDirectory(folder, FileManager::HiddenFiles::Include, {}, &error);
@@ -63,7 +64,7 @@ MusicList MusicReading::filesIn(const PenPlaces &pen)
             return {};
         if (!isMusic(entry.name))
             continue;
-        if (const auto file = music(pen.music(), entry))
+        if (const auto file = music(folderURL, entry))
             files += file;
     }
     return files;
@@ -106,5 +107,6 @@ AudioAsset MusicReading::asset(const QString &path, const QString &name,
 QString durationText(double seconds)
 {
     const auto whole = static_cast<qint64>(seconds);
-    return u"%1:%2"_s.arg(whole / 60, 2, 10, QLatin1Char('0')).arg(whole % 60, 2, 10, QLatin1Char('0'));
+    return u"%1:%2"_s.arg(whole / 60, 2, 10, QLatin1Char('0'))
+        .arg(whole % 60, 2, 10, QLatin1Char('0'));
 }

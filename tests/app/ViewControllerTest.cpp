@@ -263,11 +263,10 @@ TEST_F(EjectTest, ThatFailsTellsWhyAndCanBeTriedAgain)
     ASSERT_TRUE(isAsked(1));
     EXPECT_FALSE(penButton().isEnabled());
     const QString reason = u"Ziel ist beschäftigt"_s;
-    EXPECT_EQ(printedBy([&] {
-                  stuck.asked.takeLast()(reason);
-                  EXPECT_TRUE(isTold(reason));
-              }),
-              QStringList(reason));
+    EXPECT_TRUE(printedBy([&] {
+                    stuck.asked.takeLast()(reason);
+                    EXPECT_TRUE(isTold(reason));
+                }).contains(reason));
     EXPECT_TRUE(controller().isQuilloAvailable());
     EXPECT_TRUE(penButton().isEnabled());
     pullOut();
