@@ -8,6 +8,7 @@
 #include "library/CategoryControllers.h"
 #include "library/ElementService.h"
 #include "library/LibraryLists.h"
+#include "library/MusicView.h"
 #include "pen/UsbService.h"
 #include "platform/Dispatch.h"
 #include "platform/StandardOutput.h"
@@ -121,8 +122,13 @@ void ViewController::loadMusic()
 
 void ViewController::musicLoaded(const MusicList &music)
 {
+    const bool isKnown = areEqual(musicList(), music);
     musicList() = music;
-    libraryChanged();
+    // Titles are not filled anew for music that stays as it is.
+    if (!isKnown)
+        libraryChanged();
+    else if (musicController)
+        musicController->libraryChanged();
 }
 
 void ViewController::getBaseElementsFromPen()

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QUrl>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 
@@ -30,3 +31,10 @@ struct Music
 };
 
 using MusicList = QList<std::shared_ptr<Music>>;
+
+/// Whether both name the same files with the same texts in the same order.
+[[nodiscard]] inline bool areEqual(const MusicList &one, const MusicList &other)
+{
+    return std::equal(one.begin(), one.end(), other.begin(), other.end(),
+                      [](const auto &a, const auto &b) { return *a == *b; });
+}

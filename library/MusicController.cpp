@@ -91,7 +91,7 @@ void MusicController::setColumnWidths()
 
 void MusicController::setMusic(const MusicList &music)
 {
-    if (m_model.lists(music))
+    if (areEqual(m_model.listed(), music))
         return;
     const int scrolled = tableView->verticalScrollBar()->value();
     QSet<QString> selected;

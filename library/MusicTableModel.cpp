@@ -52,12 +52,6 @@ QCollator collator()
 
 } // namespace
 
-bool MusicTableModel::lists(const MusicList &music) const
-{
-    return std::equal(music.begin(), music.end(), m_listed.begin(), m_listed.end(),
-                      [](const auto &one, const auto &other) { return *one == *other; });
-}
-
 void MusicTableModel::setMusic(const MusicList &music)
 {
     beginResetModel();

@@ -17,7 +17,8 @@ public:
     void setMusic(const MusicList &music);
     /// In the order of the rows.
     [[nodiscard]] const MusicList &music() const { return m_music; }
-    [[nodiscard]] bool lists(const MusicList &music) const;
+    /// In the order of the listing.
+    [[nodiscard]] const MusicList &listed() const { return m_listed; }
 
     [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
     /// By what the column means, not by its texts; -1 is the order of the listing. The pictures

@@ -150,7 +150,7 @@ TEST_F(UpdateRunMedium, AFileTooLargeForItIsRefusedBeforeItIsLoadedAndOneThatTel
     ASSERT_TRUE(rig.run());
     expectOldTitle();
     EXPECT_THAT(states(), ElementsAre(DownloadType::Failed));
-    EXPECT_EQ(window().headline, localized(u"label_file_too_large"_s).arg(u"4,29\u00a0GB"_s));
+    EXPECT_EQ(window().headline, localized(u"label_file_too_large"_s).arg(u"4,3\u00a0GB"_s));
     EXPECT_LT(medium.written() - before, megabyte);
     expectNothingHidden();
     medium.tellSpace(0, 0);
