@@ -8,6 +8,7 @@
 #include "library/CategoryControllers.h"
 #include "library/ElementService.h"
 #include "library/LibraryLists.h"
+#include "library/MusicView.h"
 #include "pen/UsbService.h"
 #include "platform/Dispatch.h"
 #include "platform/StandardOutput.h"
@@ -117,24 +118,18 @@ void ViewController::loadData()
 
 void ViewController::loadMusic()
 {
-    Dispatch::global([this, load = ++m_musicLoad, pen = m_pen.number(),
-                      guard = QPointer<QObject>(this), list = getMusicFromPen] {
-        writeLog(u"loadData in DispatchQueue"_s);
-        std::optional<MusicList> music;
-        if (list)
-            music = list();
-        writeLog(u"loadData nach getMusicFromPen"_s);
-        Dispatch::main(guard, [this, load, pen, music] {
-            if (music && load == m_musicLoad && pen == m_pen.number())
-                musicLoaded(*music);
-        });
-    });
+    musicService.load([this](const MusicList &music) { musicLoaded(music); });
 }
 
 void ViewController::musicLoaded(const MusicList &music)
 {
+    const bool isKnown = areEqual(musicList(), music);
     musicList() = music;
-    libraryChanged();
+    // Titles are not filled anew for music that stays as it is.
+    if (!isKnown)
+        libraryChanged();
+    else if (musicController)
+        musicController->libraryChanged();
 }
 
 void ViewController::getBaseElementsFromPen()
@@ -185,6 +180,7 @@ void ViewController::penUnmounted()
     // First of all, so that nothing of a run under way is written any more.
     updateService->penRemoved();
     updateService->keepPen();
+    musicService.forgetPen();
     showMessage({});
     clearLibraryLists();
     m_coverCache.clear();
@@ -196,16 +192,17 @@ void ViewController::penUnmounted()
 
 void ViewController::ejectQuillo()
 {
-    // A file that is just being loaded onto the pen would keep it busy.
-    m_pen.eject([this](std::function<void()> released) {
+    // A file that is just being loaded onto the pen, or read, would keep it busy.
+    m_pen.eject([this](const std::function<void()> &released) {
         usbConnectionImageBtn->setEnabled(false);
-        updateService->releasePen(std::move(released));
+        musicService.releasePen([this, released] { updateService->releasePen(released); });
     });
 }
 
 void ViewController::ejectEnded(const QString &error)
 {
     updateService->keepPen();
+    musicService.keepPen();
     setUsbControlsEnabled(isQuilloAvailable());
     if (error.isEmpty())
         return;

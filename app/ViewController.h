@@ -7,7 +7,7 @@
 #include "download/LibraryReloading.h"
 #include "library/ContentOwner.h"
 #include "library/CoverCache.h"
-#include "library/Music.h"
+#include "library/MusicService.h"
 #include "platform/Hardware.h"
 #include "platform/SoundPlayer.h"
 #include "ui/DeletionOwner.h"
@@ -76,6 +76,7 @@ public:
 
     [[nodiscard]] DownloadWindow *downloadWindow() const;
     [[nodiscard]] CoverCache &coverCache() override { return m_coverCache; }
+    [[nodiscard]] bool isReadingMusic() const override { return musicService.isReadingFirst(); }
 
     // Outlets.
     QWidget *headerView = nullptr;
@@ -104,8 +105,7 @@ public:
     std::unique_ptr<UpdateService> updateService; ///< from viewDidLoad() on
     BluetoothService bluetoothService;
 
-    /// Lists the music on the pen; called on the pool. Without it the music list stays as it is.
-    std::function<MusicList()> getMusicFromPen;
+    MusicService musicService;
 
 protected:
     void showEvent(QShowEvent *event) override;
@@ -163,6 +163,5 @@ private:
     QPointer<EmptyStateView> m_noPenView;
     QTimer m_messageTimer;
 
-    int m_musicLoad = 0; ///< the one whose result counts
     ViewMode m_viewMode = ViewMode::tiled;
 };

@@ -24,6 +24,10 @@ QString keyStem(EmptyStateView::Reason reason)
         return u"no_pen"_s;
     case EmptyStateView::Reason::EmptyLibrary:
         return u"empty_library"_s;
+    case EmptyStateView::Reason::NoMusic:
+        return u"no_music"_s;
+    case EmptyStateView::Reason::ReadingMusic:
+        return u"reading_music"_s;
     case EmptyStateView::Reason::EmptyCategory:
         break;
     }

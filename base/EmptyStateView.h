@@ -14,7 +14,7 @@ class EmptyStateView : public QScrollArea, public LanguageHandling
     Q_OBJECT
 
 public:
-    enum class Reason { NoPen, EmptyLibrary, EmptyCategory };
+    enum class Reason { NoPen, EmptyLibrary, EmptyCategory, NoMusic, ReadingMusic };
 
     explicit EmptyStateView(Reason reason = Reason::EmptyCategory, QWidget *parent = nullptr);
 

@@ -35,6 +35,7 @@ void note(const QString &name, double value, const QString &unit);
 
 // The groups of figures; each returns whether all of its figures held.
 bool libraryFigures();
+bool musicFigures();
 bool transferFigures();
 bool programFigures();
 bool windowFigures();

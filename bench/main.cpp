@@ -19,11 +19,9 @@ struct Group
     const char *name;
     bool (*figures)();
 };
-constexpr Group groups[] = {{"transfer", transferFigures},
-                            {"library", libraryFigures},
-                            {"program", programFigures},
-                            {"windows", windowFigures},
-                            {"memory", memoryFigures}};
+constexpr Group groups[] = {{"transfer", transferFigures}, {"library", libraryFigures},
+                            {"music", musicFigures},       {"program", programFigures},
+                            {"windows", windowFigures},    {"memory", memoryFigures}};
 
 struct Child
 {

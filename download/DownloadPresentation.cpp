@@ -1,9 +1,9 @@
 #include "download/DownloadPresentation.h"
 
+#include "base/ByteCountFormatter.h"
 #include "base/Localization.h"
 #include "platform/FileFailure.h"
 
-#include <QLocale>
 #include <QStringList>
 
 #include <algorithm>
@@ -30,9 +30,8 @@ QString mediaPart(const QueueCounts &counts)
 
 QString sizeText(qint64 bytes)
 {
-    QString text =
-        QLocale(currentLanguage()).formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
-    return text.replace(u' ', QChar::Nbsp); // stays in one line
+    // Stays in one line.
+    return ByteCountFormatter(currentLanguage()).string(bytes).replace(u' ', QChar::Nbsp);
 }
 
 QString reasonKey(FileFailure::Reason reason)

@@ -3,7 +3,6 @@
 #include "base/ColorConstants.h"
 #include "base/ImageView.h"
 #include "base/Localization.h"
-#include "base/PlainText.h"
 #include "download/DownloadWindowController.h"
 #include "library/CoverCache.h"
 #include "library/DownloadQueue.h"
@@ -14,13 +13,11 @@ static_assert(int{DownloadTableModel::cancelColumn} == DownloadWindowController:
 
 namespace {
 
-QString text(const UpdateElement &row, int column)
+QString headerKey(int column)
 {
     if (column == DownloadTableModel::titleColumn)
-        return row.title;
-    if (column == DownloadTableModel::statusColumn)
-        return localized(statusTextKey(row.downloadType));
-    return {};
+        return u"titles"_s;
+    return column == DownloadTableModel::statusColumn ? u"label_status"_s : QString();
 }
 
 bool hasCross(const UpdateElement &row, int column)
@@ -38,7 +35,7 @@ QVariant rowColor(int row, const QColor &color)
 } // namespace
 
 DownloadTableModel::DownloadTableModel(CoverCache &covers, QObject *parent)
-    : QAbstractTableModel(parent)
+    : TitledTableModel(parent)
     , m_covers(covers)
     , m_deleteImage(shippedIcon(u"ic_clear_black_24dp_2x"_s))
 {
@@ -68,7 +65,7 @@ void DownloadTableModel::matchRowCount(int rows)
 
 void DownloadTableModel::updateTexts()
 {
-    Q_EMIT headerDataChanged(Qt::Horizontal, 0, columns - 1);
+    TitledTableModel::updateTexts();
     queueChanged();
 }
 
@@ -85,14 +82,27 @@ void DownloadTableModel::coversChanged()
                            {Qt::DecorationRole});
 }
 
-int DownloadTableModel::rowCount(const QModelIndex &parent) const
+int DownloadTableModel::shownRows() const
 {
-    return parent.isValid() ? 0 : m_rowCount;
+    return m_rowCount;
 }
 
-int DownloadTableModel::columnCount(const QModelIndex &parent) const
+int DownloadTableModel::shownColumns() const
 {
-    return parent.isValid() ? 0 : int{columns};
+    return columns;
+}
+
+QString DownloadTableModel::titleKey(int column) const
+{
+    return headerKey(column);
+}
+
+QString DownloadTableModel::text(const QModelIndex &index) const
+{
+    const UpdateElement &row = std::as_const(updateElements()).at(index.row());
+    if (index.column() == titleColumn)
+        return row.title;
+    return index.column() == statusColumn ? localized(statusTextKey(row.downloadType)) : QString();
 }
 
 QVariant DownloadTableModel::data(const QModelIndex &index, int role) const
@@ -101,14 +111,12 @@ QVariant DownloadTableModel::data(const QModelIndex &index, int role) const
     if (!index.isValid() || index.row() >= updateElements().size())
         return {};
     const UpdateElement &row = std::as_const(updateElements()).at(index.row());
+    const bool isCross = hasCross(row, index.column());
     switch (role) {
-    case Qt::DisplayRole:
-        return text(row, index.column());
     case Qt::ToolTipRole:
-        return hasCross(row, index.column()) ? localized(u"drop_row"_s)
-                                             : shownAsItIs(text(row, index.column()));
+        return isCross ? localized(u"drop_row"_s) : TitledTableModel::data(index, role);
     case Qt::AccessibleTextRole:
-        return accessibleText(row, index.column());
+        return isCross ? localized(u"drop_row"_s) + u": "_s + row.title : text(index);
     case Qt::DecorationRole:
         return decoration(row, index.column());
     case Qt::BackgroundRole:
@@ -116,7 +124,7 @@ QVariant DownloadTableModel::data(const QModelIndex &index, int role) const
     case Qt::ForegroundRole:
         return rowColor(index.row(), ColorConstants::textColor());
     default:
-        return {};
+        return TitledTableModel::data(index, role);
     }
 }
 
@@ -129,23 +137,10 @@ QVariant DownloadTableModel::decoration(const UpdateElement &row, int column) co
     return {};
 }
 
-QString DownloadTableModel::accessibleText(const UpdateElement &row, int column) const
-{
-    return hasCross(row, column) ? localized(u"drop_row"_s) + u": "_s + row.title
-                                 : text(row, column);
-}
-
 QVariant DownloadTableModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
-    if (orientation != Qt::Horizontal)
-        return {};
-    if (role == Qt::TextAlignmentRole)
-        return QVariant::fromValue(Qt::AlignLeft | Qt::AlignVCenter);
-    if (role == Qt::AccessibleTextRole && section == cancelColumn)
+    const bool isRead = orientation == Qt::Horizontal && role == Qt::AccessibleTextRole;
+    if (isRead && section == cancelColumn)
         return localized(u"drop_row"_s);
-    if (role != Qt::DisplayRole)
-        return {};
-    if (section == titleColumn)
-        return localized(u"titles"_s);
-    return section == statusColumn ? localized(u"label_status"_s) : QString();
+    return TitledTableModel::headerData(section, orientation, role);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QAbstractTableModel>
+#include "base/TitledTableModel.h"
+
 #include <QIcon>
 
 class CoverCache;
@@ -8,7 +9,7 @@ struct UpdateElement;
 
 /// The download queue as the window's table shows it. Reads the rows of updateElements() where they
 /// stand; whoever changes them calls queueChanged().
-class DownloadTableModel : public QAbstractTableModel
+class DownloadTableModel : public TitledTableModel
 {
     Q_OBJECT
 
@@ -23,19 +24,22 @@ public:
     /// Rows are added and removed at the end and all others shown anew, so that a view keeps its
     /// position and selection.
     void queueChanged();
-    /// Texts anew in the current language.
-    void updateTexts();
+    /// Those of the cells, too.
+    void updateTexts() override;
     void setDevicePixelRatio(qreal ratio);
 
-    [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
-    [[nodiscard]] int columnCount(const QModelIndex &parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
     [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation,
                                       int role) const override;
 
+protected:
+    [[nodiscard]] int shownRows() const override;
+    [[nodiscard]] int shownColumns() const override;
+    [[nodiscard]] QString titleKey(int column) const override;
+    [[nodiscard]] QString text(const QModelIndex &index) const override;
+
 private:
     [[nodiscard]] QVariant decoration(const UpdateElement &row, int column) const;
-    [[nodiscard]] QString accessibleText(const UpdateElement &row, int column) const;
     void matchRowCount(int rows);
     void coversChanged();
 

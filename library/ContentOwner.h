@@ -11,6 +11,8 @@ class ContentOwner : public virtual ViewModeHandlingDelegate, public virtual Pen
 {
 public:
     [[nodiscard]] virtual CoverCache &coverCache() = 0;
+    /// While the music of a pen is being read for the first time.
+    [[nodiscard]] virtual bool isReadingMusic() const = 0;
     /// Null as long as nobody takes the choice of titles.
     [[nodiscard]] virtual DeletionSelecting *deletionSelection() = 0;
     /// Builds the page of all titles anew and shows it.

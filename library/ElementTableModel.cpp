@@ -1,7 +1,5 @@
 #include "library/ElementTableModel.h"
 
-#include "base/Localization.h"
-#include "base/PlainText.h"
 #include "library/CollectionViewItem.h"
 
 #include <QSet>
@@ -12,15 +10,15 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString text(const BaseElement &element, int column)
+QString headerKey(int column)
 {
     switch (column) {
     case ElementTableModel::titleColumn:
-        return element.name;
+        return u"titles"_s;
     case ElementTableModel::publisherColumn:
-        return element.publisher;
+        return u"publisher"_s;
     case ElementTableModel::authorColumn:
-        return element.author;
+        return u"author"_s;
     default:
         return {};
     }
@@ -29,7 +27,7 @@ QString text(const BaseElement &element, int column)
 } // namespace
 
 ElementTableModel::ElementTableModel(Form form, QObject *parent)
-    : QAbstractTableModel(parent)
+    : TitledTableModel(parent)
     , m_form(form)
 {
 }
@@ -104,21 +102,34 @@ QList<int> ElementTableModel::rowsOf(const QStringList &ids) const
     return rows;
 }
 
-void ElementTableModel::updateTexts()
+int ElementTableModel::shownRows() const
 {
-    Q_EMIT headerDataChanged(Qt::Horizontal, 0, columnCountAll - 1);
+    return static_cast<int>(m_elements.size());
 }
 
-int ElementTableModel::rowCount(const QModelIndex &parent) const
+int ElementTableModel::shownColumns() const
 {
-    return parent.isValid() ? 0 : static_cast<int>(m_elements.size());
-}
-
-int ElementTableModel::columnCount(const QModelIndex &parent) const
-{
-    if (parent.isValid())
-        return 0;
     return m_form == Form::Grid ? 1 : columnCountAll;
+}
+
+QString ElementTableModel::titleKey(int column) const
+{
+    return headerKey(column);
+}
+
+QString ElementTableModel::text(const QModelIndex &index) const
+{
+    const BaseElement &element = *m_elements.at(index.row());
+    switch (shownColumn(index)) {
+    case titleColumn:
+        return element.name;
+    case publisherColumn:
+        return element.publisher;
+    case authorColumn:
+        return element.author;
+    default:
+        return {};
+    }
 }
 
 QVariant ElementTableModel::data(const QModelIndex &index, int role) const
@@ -126,36 +137,9 @@ QVariant ElementTableModel::data(const QModelIndex &index, int role) const
     if (!checkIndex(index, CheckIndexOption::IndexIsValid))
         return {};
     const BaseElement &element = *m_elements.at(index.row());
-    switch (role) {
-    case Qt::DisplayRole:
-        return text(element, shownColumn(index));
-    case Qt::ToolTipRole:
-        return shownAsItIs(text(element, shownColumn(index)));
-    case Qt::AccessibleTextRole:
-        return shownColumn(index) == imageColumn ? element.name : text(element, shownColumn(index));
-    case Qt::AccessibleDescriptionRole:
+    if (role == Qt::AccessibleTextRole && shownColumn(index) == imageColumn)
+        return element.name;
+    if (role == Qt::AccessibleDescriptionRole)
         return m_form == Form::Grid ? CollectionViewItem::isbnText(element.isbn) : QString();
-    default:
-        return {};
-    }
-}
-
-QVariant ElementTableModel::headerData(int section, Qt::Orientation orientation, int role) const
-{
-    if (orientation != Qt::Horizontal)
-        return {};
-    if (role == Qt::TextAlignmentRole)
-        return QVariant::fromValue(Qt::AlignLeft | Qt::AlignVCenter);
-    if (role != Qt::DisplayRole)
-        return {};
-    switch (section) {
-    case titleColumn:
-        return localized(u"titles"_s);
-    case publisherColumn:
-        return localized(u"publisher"_s);
-    case authorColumn:
-        return localized(u"author"_s);
-    default:
-        return QString();
-    }
+    return TitledTableModel::data(index, role);
 }

@@ -1,11 +1,10 @@
 #pragma once
 
+#include "base/TitledTableModel.h"
 #include "library/BaseElement.h"
 
-#include <QAbstractTableModel>
-
 /// One category's titles, a row each. Covers are painted by the views, each in its own size.
-class ElementTableModel : public QAbstractTableModel
+class ElementTableModel : public TitledTableModel
 {
     Q_OBJECT
 
@@ -38,14 +37,13 @@ public:
     /// The same in as few pieces as there can be: row by row, many would cost their square.
     [[nodiscard]] QList<RowRange> rangesOf(const QStringList &ids) const;
 
-    /// The column titles in the current language.
-    void updateTexts();
-
-    [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
-    [[nodiscard]] int columnCount(const QModelIndex &parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
-    [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation,
-                                      int role) const override;
+
+protected:
+    [[nodiscard]] int shownRows() const override;
+    [[nodiscard]] int shownColumns() const override;
+    [[nodiscard]] QString titleKey(int column) const override;
+    [[nodiscard]] QString text(const QModelIndex &index) const override;
 
 private:
     [[nodiscard]] int shownColumn(const QModelIndex &index) const;

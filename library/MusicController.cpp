@@ -2,9 +2,15 @@
 
 #include "base/ImageView.h"
 #include "library/ColoredTableView.h"
+#include "platform/Address.h"
+#include "platform/FileManager.h"
+#include "platform/StandardOutput.h"
+#include "platform/Workspace.h"
 
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QScrollBar>
+#include <QSet>
 
 using namespace Qt::StringLiterals;
 
@@ -46,6 +52,31 @@ MusicController::MusicController(QWidget *parent)
     tableView->setItemDelegateForColumn(MusicTableModel::image,
                                         new MusicImageDelegate(*tableView, musicImage));
     setColumnWidths();
+    setUpSorting();
+    connect(tableView, &QTableView::doubleClicked, this, &MusicController::play);
+    tableView->installEventFilter(this);
+}
+
+/// A third click on a title brings back the order of the listing.
+void MusicController::setUpSorting()
+{
+    QHeaderView *header = tableView->horizontalHeader();
+    header->setSectionsClickable(true);
+    header->setSortIndicatorClearable(true);
+    header->setSortIndicator(m_sortColumn, m_sortOrder);
+    tableView->setSortingEnabled(true);
+    connect(header, &QHeaderView::sortIndicatorChanged, this,
+            &MusicController::sortIndicatorChanged);
+}
+
+void MusicController::sortIndicatorChanged(int column, Qt::SortOrder order)
+{
+    if (column == MusicTableModel::image) {
+        tableView->horizontalHeader()->setSortIndicator(m_sortColumn, m_sortOrder);
+        return;
+    }
+    m_sortColumn = column;
+    m_sortOrder = order;
 }
 
 void MusicController::setColumnWidths()
@@ -60,20 +91,63 @@ void MusicController::setColumnWidths()
 
 void MusicController::setMusic(const MusicList &music)
 {
+    if (areEqual(m_model.listed(), music))
+        return;
     const int scrolled = tableView->verticalScrollBar()->value();
-    QStringList selected;
+    QSet<QString> selected;
     for (const int row : selectedRows())
-        selected.append(musicArray().at(row)->fileName);
+        selected.insert(musicArray().at(row)->fileName);
+    const QModelIndex current = tableView->currentIndex();
+    const QString name = current.isValid() ? musicArray().at(current.row())->fileName : QString();
     m_model.setMusic(music);
+    select(selected, name);
+    tableView->verticalScrollBar()->setValue(scrolled);
+}
+
+/// In as few pieces as there can be: row by row, many would cost their square.
+void MusicController::select(const QSet<QString> &names, const QString &current)
+{
     QItemSelection selection;
-    for (int row = 0; row < music.size(); ++row) {
-        if (selected.contains(music.at(row)->fileName))
-            selection.select(m_model.index(row, 0), m_model.index(row, 0));
+    int first = -1; // of the piece that has begun
+    for (int row = 0; row < musicArray().size(); ++row) {
+        const QString &name = musicArray().at(row)->fileName;
+        const QModelIndex index = m_model.index(row, MusicTableModel::title);
+        if (name == current)
+            tableView->selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
+        if (!names.contains(name)) {
+            first = -1;
+            continue;
+        }
+        if (first >= 0)
+            selection.removeLast();
+        else
+            first = row;
+        selection.append({m_model.index(first, MusicTableModel::title), index});
     }
     const auto quiet = quietly();
     tableView->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect
                                                        | QItemSelectionModel::Rows);
-    tableView->verticalScrollBar()->setValue(scrolled);
+}
+
+bool MusicController::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched != tableView || event->type() != QEvent::KeyPress)
+        return TableController::eventFilter(watched, event);
+    const int key = static_cast<QKeyEvent *>(event)->key();
+    const bool isReturn = key == Qt::Key_Return || key == Qt::Key_Enter;
+    if (isReturn)
+        play(tableView->currentIndex());
+    return isReturn;
+}
+
+void MusicController::play(const QModelIndex &index) const
+{
+    if (!index.isValid())
+        return;
+    const QString path = pathOf(musicArray().at(index.row())->fileURL);
+    const std::optional<QString> file = FileManager::realPath(path);
+    if (!file || !Workspace::open(urlOf(*file)))
+        debugPrint(u"Cannot be played: "_s + path);
 }
 
 void MusicController::languageChanged()

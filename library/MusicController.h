@@ -5,7 +5,8 @@
 
 #include <QIcon>
 
-/// Music files as a list.
+/// Music files as a list, which a click on a column title sorts. Double click and Return play a
+/// file in the system's player.
 class MusicController : public TableController
 {
     Q_OBJECT
@@ -13,16 +14,27 @@ class MusicController : public TableController
 public:
     explicit MusicController(QWidget *parent = nullptr);
 
-    /// Replaces the files; the selection and the scroll position stay where they still are.
+    /// Replaces the files; the order, the selection, the keyboard's row and the scroll position
+    /// stay where they still are.
     void setMusic(const MusicList &music);
+    /// In the order of the rows.
     [[nodiscard]] const MusicList &musicArray() const { return m_model.music(); }
 
     void languageChanged() override;
 
     const QIcon musicImage; ///< in every row
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     void setColumnWidths();
+    void setUpSorting();
+    void sortIndicatorChanged(int column, Qt::SortOrder order);
+    void select(const QSet<QString> &names, const QString &current);
+    void play(const QModelIndex &index) const;
 
     MusicTableModel m_model;
+    int m_sortColumn = -1;
+    Qt::SortOrder m_sortOrder = Qt::AscendingOrder;
 };

@@ -13,7 +13,7 @@ MusicView::MusicView(ContentOwner &viewController, QWidget *parent)
     : QWidget(parent)
     , list(new MusicController(this))
     , m_viewController(viewController)
-    , m_empty(new EmptyStateView(EmptyStateView::Reason::EmptyCategory, this))
+    , m_empty(new EmptyStateView(EmptyStateView::Reason::NoMusic, this))
 {
     pinEdges(*list, *this, Constants::listInset);
     pinEdges(*m_empty, *this);
@@ -35,6 +35,6 @@ void MusicView::languageChanged()
 void MusicView::libraryChanged()
 {
     list->setMusic(musicList());
-    m_empty->setReason(emptyReason(m_viewController.isQuilloAvailable()));
+    m_empty->setReason(emptyMusicReason(m_viewController));
     showAlone(musicList().isEmpty() ? static_cast<QWidget &>(*m_empty) : *list, *this);
 }

@@ -32,9 +32,13 @@ void TableController::deselectAll()
 QList<int> TableController::selectedRows() const
 {
     QList<int> rows;
-    for (const QModelIndex &index : tableView->selectionModel()->selectedRows())
-        rows.append(index.row());
+    // Asked for row by row, many would cost their square.
+    for (const QItemSelectionRange &range : tableView->selectionModel()->selection()) {
+        for (int row = range.top(); row <= range.bottom(); ++row)
+            rows.append(row);
+    }
     std::sort(rows.begin(), rows.end());
+    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
     return rows;
 }
 

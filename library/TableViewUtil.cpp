@@ -23,8 +23,9 @@ public:
 protected:
     void paintSection(QPainter *painter, const QRect &rect, int section) const override
     {
-        const QRect text =
-            rect.adjusted(ColoredTableRowView::textMargin, 0, -ColoredTableRowView::textMargin, 0);
+        const int margin = ColoredTableRowView::textMargin;
+        const bool isSorted = isSortIndicatorShown() && sortIndicatorSection() == section;
+        const QRect text = rect.adjusted(margin, 0, isSorted ? -2 * margin : -margin, 0);
         const QString title = model()->headerData(section, Qt::Horizontal).toString();
         painter->fillRect(rect, palette().color(QPalette::Button));
         painter->fillRect(QRect(rect.left(), rect.bottom(), rect.width(), 1),
@@ -32,6 +33,25 @@ protected:
         painter->setPen(ColorConstants::textColor());
         painter->drawText(text, Qt::AlignLeft | Qt::AlignVCenter,
                           fontMetrics().elidedText(title, Qt::ElideRight, text.width()));
+        if (isSorted)
+            paintSortIndicator(*painter, rect);
+    }
+
+private:
+    /// In the place that the margin leaves at the right.
+    void paintSortIndicator(QPainter &painter, const QRect &rect) const
+    {
+        constexpr int extent = 4;
+        const int up = sortIndicatorOrder() == Qt::AscendingOrder ? -1 : 1;
+        const QPointF tip(rect.right() - 2 * extent, rect.center().y() + up * extent / 2);
+        painter.save();
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(ColorConstants::textColor());
+        const QPointF corners[] = {tip, tip + QPointF(-extent, -up * extent),
+                                   tip + QPointF(extent, -up * extent)};
+        painter.drawPolygon(corners, 3);
+        painter.restore();
     }
 };
 

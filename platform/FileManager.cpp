@@ -239,12 +239,19 @@ FileManager::Contents FileManager::contents(const QString &path, qint64 limit)
     return contents;
 }
 
-std::optional<QList<FileManager::Entry>>
-FileManager::contentsOfDirectory(const QString &path, HiddenFiles hidden, const QString &containing)
+std::optional<QList<FileManager::Entry>> FileManager::contentsOfDirectory(const QString &path,
+                                                                          HiddenFiles hidden,
+                                                                          const QString &containing,
+                                                                          QString *error)
 {
+    const auto failed = [error] {
+        if (error)
+            *error = qt_error_string(errno);
+        return std::nullopt;
+    };
     FolderReader reader(placeOf(path).open(O_RDONLY | O_DIRECTORY));
     if (!reader.isOpen())
-        return std::nullopt;
+        return failed();
     QList<Entry> entries;
     while (const dirent *entry = reader.next()) {
         if (hidden == HiddenFiles::Skip && entry->d_name[0] == '.')
@@ -254,7 +261,7 @@ FileManager::contentsOfDirectory(const QString &path, HiddenFiles hidden, const 
             entries.append({name, modifiedOf(reader.descriptor(), entry->d_name)});
     }
     if (errno != 0)
-        return std::nullopt;
+        return failed();
     return entries;
 }
 

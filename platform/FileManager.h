@@ -81,9 +81,10 @@ public:
     [[nodiscard]] static Contents contents(const QString &path, qint64 limit = -1);
 
     /// The folder's entries whose name holds `containing`, in the system's order, without "." and
-    /// ".."; absent when it cannot be read.
+    /// ".."; absent when it cannot be read, and `error` says why.
     [[nodiscard]] static std::optional<QList<Entry>>
-    contentsOfDirectory(const QString &path, HiddenFiles hidden, const QString &containing = {});
+    contentsOfDirectory(const QString &path, HiddenFiles hidden, const QString &containing = {},
+                        QString *error = nullptr);
 
     /// Begins a visit of the folder, of nothing when there is no such folder.
     [[nodiscard]] static FolderVisit visit(const QString &folder);

@@ -3,6 +3,7 @@
 #include "tests/app/AppFixture.h"
 #include "tests/support/GoldenTrace.h"
 
+#include "base/EmptyStateView.h"
 #include "download/DownloadWindow.h"
 #include "download/DownloadWindowController.h"
 #include "library/ColoredTableView.h"
@@ -104,41 +105,32 @@ TEST_F(StartWithPen, IsTracedAndEnablesThePenButton)
     EXPECT_EQ(controller().quilloName(), u"QUILLO"_s);
 }
 
-TEST_F(StartWithPen, MusicListIsReplacedByWhatThePoolLists)
+TEST_F(StartWithPen, MusicIsReadOffTheMainThreadAndUntilThenItSaysSo)
 {
-    musicList() = {std::make_shared<Music>()};
-    controller().loadData();
-    Dispatch::waitForGlobalWork();
-    QCoreApplication::sendPostedEvents();
-    EXPECT_EQ(musicList().size(), 1);
-
-    controller().showView(NavElementType::Music);
-    const QAbstractItemModel &rows = *controller().musicController->list->tableView->model();
-    EXPECT_EQ(rows.rowCount(), 1);
+    QSemaphore gate;
     std::atomic<bool> offMainThread = false;
-    controller().getMusicFromPen = [&] {
+    pen.write(u"mp3/a.mp3"_s, "x");
+    controller().musicService.readAsset = [&](const QString &) {
         offMainThread = !Dispatch::isMainThread();
-        return MusicList{std::make_shared<Music>(), std::make_shared<Music>()};
+        gate.acquire();
+        return AudioAsset();
     };
-    controller().loadData();
-    ASSERT_TRUE(QTest::qWaitFor([] { return musicList().size() == 2; }));
+    controller().showView(NavElementType::Music);
+    const auto *empty = controller().musicController->findChild<EmptyStateView *>();
+    EXPECT_EQ(empty->reason(), EmptyStateView::Reason::ReadingMusic);
+    gate.release(100);
+    ASSERT_TRUE(QTest::qWaitFor([] { return musicList().size() == 1; }));
     EXPECT_TRUE(offMainThread);
-    EXPECT_EQ(rows.rowCount(), 2);
-}
+    EXPECT_EQ(controller().musicController->list->musicArray().size(), 1);
 
-TEST_F(StartWithPen, MusicOfAPenThatHasGoneDoesNotComeBack)
-{
-    QSemaphore listed;
-    controller().getMusicFromPen = [&] {
-        listed.acquire();
-        return MusicList{std::make_shared<Music>()};
-    };
+    pen.write(u"mp3/b.mp3"_s, "x");
+    gate.acquire(gate.available());
     controller().loadData();
     pullOut();
-    listed.release();
+    gate.release();
     Dispatch::waitForGlobalWork();
     QCoreApplication::sendPostedEvents();
-    EXPECT_TRUE(musicList().isEmpty());
+    EXPECT_TRUE(musicList().isEmpty()) << "of a pen that has gone";
 }
 
 TEST_F(StartWithoutPen, PluggingInEnablesAndPullingOutEmpties)
@@ -271,11 +263,10 @@ TEST_F(EjectTest, ThatFailsTellsWhyAndCanBeTriedAgain)
     ASSERT_TRUE(isAsked(1));
     EXPECT_FALSE(penButton().isEnabled());
     const QString reason = u"Ziel ist beschäftigt"_s;
-    EXPECT_EQ(printedBy([&] {
-                  stuck.asked.takeLast()(reason);
-                  EXPECT_TRUE(isTold(reason));
-              }),
-              QStringList(reason));
+    EXPECT_TRUE(printedBy([&] {
+                    stuck.asked.takeLast()(reason);
+                    EXPECT_TRUE(isTold(reason));
+                }).contains(reason));
     EXPECT_TRUE(controller().isQuilloAvailable());
     EXPECT_TRUE(penButton().isEnabled());
     pullOut();

@@ -72,9 +72,8 @@ TEST(StoringHeadline, SaysWhyAndHowMuch)
     };
     const QString space = QChar(QChar::Nbsp) + u"MB"_s;
     EXPECT_EQ(headline(Reason::Full),
-              localized(u"label_pen_full"_s).arg(u"2,0"_s + space, u"1,0"_s + space));
-    EXPECT_EQ(headline(Reason::TooLarge),
-              localized(u"label_file_too_large"_s).arg(u"2,0"_s + space));
+              localized(u"label_pen_full"_s).arg(u"2"_s + space, u"1"_s + space));
+    EXPECT_EQ(headline(Reason::TooLarge), localized(u"label_file_too_large"_s).arg(u"2"_s + space));
     for (const auto &[reason, key] : {std::pair(Reason::ReadOnly, u"copy_failed_read_only"_s),
                                       {Reason::Gone, u"copy_failed_gone"_s},
                                       {Reason::Other, u"copy_failed_other"_s}})

@@ -18,6 +18,7 @@ public:
     [[nodiscard]] ViewMode viewMode() const override { return mode; }
     [[nodiscard]] bool isQuilloAvailable() const override { return penAvailable; }
     [[nodiscard]] CoverCache &coverCache() override { return covers; }
+    [[nodiscard]] bool isReadingMusic() const override { return readingMusic; }
     void showTitlesView() override { ++titlesViewsShown; }
     [[nodiscard]] DeletionSelecting *deletionSelection() override { return this; }
     void setSelectedElementIds(const QStringList &ids) override { selectedElementIds() = ids; }
@@ -25,6 +26,7 @@ public:
 
     ViewMode mode = ViewMode::tiled;
     bool penAvailable = true;
+    bool readingMusic = false;
     CoverCache covers;
     int titlesViewsShown = 0;
 };

@@ -59,7 +59,7 @@ TEST_F(UpdateRunMedium, AFullPenKeepsWhatItHasAndIsToldSo)
     EXPECT_EQ(onPen(u".qnk"_s, u"00044_en"_s), old);
     EXPECT_THAT(
         window().headline.toStdString(),
-        testing::ContainsRegex("voll: 8,0\u00a0MB werden gebraucht, 1,[3-5]\u00a0MB sind frei"));
+        testing::ContainsRegex("voll: 8\u00a0MB werden gebraucht, 1,[3-5]\u00a0MB sind frei"));
     EXPECT_EQ(rig.server.requests(UpdateRig::contentPath(43, 3)).size(), 2) << "HEAD and one GET";
     expectNothingHidden();
 
