@@ -44,6 +44,7 @@ protected:
     }
     ~MusicTest() override
     {
+        gate.release(100); // for what a failed test leaves waiting
         Dispatch::waitForGlobalWork();
         FileManager::setVolumeSource(nullptr);
     }
