@@ -263,12 +263,29 @@ TEST_F(RadioLinkTest, EndsScanAndConnectionWithTheRadioAndBeginsAgainWhenItIsBac
                      {"crash", crash, restart, State::resetting, u"bluetooth_resetting"_s}},
                     [this](const Row &row) {
                         scanUntil(u"connected"_s);
+                        EXPECT_TRUE(waitForCall("StartNotify char000b"));
+                        send({"cc"});
+                        until(u"default video"_s);
                         row.go();
                         EXPECT_EQ(until(u"disconnected"_s), failed);
                         EXPECT_EQ(stateAtMessage, row.state);
                         row.come();
                         scanUntil(row.message, row.go);
                         row.come();
+                        // Off and on again in the middle ends a scan as well: the next one begins.
+                        for (const bool isLast : {false, true}) {
+                            EXPECT_TRUE(waitForState(State::poweredOn));
+                            bluez.forgetCalls();
+                            central->scanForPeripherals();
+                            EXPECT_TRUE(waitForCall("StartDiscovery hci0"));
+                            if (!isLast) {
+                                row.go();
+                                EXPECT_TRUE(waitForState(row.state));
+                                row.come();
+                            }
+                        }
+                        central->stopScan();
+                        EXPECT_TRUE(waitForCall("StopDiscovery hci0"));
                         scanUntil(u"connected"_s);
                         service->disconnect();
                     });

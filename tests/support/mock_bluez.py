@@ -15,6 +15,7 @@ Every call but the reading ones is told on standard output, after the line "read
 """
 import ast
 import sys
+import time
 
 try:
     import dbus
@@ -78,6 +79,8 @@ def power(path, on):
         for pen in paths(DEVICE):
             disconnect(pen)
         change(path, Discovering=False)
+        bus.flush()
+        time.sleep(0.05)  # as a radio does that has much to end
     change(path, Powered=on)
 
 
