@@ -166,7 +166,8 @@ TEST_F(WebViews, onlyShownTheyPlayAndADeadProcessIsNoCrash)
     EXPECT_FALSE(view.isUnavailable());
 
     QDirIterator home(qEnvironmentVariable("HOME"), QDir::Files, QDirIterator::Subdirectories);
-    EXPECT_FALSE(home.hasNext()) << qPrintable(home.next());
+    while (home.hasNext()) // the toolkit's own, where it draws with the graphics card
+        EXPECT_TRUE(home.next().contains(u"/qtshadercache"_s)) << qPrintable(home.filePath());
 }
 
 TEST_F(WebViews, whatCannotBeShownSaysSo)
