@@ -12,8 +12,10 @@
 #include <QDirIterator>
 #include <QLabel>
 #include <QPushButton>
+#include <QTest>
 #include <QWebEngineView>
 
+#include <atomic>
 #include <csignal>
 
 using namespace Qt::StringLiterals;
@@ -94,7 +96,9 @@ protected:
 
     const DemoCatalogue catalogue{1, 1};
     QHash<QString, QByteArray> pages; ///< filled before they are asked for
+    std::atomic<bool> askedForTab = false;
     LoopbackServer server{[this](const DemoRequest &request) {
+        askedForTab = askedForTab || request.path == u"/new"_s;
         return pages.contains(request.path)
                    ? DemoAnswer{.contentType = "text/html", .body = pages.value(request.path)}
                    : fileAnswer(catalogue, request);
@@ -166,7 +170,8 @@ TEST_F(WebViews, onlyShownTheyPlayAndADeadProcessIsNoCrash)
     EXPECT_FALSE(view.isUnavailable());
 
     QDirIterator home(qEnvironmentVariable("HOME"), QDir::Files, QDirIterator::Subdirectories);
-    EXPECT_FALSE(home.hasNext()) << qPrintable(home.next());
+    while (home.hasNext()) // the toolkit's own, where it draws with the graphics card
+        EXPECT_TRUE(home.next().contains(u"/qtshadercache"_s)) << qPrintable(home.filePath());
 }
 
 TEST_F(WebViews, whatCannotBeShownSaysSo)
@@ -215,7 +220,8 @@ TEST_F(WebViews, pagesKeepToThemselves)
         QVariant result;
     };
     pages.insert(u"/other"_s, "<title>other</title>");
-    pages.insert(u"/shop"_s, "<title>shop</title><a id=new target=_blank href=/other>new</a>"
+    pages.insert(u"/shop"_s, "<title>shop</title><a id=new target=_blank href=/new style='"
+                             "position:fixed;top:0;left:0;width:100%;height:50%'>new</a>"
                              "<a id=here href=/other>here</a><input type=file id=file>");
     const QString click = u"document.getElementById('%1').click(), document.title"_s;
     view.show();
@@ -247,9 +253,11 @@ TEST_F(WebViews, pagesKeepToThemselves)
     const QWebEnginePage *before = page();
     ASSERT_TRUE(waitUntil([&] { return page() != before; }));
     ASSERT_TRUE(waitForTitle(u"shop"_s));
-    EXPECT_EQ(evaluated(click.arg(u"new"_s)), u"shop"_s);
+    QWidget *surface = view.findChild<QWebEngineView *>()->focusProxy();
+    QTest::mouseClick(surface, Qt::LeftButton, {}, {50, 50}); // by hand, which opens tabs elsewhere
+    EXPECT_TRUE(waitUntil([&] { return evaluated(u"document.activeElement.id"_s) == u"new"_s; }));
     (void)evaluated(u"location = 'data:text/html,<title>data'"_s);
     (void)evaluated(click.arg(u"here"_s));
     EXPECT_TRUE(waitForTitle(u"other"_s));
-    EXPECT_FALSE(view.isUnavailable());
+    EXPECT_FALSE(view.isUnavailable() || askedForTab);
 }
