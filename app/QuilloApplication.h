@@ -35,6 +35,7 @@ public:
     /// The main window's controller; null until the main window is shown.
     [[nodiscard]] ViewController *viewController() const;
     [[nodiscard]] VolumeSource &volumes() const { return *m_volumes; }
+    [[nodiscard]] CentralManager &radio() const { return *m_radio; }
 
 private:
     std::unique_ptr<TerminationSignals> m_signals; // first, to be heard from the beginning

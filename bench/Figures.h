@@ -39,4 +39,5 @@ bool musicFigures();
 bool transferFigures();
 bool programFigures();
 bool windowFigures();
+bool videoFigures();
 bool memoryFigures();

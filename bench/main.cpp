@@ -21,18 +21,17 @@ struct Group
 };
 constexpr Group groups[] = {{"transfer", transferFigures}, {"library", libraryFigures},
                             {"music", musicFigures},       {"program", programFigures},
-                            {"windows", windowFigures},    {"memory", memoryFigures}};
+                            {"windows", windowFigures},    {"videos", videoFigures},
+                            {"memory", memoryFigures}};
 
 struct Child
 {
     const char *name;
     int (*run)(int argc, char **argv);
 };
-constexpr Child children[] = {{"start", startChild},
-                              {"run", updateRunChild},
-                              {"covers", coversChild},
-                              {"views", viewsChild},
-                              {"memory", memoryChild}};
+constexpr Child children[] = {{"start", startChild},   {"run", updateRunChild},
+                              {"covers", coversChild}, {"views", viewsChild},
+                              {"videos", videosChild}, {"memory", memoryChild}};
 
 int runAsChild(int argc, char **argv)
 {
