@@ -7,13 +7,16 @@
 #include "demo/DemoSetup.h"
 #include "library/CategoryControllers.h"
 #include "library/LibraryLists.h"
+#include "library/MyQuilloTitlesController.h"
 #include "library/TileView.h"
+#include "library/TitlesPage.h"
 #include "platform/WebView.h"
 #include "ui/DeleteViewController.h"
 
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
+#include <QScrollBar>
 #include <QTableView>
 
 #include <chrono>
@@ -104,7 +107,7 @@ void PictureTour::addLanguage(const QString &language)
     addSelection(language);
     addAlert(language);
     addVideos(language);
-    addEmptyMusic(language);
+    addMusic(language);
     addWithoutPen(language);
 }
 
@@ -159,8 +162,17 @@ void PictureTour::addVideos(const QString &language)
                     }});
 }
 
-void PictureTour::addEmptyMusic(const QString &language)
+/// The music as the last section of all titles, and none at all.
+void PictureTour::addMusic(const QString &language)
 {
+    m_stops.append({{}, [this] {
+                        m_viewController.showView(NavElementType::MyTitles);
+                    }});
+    m_stops.append({language + u"-my-titles-end"_s, [this] {
+                        auto *page =
+                            m_viewController.myQuilloTitlesController->findChild<TitlesPage *>();
+                        page->setScrollPosition(page->verticalScrollBar()->maximum());
+                    }});
     const auto rename = [this](const QString &from, const QString &to) {
         QDir(m_setup.pen().folder()).rename(from, to);
         m_viewController.loadData();

@@ -47,7 +47,7 @@ private:
     void addSelection(const QString &language);
     void addAlert(const QString &language);
     void addVideos(const QString &language);
-    void addEmptyMusic(const QString &language);
+    void addMusic(const QString &language);
     void addWithoutPen(const QString &language);
     void next();
     void startScan();
