@@ -41,7 +41,7 @@ private:
     /// In the place that the margin leaves at the right.
     void paintSortIndicator(QPainter &painter, const QRect &rect) const
     {
-        constexpr int extent = 4;
+        constexpr qreal extent = 4;
         const int up = sortIndicatorOrder() == Qt::AscendingOrder ? -1 : 1;
         const QPointF tip(rect.right() - 2 * extent, rect.center().y() + up * extent / 2);
         painter.save();

@@ -117,7 +117,8 @@ class InfoTexts : public TagLib::RIFF::Info::StringHandler
 public:
     TagLib::String parse(const TagLib::ByteVector &data) const override
     {
-        const QByteArray bytes(data.data(), qstrnlen(data.data(), data.size()));
+        const QByteArray bytes(data.data(),
+                               static_cast<qsizetype>(qstrnlen(data.data(), data.size())));
         QStringDecoder decoder(QStringDecoder::Utf8);
         const QString text = decoder.decode(bytes);
         return decoder.hasError() ? TagLib::String(bytes.constData(), TagLib::String::Latin1)

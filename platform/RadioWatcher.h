@@ -52,15 +52,15 @@ public:
     /// heard by then.
     void ask(QObject *guard, const std::function<void(bool)> &answer);
 
-Q_SIGNALS:
-    void stateChanged();
-    /// Its name or its connection may be another.
-    void deviceChanged(const QString &address);
-
 private Q_SLOTS:
     void interfacesAdded(const QDBusMessage &message);
     void interfacesRemoved(const QDBusMessage &message);
     void propertiesChanged(const QDBusMessage &message);
+
+Q_SIGNALS:
+    void stateChanged();
+    /// Its name or its connection may be another.
+    void deviceChanged(const QString &address);
 
 private:
     void start();
