@@ -36,6 +36,9 @@ ViewController::ViewController(const Hardware &hardware, QWidget *parent)
 ViewController::~ViewController()
 {
     delete m_downloadWindow;
+    // The view that is shown, and those about to go, use what belongs to this object.
+    delete navigationViewController;
+    delete mainContentView;
 }
 
 void ViewController::viewDidLoad()

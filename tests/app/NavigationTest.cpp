@@ -148,6 +148,13 @@ TEST_F(NavigationTest, EveryCategoryIsMadeAnewWheneverItIsClicked)
         EXPECT_TRUE(shown()->isVisible());
         EXPECT_TRUE(QTest::qWaitFor([&] { return before.isNull(); }));
     }
+    // The end takes the view that is shown and one that is about to go.
+    controller().showView(NavElementType::Videos);
+    const QPointer<QWidget> going = shown();
+    controller().showView(NavElementType::Videos);
+    ASSERT_FALSE(going.isNull());
+    window.reset();
+    EXPECT_TRUE(going.isNull());
 }
 
 TEST_F(NavigationTest, ClickingDividersOrNothingKeepsEverythingAndDraggingBuildsOneView)
