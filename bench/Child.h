@@ -29,5 +29,6 @@ int startChild(int argc, char **argv);
 int updateRunChild(int argc, char **argv);
 int coversChild(int argc, char **argv);
 int viewsChild(int argc, char **argv);
+int musicChild(int argc, char **argv);
 int videosChild(int argc, char **argv);
 int memoryChild(int argc, char **argv);

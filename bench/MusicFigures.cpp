@@ -1,6 +1,14 @@
 #include "bench/BenchPen.h"
+#include "bench/BenchProgram.h"
+#include "bench/Child.h"
 #include "bench/Figures.h"
+#include "bench/Heartbeat.h"
+
+#include "app/ViewController.h"
+#include "library/LibraryLists.h"
+#include "library/MusicController.h"
 #include "library/MusicReading.h"
+#include "library/MusicView.h"
 #include "platform/FileManager.h"
 #include "platform/FolderVolumes.h"
 
@@ -85,5 +93,28 @@ bool musicFigures()
                [&known] { read(known); }, heads))
            && held;
     FileManager::setVolumeSource(nullptr);
+    const auto told = runChild(u"music"_s, {pen.volumes(), pen.configuration()});
+    held = report(u"longest busy stretch of the main thread while they are read and shown"_s,
+                  told.value(u"stretch"_s), 50, u"ms"_s)
+           && held;
     return held;
+}
+
+int musicChild(int argc, char **argv)
+{
+    BenchProgram program(argc, argv, childArgumentAt(argv, 0), childArgumentAt(argv, 1));
+    program.start();
+    program.endRun();
+    const Heartbeat heartbeat;
+    ViewController &controller = *program.viewController();
+    controller.musicService.forgetPen();
+    musicList().clear();
+    controller.showView(NavElementType::Music);
+    controller.loadData();
+    const MusicView &view = *controller.musicController;
+    program.waitFor([&] { return view.list->musicArray().size() == musicFiles; });
+    controller.showView(NavElementType::MyTitles);
+    program.waitFor(300); // what follows
+    tell(u"stretch"_s, heartbeat.longestWait());
+    return 0;
 }

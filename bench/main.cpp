@@ -29,9 +29,9 @@ struct Child
     const char *name;
     int (*run)(int argc, char **argv);
 };
-constexpr Child children[] = {{"start", startChild},   {"run", updateRunChild},
-                              {"covers", coversChild}, {"views", viewsChild},
-                              {"videos", videosChild}, {"memory", memoryChild}};
+constexpr Child children[] = {
+    {"start", startChild}, {"run", updateRunChild}, {"covers", coversChild}, {"views", viewsChild},
+    {"music", musicChild}, {"videos", videosChild}, {"memory", memoryChild}};
 
 int runAsChild(int argc, char **argv)
 {
