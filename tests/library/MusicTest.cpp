@@ -12,6 +12,7 @@
 #include "library/MusicView.h"
 #include "library/MyQuilloTitlesController.h"
 #include "platform/FolderVolumes.h"
+#include "platform/Workspace.h"
 
 #include <QDesktopServices>
 #include <QElapsedTimer>
@@ -361,9 +362,18 @@ TEST_F(MusicViewTest, DoubleClickAndReturnPlayTheFile)
     EXPECT_EQ(playedBy([&] { table().selectRow(2); }), QString());
     table().setCurrentIndex(table().model()->index(2, 1));
     EXPECT_EQ(playedBy([&] { QTest::keyClick(&table(), Qt::Key_Return); }), u"Lied 10"_s);
+    EXPECT_EQ(main.message, QString());
     pen.remove(u"mp3/Ente.mp3"_s);
+    EXPECT_EQ(playedBy([&] { doubleClick(table(), 0); }), QString());
+    EXPECT_TRUE(main.message.startsWith(u"„Ente.mp3“ lässt sich"_s)) << "it has gone";
     std::filesystem::create_symlink("/etc/passwd", pen.path(u"mp3/Ente.mp3"_s).toStdString());
     EXPECT_EQ(playedBy([&] { doubleClick(table(), 0); }), QString());
+    setCurrentLanguage(u"en"_s);
+    Workspace::setOpener([](const QUrl &) { return false; });
+    QTest::keyClick(&table(), Qt::Key_Down);
+    QTest::keyClick(&table(), Qt::Key_Return);
+    Workspace::setOpener({});
+    EXPECT_TRUE(main.message.startsWith(u"“lied 2.mp3” can’t be played"_s)) << "no player";
 
     MyQuilloTitlesController page(main);
     page.showLibrary();

@@ -148,7 +148,7 @@ long memoryOf(const Work &work)
 TEST_F(AudioAssetTest, CompressedFramesDoNotGrow)
 {
     // Its length stands before it, as in a tag.
-    const QByteArray packed = qCompress(QByteArray(200'000'000, '\0'));
+    const QByteArray packed = qCompress(QByteArray(60'000'000, '\0'));
     const QByteArray last = id3Frame("TPE1", "\3Kapelle");
     for (const char *id : {"TXXX", "TPE1"}) {
         const QByteArray old = id3v2(3, id3Frame(id, packed, '\x80') + last);
