@@ -135,9 +135,9 @@ bool MusicController::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched != tableView || event->type() != QEvent::KeyPress)
         return TableController::eventFilter(watched, event);
-    const int key = static_cast<QKeyEvent *>(event)->key();
-    const bool isReturn = key == Qt::Key_Return || key == Qt::Key_Enter;
-    if (isReturn)
+    const auto *press = static_cast<QKeyEvent *>(event);
+    const bool isReturn = press->key() == Qt::Key_Return || press->key() == Qt::Key_Enter;
+    if (isReturn && !press->isAutoRepeat()) // held down, it would start players without end
         play(tableView->currentIndex());
     return isReturn;
 }

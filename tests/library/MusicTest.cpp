@@ -14,6 +14,7 @@
 #include "platform/FolderVolumes.h"
 #include "platform/Workspace.h"
 
+#include <QApplication>
 #include <QDesktopServices>
 #include <QElapsedTimer>
 #include <QFileInfo>
@@ -362,6 +363,8 @@ TEST_F(MusicViewTest, DoubleClickAndReturnPlayTheFile)
     EXPECT_EQ(playedBy([&] { table().selectRow(2); }), QString());
     table().setCurrentIndex(table().model()->index(2, 1));
     EXPECT_EQ(playedBy([&] { QTest::keyClick(&table(), Qt::Key_Return); }), u"Lied 10"_s);
+    QKeyEvent held(QEvent::KeyPress, Qt::Key_Return, {}, {}, true);
+    EXPECT_EQ(playedBy([&] { QApplication::sendEvent(&table(), &held); }), QString());
     EXPECT_EQ(main.message, QString());
     pen.remove(u"mp3/Ente.mp3"_s);
     EXPECT_EQ(playedBy([&] { doubleClick(table(), 0); }), QString());

@@ -114,7 +114,7 @@ TEST_F(AudioAssetTest, ArtistIsTheFirstNameThatIsTold)
                      {"empty before an old one", id3v2(4, artist("\3")) + id3v1("Alt"), u"Alt"_s},
                      {"empty", id3v2(4, artist("\3")) + id3v1(""), std::nullopt},
                      {"INFO", waveFile(8, 8, infoChunk("Kapelle")), u"Kapelle"_s},
-                     {"INFO in UTF-8", waveFile(8, 8, infoChunk("Bär")), u"Bär"_s},
+                     {"INFO in UTF-8", waveFile(8, 8, infoChunk("Bär 🎵")), u"Bär 🎵"_s},
                      {"INFO in Latin 1", waveFile(8, 8, infoChunk("B\xE4r")), u"Bär"_s},
                      {"tag in a chunk", waveFile(8, 8, infoChunk("Alt") + riffChunk("id3 ", tag)),
                       u"Kapelle"_s},
