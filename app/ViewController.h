@@ -116,13 +116,11 @@ private:
     /// Fills the title lists from the pen; who asks for it tells the view shown.
     void getBaseElementsFromPen() override;
     void showTitlesView() override;
+    void showMessage(const QString &text) override;
     void focusTitles() override;
     [[nodiscard]] DeletionSelecting *deletionSelection() override;
     [[nodiscard]] int penNumber() const override { return m_pen.number(); }
     [[nodiscard]] QWidget &contentArea() override { return *mainContentView; }
-
-    /// Tells the person something without waiting for an answer; gone after a while.
-    void showMessage(const QString &text);
 
     void viewDidAppear();
     [[nodiscard]] bool windowShouldClose();

@@ -17,4 +17,6 @@ public:
     [[nodiscard]] virtual DeletionSelecting *deletionSelection() = 0;
     /// Builds the page of all titles anew and shows it.
     virtual void showTitlesView() = 0;
+    /// Tells the person something without waiting for an answer; gone after a while.
+    virtual void showMessage(const QString &text) = 0;
 };

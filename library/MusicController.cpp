@@ -2,6 +2,7 @@
 
 #include "base/ImageView.h"
 #include "library/ColoredTableView.h"
+#include "library/ContentOwner.h"
 #include "platform/Address.h"
 #include "platform/FileManager.h"
 #include "platform/StandardOutput.h"
@@ -44,9 +45,10 @@ private:
 
 } // namespace
 
-MusicController::MusicController(QWidget *parent)
+MusicController::MusicController(ContentOwner &viewController, QWidget *parent)
     : TableController(parent)
     , musicImage(shippedIcon(u"quilo_musik"_s))
+    , m_viewController(viewController)
 {
     setUpTable(m_model);
     tableView->setItemDelegateForColumn(MusicTableModel::image,
@@ -133,9 +135,9 @@ bool MusicController::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched != tableView || event->type() != QEvent::KeyPress)
         return TableController::eventFilter(watched, event);
-    const int key = static_cast<QKeyEvent *>(event)->key();
-    const bool isReturn = key == Qt::Key_Return || key == Qt::Key_Enter;
-    if (isReturn)
+    const auto *press = static_cast<QKeyEvent *>(event);
+    const bool isReturn = press->key() == Qt::Key_Return || press->key() == Qt::Key_Enter;
+    if (isReturn && !press->isAutoRepeat()) // held down, it would start players without end
         play(tableView->currentIndex());
     return isReturn;
 }
@@ -144,10 +146,15 @@ void MusicController::play(const QModelIndex &index) const
 {
     if (!index.isValid())
         return;
-    const QString path = pathOf(musicArray().at(index.row())->fileURL);
+    const auto music = musicArray().at(index.row());
+    const QString path = pathOf(music->fileURL);
     const std::optional<QString> file = FileManager::realPath(path);
-    if (!file || !Workspace::open(urlOf(*file)))
-        debugPrint(u"Cannot be played: "_s + path);
+    // The system's player is started in any case, also for a file that has gone.
+    if (file && FileManager::stampOf(path) && Workspace::open(urlOf(*file)))
+        return;
+    debugPrint(u"Cannot be played: "_s + path);
+    m_viewController.showMessage(
+        localized(u"music_not_played"_s).replace(u"%@"_s, music->fileName));
 }
 
 void MusicController::languageChanged()

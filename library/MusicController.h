@@ -5,14 +5,16 @@
 
 #include <QIcon>
 
+class ContentOwner;
+
 /// Music files as a list, which a click on a column title sorts. Double click and Return play a
-/// file in the system's player.
+/// file in the system's player, or tell the person that it cannot be.
 class MusicController : public TableController
 {
     Q_OBJECT
 
 public:
-    explicit MusicController(QWidget *parent = nullptr);
+    explicit MusicController(ContentOwner &viewController, QWidget *parent = nullptr);
 
     /// Replaces the files; the order, the selection, the keyboard's row and the scroll position
     /// stay where they still are.
@@ -34,6 +36,7 @@ private:
     void select(const QSet<QString> &names, const QString &current);
     void play(const QModelIndex &index) const;
 
+    ContentOwner &m_viewController;
     MusicTableModel m_model;
     int m_sortColumn = -1;
     Qt::SortOrder m_sortOrder = Qt::AscendingOrder;

@@ -11,7 +11,7 @@
 
 MusicView::MusicView(ContentOwner &viewController, QWidget *parent)
     : QWidget(parent)
-    , list(new MusicController(this))
+    , list(new MusicController(viewController, this))
     , m_viewController(viewController)
     , m_empty(new EmptyStateView(EmptyStateView::Reason::NoMusic, this))
 {

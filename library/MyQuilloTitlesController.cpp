@@ -28,7 +28,7 @@ MyQuilloTitlesController::MyQuilloTitlesController(ContentOwner &viewController,
     myGamesController = new MyGamesController(covers, page);
     myLearningMaterialsController = new MyLearningMaterialsController(covers, page);
     myArchiveController = new MyArchivesController(covers, page);
-    musicController = new MusicController(page);
+    musicController = new MusicController(viewController, page);
     buildSections();
 }
 

@@ -5,7 +5,7 @@
 #include "platform/FilePlace.h"
 #include "platform/MpegFrames.h"
 
-#include <QStringDecoder>
+#include <QUtf8StringView>
 
 #include <algorithm>
 #include <cstring>
@@ -119,10 +119,8 @@ public:
     {
         const QByteArray bytes(data.data(),
                                static_cast<qsizetype>(qstrnlen(data.data(), data.size())));
-        QStringDecoder decoder(QStringDecoder::Utf8);
-        const QString text = decoder.decode(bytes);
-        return decoder.hasError() ? TagLib::String(bytes.constData(), TagLib::String::Latin1)
-                                  : TagLib::String(text.toStdWString());
+        const bool isUtf8 = QUtf8StringView(bytes).isValidUtf8();
+        return {bytes.constData(), isUtf8 ? TagLib::String::UTF8 : TagLib::String::Latin1};
     }
 };
 

@@ -20,6 +20,7 @@ public:
     [[nodiscard]] CoverCache &coverCache() override { return covers; }
     [[nodiscard]] bool isReadingMusic() const override { return readingMusic; }
     void showTitlesView() override { ++titlesViewsShown; }
+    void showMessage(const QString &text) override { message = text; }
     [[nodiscard]] DeletionSelecting *deletionSelection() override { return this; }
     void setSelectedElementIds(const QStringList &ids) override { selectedElementIds() = ids; }
     void clearSelectedElementIds() override { selectedElementIds().clear(); }
@@ -29,6 +30,7 @@ public:
     bool readingMusic = false;
     CoverCache covers;
     int titlesViewsShown = 0;
+    QString message;
 };
 
 inline ElementList makeTitles(int count, const QString &prefix)

@@ -12,7 +12,9 @@
 #include "library/MusicView.h"
 #include "library/MyQuilloTitlesController.h"
 #include "platform/FolderVolumes.h"
+#include "platform/Workspace.h"
 
+#include <QApplication>
 #include <QDesktopServices>
 #include <QElapsedTimer>
 #include <QFileInfo>
@@ -175,6 +177,8 @@ TEST_F(MusicTest, UnchangedFilesAreOpenedOnceWhileThePenIsThere)
         told += *file->duration + u' ' + *file->sizeString;
     EXPECT_THAT(told, testing::UnorderedElementsAre(u"00:20 124 bytes"_s, u"00:10 124 bytes"_s));
     service.forgetPen();
+    load();
+    EXPECT_TRUE(service.isReadingFirst()) << "of the next pen";
     ASSERT_TRUE(loadAll());
     EXPECT_EQ(opened, 5);
 }
@@ -215,9 +219,11 @@ TEST_F(MusicTest, PullingThePenAndTheEndWaitForOneFile)
     service.releasePen([&] { isReleased = true; });
     load();
     EXPECT_FALSE(isReleased) << "a file is open";
-    gate.release();
+    gate.release(3);
     ASSERT_TRUE(QTest::qWaitFor([&] { return isReleased; }));
+    Dispatch::waitForGlobalWork();
     EXPECT_EQ(opened, 1) << "nothing is read from a pen that is to go";
+    gate.acquire(gate.available());
     service.keepPen();
     ASSERT_TRUE(isReached());
     service.forgetPen();
@@ -332,7 +338,9 @@ TEST_F(MusicViewTest, ClickingATitleSortsAndAThirdClickBringsBackTheListing)
 
 TEST_F(MusicViewTest, OrderSelectionAndKeyboardStayWithTheirFiles)
 {
+    selectedElementIds() = {u"a title"_s};
     table().selectRow(1);
+    EXPECT_TRUE(selectedElementIds().isEmpty());
     clickTitle(MusicTableModel::duration);
     EXPECT_EQ(view->list->selectedRows(), QList<int>{2});
     QSignalSpy resets(table().model(), &QAbstractItemModel::modelReset);
@@ -361,9 +369,20 @@ TEST_F(MusicViewTest, DoubleClickAndReturnPlayTheFile)
     EXPECT_EQ(playedBy([&] { table().selectRow(2); }), QString());
     table().setCurrentIndex(table().model()->index(2, 1));
     EXPECT_EQ(playedBy([&] { QTest::keyClick(&table(), Qt::Key_Return); }), u"Lied 10"_s);
+    QKeyEvent held(QEvent::KeyPress, Qt::Key_Return, {}, {}, true);
+    EXPECT_EQ(playedBy([&] { QApplication::sendEvent(&table(), &held); }), QString());
+    EXPECT_EQ(main.message, QString());
     pen.remove(u"mp3/Ente.mp3"_s);
+    EXPECT_EQ(playedBy([&] { doubleClick(table(), 0); }), QString());
+    EXPECT_TRUE(main.message.startsWith(u"„Ente.mp3“ lässt sich"_s)) << "it has gone";
     std::filesystem::create_symlink("/etc/passwd", pen.path(u"mp3/Ente.mp3"_s).toStdString());
     EXPECT_EQ(playedBy([&] { doubleClick(table(), 0); }), QString());
+    setCurrentLanguage(u"en"_s);
+    Workspace::setOpener([](const QUrl &) { return false; });
+    QTest::keyClick(&table(), Qt::Key_Down);
+    QTest::keyClick(&table(), Qt::Key_Return);
+    Workspace::setOpener({});
+    EXPECT_TRUE(main.message.startsWith(u"“lied 2.mp3” can’t be played"_s)) << "no player";
 
     MyQuilloTitlesController page(main);
     page.showLibrary();
@@ -404,6 +423,8 @@ TEST_F(MusicViewTest, ThousandsAreShownWithoutAStutter)
     };
     musicList() = many();
     view->libraryChanged();
+    clickTitle(MusicTableModel::size);
+    EXPECT_TRUE(view->list->musicArray() == musicList()) << "equal ones as they are listed";
     clickTitle(MusicTableModel::title);
     table().selectAll();
     musicList() = many();

@@ -46,6 +46,9 @@ TEST_F(AudioAssetTest, DurationIsThatOfTheAudioThatIsThere)
         const qsizetype own = mpegHeader(mark, 0, 0).size();
         return mpegHeader(mark, quint32(frames), quint32(own + changing.size()));
     };
+    const auto frame = [](const char *head) {
+        return QByteArray::fromHex(head).leftJustified(208, '\0');
+    };
     const QByteArray wave = waveFile(8'000, 8'000 * 61);
     const QByteArray tag = id3v2(3, id3Frame("TIT2", QByteArray(100, 'x')));
     const QByteArray ape =
@@ -55,6 +58,8 @@ TEST_F(AudioAssetTest, DurationIsThatOfTheAudioThatIsThere)
          {"just a minute", mpegFrames(2297), 60},
          {"one bit rate", constant, 60},
          {"one bit rate, never padded", mpegFrames(1, {128}).repeated(2316), 60},
+         {"half the sample rate", frame("fff380c4").repeated(2316), 60},
+         {"a quarter of the sample rate", frame("ffe340c4").repeated(1158), 60},
          {"frames of all lengths", changing, 60},
          {"another bit rate in the middle", late, 60},
          {"with Xing", header("Xing", 2336) + changing, 61},
@@ -103,31 +108,33 @@ TEST_F(AudioAssetTest, ArtistIsTheFirstNameThatIsTold)
     const QByteArray tag = id3v2(4, artist("\3Kapelle"));
     const QByteArray utf16 = QByteArray::fromHex("01fffe4200e4007200");
     const QByteArray wide = QByteArray::fromHex("013cd8b5df").insert(1, "\xFF\xFE");
-    forEachRow<Row>({{"old tag", id3v1("Kapelle"), u"Kapelle"_s},
-                     {"2.3, UTF-16",
-                      id3v2(3, id3Frame("TIT2", QByteArray("\0x", 2)) + artist(utf16)), u"Bär"_s},
-                     {"UTF-16 beyond the first plane", id3v2(3, artist(wide)), u"🎵"_s},
-                     {"2.4, UTF-8", id3v2(4, artist("\3Bär")), u"Bär"_s},
-                     {"2.4, several", id3v2(4, artist(QByteArray("\3Eins\0Zwei", 10))), u"Eins"_s},
-                     {"2.2", id3v2(2, "TP1" + QByteArray("\0\0\4\0Abc", 7)), u"Abc"_s},
-                     {"both tags", tag + id3v1("Alt"), u"Kapelle"_s},
-                     {"empty before an old one", id3v2(4, artist("\3")) + id3v1("Alt"), u"Alt"_s},
-                     {"empty", id3v2(4, artist("\3")) + id3v1(""), std::nullopt},
-                     {"INFO", waveFile(8, 8, infoChunk("Kapelle")), u"Kapelle"_s},
-                     {"INFO in UTF-8", waveFile(8, 8, infoChunk("Bär")), u"Bär"_s},
-                     {"INFO in Latin 1", waveFile(8, 8, infoChunk("B\xE4r")), u"Bär"_s},
-                     {"tag in a chunk", waveFile(8, 8, infoChunk("Alt") + riffChunk("id3 ", tag)),
-                      u"Kapelle"_s},
-                     {"WAV without", waveFile(8, 8), std::nullopt},
-                     {"a frame longer than its tag",
-                      id3v2(3, "TPE1\x7F\x7F\x7F\x7F" + QByteArray(20, 'x')), std::nullopt}},
-                    [this](const Row &row) {
-                        testing::internal::CaptureStderr();
-                        const auto asset = read(row.bytes);
-                        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-                        ASSERT_TRUE(asset);
-                        EXPECT_EQ(asset->artist, row.artist);
-                    });
+    forEachRow<Row>(
+        {{"old tag", id3v1("Kapelle"), u"Kapelle"_s},
+         {"2.3, UTF-16", id3v2(3, id3Frame("TIT2", QByteArray("\0x", 2)) + artist(utf16)),
+          u"Bär"_s},
+         {"UTF-16 beyond the first plane", id3v2(3, artist(wide)), u"🎵"_s},
+         {"2.4, UTF-8", id3v2(4, artist("\3Bär")), u"Bär"_s},
+         {"2.4, several", id3v2(4, artist(QByteArray("\3Eins\0Zwei", 10))), u"Eins"_s},
+         {"2.2", id3v2(2, "TP1" + QByteArray("\0\0\4\0Abc", 7)), u"Abc"_s},
+         {"both tags", tag + id3v1("Alt"), u"Kapelle"_s},
+         {"empty before an old one", id3v2(4, artist("\3")) + id3v1("Alt"), u"Alt"_s},
+         {"empty", id3v2(4, artist("\3")) + id3v1(""), std::nullopt},
+         {"INFO", waveFile(8, 8, infoChunk("Kapelle")), u"Kapelle"_s},
+         {"INFO in UTF-8", waveFile(8, 8, infoChunk("Bär 🎵")), u"Bär 🎵"_s},
+         {"INFO in Latin 1", waveFile(8, 8, infoChunk("B\xE4r")), u"Bär"_s},
+         {"tag in a chunk",
+          waveFile(8, 8, riffChunk("odd ", "x") + infoChunk("Alt") + riffChunk("id3 ", tag)),
+          u"Kapelle"_s},
+         {"WAV without", waveFile(8, 8), std::nullopt},
+         {"a frame longer than its tag", id3v2(3, "TPE1\x7F\x7F\x7F\x7F" + QByteArray(20, 'x')),
+          std::nullopt}},
+        [this](const Row &row) {
+            testing::internal::CaptureStderr();
+            const auto asset = read(row.bytes);
+            EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+            ASSERT_TRUE(asset);
+            EXPECT_EQ(asset->artist, row.artist);
+        });
 }
 
 /// The most memory that `work` needs at once, in KiB.
@@ -148,7 +155,7 @@ long memoryOf(const Work &work)
 TEST_F(AudioAssetTest, CompressedFramesDoNotGrow)
 {
     // Its length stands before it, as in a tag.
-    const QByteArray packed = qCompress(QByteArray(200'000'000, '\0'));
+    const QByteArray packed = qCompress(QByteArray(60'000'000, '\0'));
     const QByteArray last = id3Frame("TPE1", "\3Kapelle");
     for (const char *id : {"TXXX", "TPE1"}) {
         const QByteArray old = id3v2(3, id3Frame(id, packed, '\x80') + last);
