@@ -3,6 +3,7 @@
 #include "app/NavigationViewController.h"
 #include "base/ApplicationLog.h"
 #include "base/Localization.h"
+#include "bluetooth/VideosController.h"
 #include "download/DownloadWindow.h"
 #include "download/DownloadWindowController.h"
 #include "library/CategoryControllers.h"
@@ -36,6 +37,7 @@ ViewController::ViewController(const Hardware &hardware, QWidget *parent)
 ViewController::~ViewController()
 {
     delete m_downloadWindow;
+    delete videosController; // it lets go of the radio link, which ends before the other views
 }
 
 void ViewController::viewDidLoad()
