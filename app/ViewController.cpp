@@ -3,6 +3,7 @@
 #include "app/NavigationViewController.h"
 #include "base/ApplicationLog.h"
 #include "base/Localization.h"
+#include "bluetooth/VideosController.h"
 #include "download/DownloadWindow.h"
 #include "download/DownloadWindowController.h"
 #include "library/CategoryControllers.h"

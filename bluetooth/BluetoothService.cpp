@@ -5,6 +5,8 @@
 #include "bluetooth/PenMessage.h"
 #include "platform/StandardOutput.h"
 
+#include <QPointer>
+
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -138,8 +140,8 @@ void BluetoothService::letChoose(const QList<PeripheralPtr> &found)
     QStringList names;
     for (const PeripheralPtr &peripheral : found)
         names.append(displayName(*peripheral));
-    delegate->foundPens(*this, names, [this, found](int index) {
-        if (index >= 0 && index < found.size())
+    delegate->foundPens(*this, names, [this, guard = QPointer(&m_scanTimer), found](int index) {
+        if (guard && index >= 0 && index < found.size())
             connectToFound({found.at(index)});
     });
 }
@@ -267,10 +269,9 @@ void BluetoothService::didUpdateValue(Peripheral &, const QUuid &, const QByteAr
 
 void BluetoothService::giveUpAddress()
 {
-    if (m_assembler.urlString().isEmpty())
-        return;
-    writeLog(u"Cleared urlString after failed atempt of sending an url per bluetooth!  "_s
-             + m_assembler.urlString());
+    if (!m_assembler.urlString().isEmpty())
+        writeLog(u"Cleared urlString after failed atempt of sending an url per bluetooth!  "_s
+                 + m_assembler.urlString());
     m_assembler.clear();
 }
 

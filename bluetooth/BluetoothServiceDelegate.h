@@ -21,7 +21,8 @@ public:
     virtual void showMessage(BluetoothService &service, const QString &key) = 0;
     /// The pen has sent an address, or, when absent, asks for the default video.
     virtual void didReceiveURL(BluetoothService &service, const std::optional<QUrl> &url) = 0;
-    /// Several pens are in reach: `selection` takes the index of the one that the person chooses.
+    /// Several pens are in reach: `selection` takes the index of the one that the person chooses;
+    /// it does nothing for any other index, nor once the service is gone.
     virtual void foundPens(BluetoothService &service, const QStringList &names,
                            const std::function<void(int)> &selection) = 0;
 };

@@ -147,9 +147,14 @@ void RadioWatcher::noAnswer()
     setState(State::unknown);
 }
 
+bool RadioWatcher::isToldByDaemon(const QDBusMessage &message, const QString &signature) const
+{
+    return message.service() == m_owner && message.signature() == signature;
+}
+
 void RadioWatcher::interfacesAdded(const QDBusMessage &message)
 {
-    if (message.service() != m_owner || message.signature() != u"oa{sa{sv}}"_s)
+    if (!isToldByDaemon(message, u"oa{sa{sv}}"_s))
         return;
     const QString path = message.arguments().at(0).value<QDBusObjectPath>().path();
     const Interfaces added = unpackedInterfaces(message.arguments().at(1).value<QDBusArgument>());
@@ -160,7 +165,7 @@ void RadioWatcher::interfacesAdded(const QDBusMessage &message)
 
 void RadioWatcher::interfacesRemoved(const QDBusMessage &message)
 {
-    if (message.service() != m_owner || message.signature() != u"oas"_s)
+    if (!isToldByDaemon(message, u"oas"_s))
         return;
     const auto object = m_objects.find(message.arguments().at(0).value<QDBusObjectPath>().path());
     if (object == m_objects.end())
@@ -174,7 +179,7 @@ void RadioWatcher::interfacesRemoved(const QDBusMessage &message)
 
 void RadioWatcher::propertiesChanged(const QDBusMessage &message)
 {
-    if (message.service() != m_owner || message.signature() != u"sa{sv}as"_s)
+    if (!isToldByDaemon(message, u"sa{sv}as"_s))
         return;
     const QString interface = message.arguments().at(0).toString();
     const auto object = m_objects.find(message.path());

@@ -69,6 +69,7 @@ private:
     void query();
     void readObjects(const QDBusMessage &reply);
     void noAnswer();
+    [[nodiscard]] bool isToldByDaemon(const QDBusMessage &message, const QString &signature) const;
     void changed(const QString &path, const QString &interface);
     void evaluate();
     void setState(State state);

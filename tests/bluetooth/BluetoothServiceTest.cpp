@@ -198,7 +198,13 @@ TEST_F(BluetoothServiceTest, PutsAddressesTogether)
                     .contains(u"Got header 204"_s));
     EXPECT_EQ(heard.told, QStringList({u"default video"_s, u"http://a"_s}));
 
+    // One too long to be kept is given up like any other.
     heard.told.clear();
+    const QByteArray tooLong = DemoRadio::messages(QByteArray(20'000, 'a'), 2).first();
+    EXPECT_EQ(logAfter({tooLong, DemoRadio::gaveUpMessage}).last(), u"Header: 187"_s);
+    EXPECT_EQ(logAfter(DemoRadio::messages("http://b", 1)).size(), 3);
+    EXPECT_EQ(std::exchange(heard.told, {}), QStringList{u"http://b"_s});
+
     EXPECT_EQ(logAfter(DemoRadio::messages("http://[", 1)).last(),
               u"Could not create URL from received string: http://["_s);
     EXPECT_EQ(logAfter({QByteArray(1, '\0'), QByteArray("\xAA\x01")}),
@@ -213,9 +219,13 @@ TEST_F(BluetoothServiceTest, SaysNothingAfterItsEnd)
     second->scanDuration = 20ms;
     second->startScan();
     ASSERT_TRUE(QTest::qWaitFor([this] { return pens.send(nothing); }));
+    pens.setInReach(1, true);
+    second->startScan();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return heard.selection != nullptr; }));
     second->startScan();
     heard.told.clear();
     second.reset();
+    heard.selection(1);
     settle();
     EXPECT_FALSE(pens.isConnected());
     EXPECT_FALSE(radio->isScanning());
