@@ -3,6 +3,7 @@
 #include "app/NavigationViewController.h"
 #include "base/ApplicationLog.h"
 #include "base/Localization.h"
+#include "bluetooth/VideosController.h"
 #include "download/DownloadWindow.h"
 #include "download/DownloadWindowController.h"
 #include "library/CategoryControllers.h"
@@ -36,6 +37,8 @@ ViewController::ViewController(const Hardware &hardware, QWidget *parent)
 ViewController::~ViewController()
 {
     delete m_downloadWindow;
+    // They know the radio link, which goes before the widgets do; one may be waiting to be deleted.
+    qDeleteAll(findChildren<VideosController *>());
 }
 
 void ViewController::viewDidLoad()
