@@ -182,8 +182,10 @@ void HeadlessRun::showOthers()
     m_step = Step::OtherViews;
     m_watchdog.start();
     m_tour = std::make_unique<PictureTour>(
-        *m_application.viewController(), m_setup,
-        [this](QWidget *window, const QString &name) { takePicture(window, name); });
+        *m_application.viewController(), m_setup, [this](QWidget *window, const QString &name) {
+            takePicture(window, name);
+            m_watchdog.start(); // without a web engine some of them take long
+        });
     m_tour->addMusicAndVideo(7);
     if (m_everyView)
         m_tour->addEveryView();

@@ -48,6 +48,8 @@ void WebEngine::open(const WebRequest &request)
     connect(page.get(), &WebPage::failed, this, &WebEngine::failed);
     connect(page.get(), &WebPage::playing, this, &WebEngine::playing);
     page->setBackgroundColor(palette().color(backgroundRole()));
+    if (m_page)
+        m_page->disconnect(this);
     m_view->setPage(page.get());
     m_page = std::move(page);
     m_page->open();

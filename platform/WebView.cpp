@@ -30,7 +30,13 @@ WebView::WebView(QWidget *parent)
     connect(&m_start, &QTimer::timeout, this, &WebView::start);
 }
 
-WebView::~WebView() = default;
+WebView::~WebView()
+{
+    // What its page says when it goes must not reach a view of which only the widget is left.
+    if (m_engine)
+        m_engine->disconnect(this);
+    delete m_engine;
+}
 
 void WebView::buildFallback()
 {
@@ -116,7 +122,7 @@ void WebView::start()
 
 void WebView::makeEngine()
 {
-    const bool focused = m_fallback->isAncestorOf(focusWidget());
+    const bool focused = m_fallback->isAncestorOf(window()->focusWidget());
     m_engine = new WebEngine(this);
     m_engine->focusProxy()->setAccessibleName(accessibleName());
     connect(m_engine, &WebEngine::failed, this, &WebView::fail);
@@ -152,7 +158,7 @@ void WebView::stop()
 void WebView::fail(const QString &reason)
 {
     debugPrint(u"No web view: "_s + reason);
-    const bool focused = m_engine && m_engine->isAncestorOf(focusWidget());
+    const bool focused = m_engine && m_engine->isAncestorOf(window()->focusWidget());
     stop();
     m_browserButton->setVisible(isWebAddress(m_request.address));
     m_fallback->show();

@@ -128,12 +128,9 @@ TEST(WebEngineObstacles, AreFoundBeforeTheEngineEndsTheProgram)
                      {"root without a sandbox", true, true, false, program, true},
                      {"no process program", false, true, true, {}, false}},
                     [](const Row &row) {
-                        EXPECT_EQ(
-                            !webEngineObstacle({.root = row.root,
-                                                .sandboxOff = row.sandboxOff,
-                                                .sandboxPossible = [&] { return row.possible; },
-                                                .processProgram = row.program}),
-                            row.starts);
+                        const WebEngineSurroundings here{row.root, row.sandboxOff,
+                                                         [&] { return row.possible; }, row.program};
+                        EXPECT_EQ(!webEngineObstacle(here), row.starts);
                     });
 }
 
@@ -142,9 +139,19 @@ TEST_F(WebViews, withoutItsProcessProgramTheBrowserIsOffered)
     const QUrl film = url(u"video.mp4"_s);
     qputenv("QTWEBENGINEPROCESS_PATH", "/nowhere");
     loadFilm(film.toString());
-    view.show();
+    QWidget window;
+    QPushButton other(&window);
+    view.setParent(&window);
+    window.show();
     ASSERT_TRUE(waitUntilUnavailable());
     expectFallback(film);
+    view.findChild<QPushButton *>()->setFocus();
+    other.setFocus();
+    qunsetenv("QTWEBENGINEPROCESS_PATH");
+    view.reload();
+    EXPECT_TRUE(waitUntil([this] { return view.isRunning(); }));
+    EXPECT_EQ(window.focusWidget(), &other) << "the keyboard stays";
+    view.setParent(nullptr);
 }
 
 TEST_F(WebViews, onlyShownTheyPlayAndADeadProcessIsNoCrash)
@@ -170,8 +177,8 @@ TEST_F(WebViews, onlyShownTheyPlayAndADeadProcessIsNoCrash)
     EXPECT_FALSE(view.isUnavailable());
 
     QDirIterator home(qEnvironmentVariable("HOME"), QDir::Files, QDirIterator::Subdirectories);
-    while (home.hasNext()) // the toolkit's own, where it draws with the graphics card
-        EXPECT_TRUE(home.next().contains(u"/qtshadercache"_s)) << qPrintable(home.filePath());
+    while (home.hasNext()) // of the toolkit and the graphics driver
+        EXPECT_TRUE(home.next().contains(u"shader"_s)) << qPrintable(home.filePath());
 }
 
 TEST_F(WebViews, whatCannotBeShownSaysSo)
@@ -239,10 +246,8 @@ TEST_F(WebViews, pagesKeepToThemselves)
         {"new tab", click.arg(u"new"_s), u"shop"_s},
         {"elsewhere", click.arg(u"here"_s), u"shop"_s},
         {"asked for a permission",
-         u"navigator.geolocation.getCurrentPosition(() => 0, e => document.body.id = 'no' + "
-         u"e.code),"
-         "document.title"_s,
-         u"shop"_s}};
+         u"navigator.geolocation.getCurrentPosition(() => 0, e => document.body.id = 'no' + e.code)"_s,
+         {}}};
     forEachRow<Row>(rows, [this](const Row &row) { EXPECT_EQ(evaluated(row.script), row.result); });
     EXPECT_TRUE(waitUntil([&] { return evaluated(u"document.body.id"_s) == u"no1"_s; }));
     EXPECT_EQ(evaluated(u"document.title"_s), u"shop"_s);
