@@ -96,7 +96,8 @@ void SimulatedCentral::stopScan()
 void SimulatedCentral::discover(const SimulatedPeripheralPtr &peripheral)
 {
     later([this, peripheral](CentralManagerDelegate &hearing) {
-        if (!m_scanning || !peripheral->m_inReach)
+        // One that is connected does not call for others.
+        if (!m_scanning || !peripheral->m_inReach || peripheral->m_connected)
             return;
         const QString name = peripheral->name();
         hearing.didDiscover(peripheral, name.isEmpty() ? std::nullopt : std::optional(name));

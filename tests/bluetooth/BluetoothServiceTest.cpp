@@ -123,6 +123,16 @@ TEST_F(BluetoothServiceTest, LetsChooseAmongSeveral)
     settle();
     EXPECT_TRUE(heard.told.isEmpty());
     EXPECT_EQ(service.quilloPeripheral()->identifier(), u"C0:FF:EE:00:00:01"_s);
+
+    // Chosen from the list of a scan that a disconnection has ended, a pen is known, but not found.
+    service.disconnect();
+    settle();
+    heard.selection(1);
+    EXPECT_EQ(heard.upTo(u"connected"_s).last(), u"connected"_s);
+    pens.setInReach(0, false);
+    service.startScan();
+    EXPECT_EQ(heard.upTo(u"connected"_s),
+              QStringList({u"scanning"_s, u"scanned"_s, u"connected"_s}));
 }
 
 TEST_F(BluetoothServiceTest, KeepsThePensOfEarlierScans)
