@@ -2,11 +2,13 @@
 
 #include "app/AppDelegate.h"
 #include "app/MainWindow.h"
+#include "base/Localization.h"
 #include "platform/CentralManager.h"
 #include "platform/Dispatch.h"
 #include "platform/FileManager.h"
 #include "platform/SharedSession.h"
 #include "platform/TerminationSignals.h"
+#include "platform/ToolkitLanguage.h"
 #include "platform/VolumeSource.h"
 
 namespace {
@@ -35,6 +37,7 @@ QuilloApplication::QuilloApplication(int &argc, char **argv, const VolumeSourceM
     , delegateReference(std::make_unique<AppDelegate>(Hardware{*m_volumes, *m_radio}))
 {
     ignoreBrokenPipes();
+    setToolkitLanguage(currentLanguage());
     setApplicationName(QStringLiteral("quillo"));
     // The splash window goes before the main window comes.
     setQuitOnLastWindowClosed(false);

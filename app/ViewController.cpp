@@ -10,6 +10,7 @@
 #include "library/ElementService.h"
 #include "library/LibraryLists.h"
 #include "library/MusicView.h"
+#include "library/SearchViewController.h"
 #include "pen/UsbService.h"
 #include "platform/Dispatch.h"
 #include "platform/StandardOutput.h"
@@ -157,6 +158,7 @@ void ViewController::setIsQuilloAvailable(bool available)
 void ViewController::setUsbControlsEnabled(bool enabled)
 {
     usbConnectionImageBtn->setEnabled(enabled && !m_pen.isEjecting());
+    deleteViewController->setChangeViewEnabled(enabled);
     deleteViewController->updateDeleteButton();
 }
 
@@ -173,7 +175,7 @@ void ViewController::toggleViewMode()
 
 void ViewController::penMounted()
 {
-    showMessage({});
+    hideMessage();
     setIsQuilloAvailable(true);
     updateService->updateAll();
     showView(NavElementType::Books);
@@ -185,7 +187,8 @@ void ViewController::penUnmounted()
     updateService->penRemoved();
     updateService->keepPen();
     musicService.forgetPen();
-    showMessage({});
+    hideMessage();
+    searchViewController->clear();
     clearLibraryLists();
     m_coverCache.clear();
     updateService->downloadWindowController().reloadQueueTable();
@@ -211,7 +214,7 @@ void ViewController::ejectEnded(const QString &error)
     if (error.isEmpty())
         return;
     print(error);
-    showMessage(localized(u"eject_failed"_s).replace(u"%@"_s, error));
+    showMessage([error] { return localized(u"eject_failed"_s).replace(u"%@"_s, error); });
 }
 
 DownloadWindow *ViewController::downloadWindow() const

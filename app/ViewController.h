@@ -3,6 +3,7 @@
 #include "app/NavElement.h"
 #include "app/NavigationOwner.h"
 #include "app/PenPresence.h"
+#include "base/Localization.h"
 #include "bluetooth/BluetoothService.h"
 #include "download/LibraryReloading.h"
 #include "library/ContentOwner.h"
@@ -10,7 +11,7 @@
 #include "library/MusicService.h"
 #include "platform/Hardware.h"
 #include "platform/SoundPlayer.h"
-#include "ui/DeletionOwner.h"
+#include "ui/HeaderMenuOwner.h"
 
 #include <QPointer>
 #include <QTimer>
@@ -25,12 +26,16 @@ class DeleteViewController;
 class DownloadWindow;
 class EmptyStateView;
 class GamesController;
-class ImageView;
+class HeaderBar;
+class HeaderViewController;
+class LanguageViewController;
 class LearningMaterialController;
 class MusicView;
 class MyBooksController;
 class MyQuilloTitlesController;
 class NavigationViewController;
+class SearchViewController;
+class ShopController;
 class QLabel;
 class QToolButton;
 class StorageController;
@@ -43,7 +48,8 @@ class ViewController : public QWidget,
                        public LibraryReloading,
                        public NavigationOwner,
                        public ContentOwner,
-                       public DeletionOwner
+                       public HeaderMenuOwner,
+                       private LanguageHandling
 {
     Q_OBJECT
 
@@ -69,10 +75,7 @@ public:
 
     [[nodiscard]] ViewMode viewMode() const override { return m_viewMode; }
     void setViewMode(ViewMode mode);
-    void toggleViewMode();
-
-    /// The main window's texts anew in the current language; the categories' texts are not its own.
-    void updateTexts();
+    void toggleViewMode() override;
 
     [[nodiscard]] DownloadWindow *downloadWindow() const;
     [[nodiscard]] CoverCache &coverCache() override { return m_coverCache; }
@@ -90,16 +93,20 @@ public:
     QToolButton *usbConnectionImageBtn = nullptr;
 
     // The content of each category while it is shown.
+    QPointer<VideosController> videosController;
+    QPointer<ShopController> shopController;
     QPointer<MyBooksController> myBooksController;
     QPointer<GamesController> gamesController;
     QPointer<StorageController> storageController;
-    QPointer<VideosController> videosController;
     QPointer<MusicView> musicController;
     QPointer<MyQuilloTitlesController> myQuilloTitlesController;
     QPointer<ArchiveViewController> archiveViewController;
     QPointer<LearningMaterialController> learningMaterialController;
 
+    HeaderViewController *headerViewController = nullptr;
     DeleteViewController *deleteViewController = nullptr;
+    SearchViewController *searchViewController = nullptr;
+    LanguageViewController *languageViewController = nullptr;
     NavigationViewController *navigationViewController = nullptr;
 
     std::unique_ptr<UpdateService> updateService; ///< from viewDidLoad() on
@@ -116,16 +123,25 @@ private:
     /// Fills the title lists from the pen; who asks for it tells the view shown.
     void getBaseElementsFromPen() override;
     void showTitlesView() override;
-    void showMessage(const QString &text) override;
+    void showFoundTitles(const QString &words) override;
+    void showMessage(const std::function<QString()> &text) override;
     void focusTitles() override;
     [[nodiscard]] DeletionSelecting *deletionSelection() override;
     [[nodiscard]] int penNumber() const override { return m_pen.number(); }
     [[nodiscard]] QWidget &contentArea() override { return *mainContentView; }
+    void searchPen() override;
+    [[nodiscard]] LanguageViewController &languageSwitch() override
+    {
+        return *languageViewController;
+    }
+    /// Everything that is open follows the current language.
+    void languageChanged() override;
 
     void viewDidAppear();
     [[nodiscard]] bool windowShouldClose();
 
     void loadOutlets();
+    void setTabOrders();
     void setFrame();
     void prepareBaseViews();
     void initSubViews();
@@ -137,7 +153,6 @@ private:
     void makeDownloadWindow();
     void addContentFactories();
     [[nodiscard]] QWidget *makeTitlesView();
-    [[nodiscard]] QWidget *makePlainView(NavElementType type);
     void libraryChanged();
 
     void loadMusic();
@@ -145,6 +160,8 @@ private:
     void updateStorageGauge();
     void setUsbControlsEnabled(bool enabled);
     void resetAfterUnmount();
+    void updateTexts();
+    void hideMessage();
 
     void penMounted();
     void penUnmounted();
@@ -155,10 +172,10 @@ private:
     SoundPlayer m_soundPlayer;
     QPointer<DownloadWindow> m_downloadWindow;
 
-    ImageView *m_logoImageView = nullptr;
-    QLabel *m_titleLabel = nullptr;
+    HeaderBar *m_header = nullptr;
     QLabel *m_messageLine = nullptr;
     QPointer<EmptyStateView> m_noPenView;
+    std::function<QString()> m_message; ///< in the current language; empty for none
     QTimer m_messageTimer;
 
     ViewMode m_viewMode = ViewMode::tiled;

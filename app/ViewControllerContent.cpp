@@ -10,6 +10,7 @@
 #include "library/MyQuilloTitlesController.h"
 #include "pen/StorageController.h"
 #include "ui/DeleteViewController.h"
+#include "ui/ShopController.h"
 
 // What the main window's controller puts into the content area.
 
@@ -36,7 +37,8 @@ void ViewController::addContentFactories()
     add(NavElementType::Videos, [this] {
         return videosController = new VideosController(&bluetoothService, mainContentView);
     });
-    add(NavElementType::Shop, [this] { return makePlainView(NavElementType::Shop); });
+    add(NavElementType::Shop,
+        [this] { return shopController = new ShopController(mainContentView); });
 }
 
 QWidget *ViewController::makeTitlesView()
@@ -50,13 +52,6 @@ QWidget *ViewController::makeTitlesView()
     return myQuilloTitlesController;
 }
 
-QWidget *ViewController::makePlainView(NavElementType type)
-{
-    auto *view = new EmptyStateView(EmptyStateView::Reason::EmptyCategory, mainContentView);
-    view->setTitleOnly(nameKey(type));
-    return view;
-}
-
 void ViewController::showView(NavElementType type)
 {
     navigationViewController->showView(type);
@@ -65,6 +60,14 @@ void ViewController::showView(NavElementType type)
 void ViewController::showTitlesView()
 {
     showView(NavElementType::MyTitles);
+}
+
+void ViewController::showFoundTitles(const QString &) {}
+
+void ViewController::searchPen()
+{
+    showView(NavElementType::Videos);
+    bluetoothService.startScan();
 }
 
 void ViewController::showBooksView()

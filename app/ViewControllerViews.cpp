@@ -12,13 +12,19 @@
 #include "base/ViewPlacement.h"
 #include "download/DownloadWindow.h"
 #include "download/DownloadWindowController.h"
+#include "library/SearchViewController.h"
 #include "pen/NavStorageItem.h"
 #include "sync/UpdateService.h"
 #include "ui/DeleteViewController.h"
+#include "ui/HeaderViewController.h"
+#include "ui/LanguageViewController.h"
 
 #include "ui_Main.h"
 
 #include <QAccessible>
+#include <QLineEdit>
+
+#include <array>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -45,16 +51,29 @@ void ViewController::loadOutlets()
     mainContentView = outlets.mainContentView;
     storageMiniView = outlets.storageMiniView;
     usbConnectionImageBtn = outlets.usbConnectionImageBtn;
-    m_logoImageView = outlets.logoImageView;
-    m_titleLabel = outlets.titleLabel;
+    m_header = outlets.header;
     m_messageLine = outlets.messageLine;
+    headerViewController = new HeaderViewController(headerView);
     deleteViewController = new DeleteViewController(deleteViewContainer);
+    searchViewController = new SearchViewController(searchViewContainer);
+    languageViewController = new LanguageViewController(languageContainer);
     navigationViewController = new NavigationViewController(*this, navigationViewContainer);
-    setTabOrder(deleteViewController->deleteButton, usbConnectionImageBtn);
-    setTabOrder(usbConnectionImageBtn, navigationViewController->navCollectionView);
+    setTabOrders();
     m_messageTimer.setSingleShot(true);
-    connect(&m_messageTimer, &QTimer::timeout, m_messageLine, &QWidget::hide);
+    connect(&m_messageTimer, &QTimer::timeout, this, &ViewController::hideMessage);
     connect(usbConnectionImageBtn, &QToolButton::clicked, this, &ViewController::ejectQuillo);
+}
+
+/// As the eye goes: along the header, down the sidebar, into the content.
+void ViewController::setTabOrders()
+{
+    const std::array<QWidget *, 7> order{
+        searchViewController->searchField,          languageViewController->germanButton,
+        languageViewController->englishButton,      deleteViewController->deleteButton,
+        deleteViewController->menuButton,           usbConnectionImageBtn,
+        navigationViewController->navCollectionView};
+    for (size_t i = 1; i < order.size(); ++i)
+        setTabOrder(order.at(i - 1), order.at(i));
 }
 
 void ViewController::setFrame()
@@ -97,14 +116,11 @@ void ViewController::initSubViews()
 void ViewController::initHeaderView()
 {
     writeLog(u"initHeaderView Beginn"_s);
-    m_logoImageView->setImageName(u"quillo_quillo"_s);
-    setColor(*m_titleLabel, QPalette::WindowText, ColorConstants::mainColor());
+    pinEdges(*headerViewController, *headerView);
     usbConnectionImageBtn->setIcon(shippedIcon(u"pen_button"_s));
     updateTexts();
     writeLog(u"initHeaderView Ende"_s);
 }
-
-// The containers of the views below are empty as long as these do not exist.
 
 void ViewController::initDeleteView()
 {
@@ -120,12 +136,16 @@ void ViewController::initDeleteView()
 void ViewController::initSearchView()
 {
     writeLog(u"initSearchView Beginn"_s);
+    searchViewController->viewController = this;
+    pinEdges(*searchViewController, *searchViewContainer);
     writeLog(u"initSearchView Ende"_s);
 }
 
 void ViewController::initLanguageView()
 {
     writeLog(u"initLanguageView Beginn"_s);
+    languageViewController->viewController = this;
+    pinEdges(*languageViewController, *languageContainer);
     writeLog(u"initLanguageView Ende"_s);
 }
 
@@ -144,27 +164,46 @@ void ViewController::makeDownloadWindow()
                                           m_soundPlayer, window());
 }
 
+void ViewController::languageChanged()
+{
+    navigationViewController->reloadNavigation();
+    if (auto *shown = navigationViewController->activeContent<LanguageHandling>())
+        shown->languageChanged();
+    updateStorageGauge();
+    headerViewController->setTitle();
+    searchViewController->updateTexts();
+    loadData();
+    deleteViewController->rebuildMenus();
+    updateTexts();
+}
+
+/// Those that belong to the window itself.
 void ViewController::updateTexts()
 {
     window()->setWindowTitle(localized(u"window_title"_s));
-    m_titleLabel->setText(localized(u"header_title"_s));
     usbConnectionImageBtn->setAccessibleName(localized(u"pen_button"_s));
     usbConnectionImageBtn->setToolTip(localized(u"usb_eject_warning"_s));
-    deleteViewController->updateTexts();
     if (m_noPenView)
         m_noPenView->languageChanged();
     m_downloadWindow->updateTexts();
+    if (m_message)
+        m_messageLine->setText(m_message());
 }
 
-void ViewController::showMessage(const QString &text)
+void ViewController::showMessage(const std::function<QString()> &text)
 {
-    m_messageLine->setText(text);
-    m_messageLine->setVisible(!text.isEmpty());
-    if (text.isEmpty())
-        return;
+    m_message = text;
+    m_messageLine->setText(text());
+    m_messageLine->show();
     m_messageTimer.start(messageDuration);
     QAccessibleEvent event(m_messageLine, QAccessible::Alert);
     QAccessible::updateAccessibility(&event);
+}
+
+void ViewController::hideMessage()
+{
+    m_message = {};
+    m_messageLine->hide();
 }
 
 void ViewController::updateStorageGauge()

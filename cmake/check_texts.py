@@ -26,13 +26,8 @@ SOUND_CALLS = ('play', 'soundPath')
 SIDEBAR_ROW = re.compile(r'\bDescription\{[^"{}]*"\w*",\s*u"(\w*)",\s*u"([\w-]*)"\}')
 
 # Of the rooms that are still to be built. What is used leaves this list.
-AWAITED_KEYS = set('''
-    dropdown_bluetooth dropdown_change_lang dropdown_change_view dropdown_lang_english
-    dropdown_lang_german dropdown_legal_information dropdown_privacy menu_button
-    search shop_unavailable'''.split())
-AWAITED_IMAGES = set('''
-    if_Germany_92095 if_Germany_92095_transparent if_United-Kingdom_92403
-    if_United-Kingdom_92403_transparent menu search'''.split())
+AWAITED_KEYS = {'nothing_found_title', 'nothing_found_hint', 'try_again'}
+AWAITED_IMAGES = {'search'}
 
 
 def keys_of(language):

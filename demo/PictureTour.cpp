@@ -12,6 +12,7 @@
 #include "library/TitlesPage.h"
 #include "platform/WebView.h"
 #include "ui/DeleteViewController.h"
+#include "ui/LanguageViewController.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -88,10 +89,11 @@ void PictureTour::addEveryView()
 void PictureTour::addLanguage(const QString &language)
 {
     const auto switchTo = [this, language] {
-        setCurrentLanguage(language);
-        m_viewController.navigationViewController->reloadNavigation();
-        m_viewController.updateTexts();
-        m_viewController.loadData(); // with the gauge's texts
+        LanguageViewController &flags = *m_viewController.languageViewController;
+        if (language == "de"_L1)
+            flags.germanButtonAction();
+        else
+            flags.englishButtonAction();
     };
     for (const auto &[mode, modeName] :
          {std::pair{ViewMode::tiled, u"tiles"_s}, std::pair{ViewMode::list, u"list"_s}}) {

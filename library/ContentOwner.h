@@ -3,6 +3,10 @@
 #include "library/ViewMode.h"
 #include "pen/PenAvailability.h"
 
+#include <QString>
+
+#include <functional>
+
 class CoverCache;
 class DeletionSelecting;
 
@@ -17,6 +21,9 @@ public:
     [[nodiscard]] virtual DeletionSelecting *deletionSelection() = 0;
     /// Builds the page of all titles anew and shows it.
     virtual void showTitlesView() = 0;
-    /// Tells the person something without waiting for an answer; gone after a while.
-    virtual void showMessage(const QString &text) = 0;
+    /// Shows what was found for these words as a page of its own.
+    virtual void showFoundTitles(const QString &words) = 0;
+    /// Tells the person something without waiting for an answer; gone after a while. The text is
+    /// asked for anew when the language changes.
+    virtual void showMessage(const std::function<QString()> &text) = 0;
 };

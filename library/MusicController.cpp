@@ -153,8 +153,9 @@ void MusicController::play(const QModelIndex &index) const
     if (file && FileManager::stampOf(path) && Workspace::open(urlOf(*file)))
         return;
     debugPrint(u"Cannot be played: "_s + path);
-    m_viewController.showMessage(
-        localized(u"music_not_played"_s).replace(u"%@"_s, music->fileName));
+    m_viewController.showMessage([name = music->fileName] {
+        return localized(u"music_not_played"_s).replace(u"%@"_s, name);
+    });
 }
 
 void MusicController::languageChanged()

@@ -6,12 +6,14 @@
 #include "library/ElementService.h"
 #include "library/LibraryLists.h"
 #include "pen/NavStorageItem.h"
-#include "ui/DeletionOwner.h"
 #include "ui/DialogUtil.h"
+#include "ui/HeaderMenuOwner.h"
+#include "ui/LegalWindowController.h"
 
 #include "ui_DeleteViewController.h"
 
 #include <QHash>
+#include <QMenu>
 #include <QSet>
 #include <QShortcut>
 
@@ -60,13 +62,18 @@ QStringList stillThere(const QStringList &ids, const QStringList &withFiles)
 
 DeleteViewController::DeleteViewController(QWidget *parent)
     : QWidget(parent)
+    , dropDownMenu(new QMenu(this))
+    , languageDropDownMenu(new QMenu(this))
 {
     Ui::DeleteViewController outlets;
     outlets.setupUi(this);
     deleteButton = outlets.deleteButton;
     deleteButton->setIcon(shippedIcon(u"delete"_s));
     connect(deleteButton, &QToolButton::clicked, this, &DeleteViewController::deleteButtonAction);
-    updateTexts();
+    menuButton = outlets.menuButton;
+    menuButton->setIcon(shippedIcon(u"menu"_s));
+    connect(menuButton, &QToolButton::clicked, this, &DeleteViewController::menuButtonTapped);
+    rebuildMenus();
 }
 
 void DeleteViewController::setSelectedElementIds(const QStringList &ids)
@@ -104,12 +111,6 @@ void DeleteViewController::updateDeleteButton()
     if (!enabled && viewController && window()->focusWidget() == deleteButton)
         viewController->focusTitles();
     deleteButton->setEnabled(enabled);
-}
-
-void DeleteViewController::updateTexts()
-{
-    deleteButton->setToolTip(localized(u"delete_button"_s));
-    deleteButton->setAccessibleName(localized(u"delete_button"_s));
 }
 
 void DeleteViewController::addDeleteKey(QWidget &view)

@@ -3,19 +3,27 @@
 #include "library/BaseElement.h"
 #include "library/Deletion.h"
 
+#include <QPointer>
 #include <QStringList>
 #include <QWidget>
 
-class DeletionOwner;
+class HeaderMenuOwner;
+class LegalWindowController;
+class QAction;
+class QMenu;
 class QToolButton;
 
-/// The header's buttons for commands. The delete button removes the chosen titles from the pen.
-/// Main thread only.
+/// The header's buttons for commands: one deletes the chosen titles from the pen, the other opens
+/// the menu. Main thread only.
 class DeleteViewController : public QWidget, public DeletionSelecting
 {
     Q_OBJECT
 
 public:
+    /// The entries of the menu, from top to bottom.
+    enum class ItemTag { changeView, switchLanguage, bluetooth, legalInformation, privacy };
+    enum class languageItemTag { german, english };
+
     explicit DeleteViewController(QWidget *parent = nullptr);
 
     /// Marks them in the view shown, too.
@@ -33,16 +41,31 @@ public:
     /// The delete key in this view, or in one inside it, presses the button.
     void addDeleteKey(QWidget &view);
 
-    /// The buttons' texts anew in the current language.
-    void updateTexts();
+    void menuButtonTapped();
+    /// What the entry stands for happens.
+    void didSelectMenuEntry(const QAction &entry);
+    /// Builds the menus and the buttons' texts in the current language.
+    void rebuildMenus();
+    void setChangeViewEnabled(bool enabled);
 
     /// The main window's controller; set when it takes this one in.
-    DeletionOwner *viewController = nullptr;
+    HeaderMenuOwner *viewController = nullptr;
 
-    // Outlet.
+    QPointer<LegalWindowController> legalWindowController; ///< the last one opened, while open
+    QMenu *dropDownMenu;
+    QMenu *languageDropDownMenu;
+
+    // Outlets.
     QToolButton *deleteButton = nullptr;
+    QToolButton *menuButton = nullptr;
 
 private:
+    void addEntry(QMenu &menu, const QString &key, int tag);
+    void switchLanguage(languageItemTag tag);
+    void markLanguage();
+    void showLegalWindow(const QString &title);
     [[nodiscard]] QStringList visibleChoice() const;
     void deleteTitles(const QStringList &ids, const ElementList &titles, int pen);
+
+    bool m_changeViewEnabled = false;
 };

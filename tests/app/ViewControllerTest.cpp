@@ -16,6 +16,7 @@
 #include "platform/SharedSession.h"
 #include "platform/URLSession.h"
 #include "sync/UpdateService.h"
+#include "ui/LanguageViewController.h"
 
 #include <QDir>
 #include <QLabel>
@@ -301,8 +302,7 @@ TEST_F(EjectTest, WithoutAnswerEndsWithThePenOrInTime)
 
 TEST_F(StartWithoutPen, TextsFollowTheLanguage)
 {
-    setCurrentLanguage(u"en"_s);
-    controller().updateTexts();
+    controller().languageViewController->englishButtonAction();
     EXPECT_EQ(penButton().toolTip(), localized(u"usb_eject_warning"_s, u"en"_s));
     EXPECT_EQ(window->findChild<QLabel *>(u"titleLabel"_s)->text(), localized(u"header_title"_s));
     EXPECT_EQ(controller().downloadWindow()->cancelBtn->text(), localized(u"cancel"_s));

@@ -20,7 +20,8 @@ public:
     [[nodiscard]] CoverCache &coverCache() override { return covers; }
     [[nodiscard]] bool isReadingMusic() const override { return readingMusic; }
     void showTitlesView() override { ++titlesViewsShown; }
-    void showMessage(const QString &text) override { message = text; }
+    void showFoundTitles(const QString &words) override { foundTitlesShown += words; }
+    void showMessage(const std::function<QString()> &text) override { message = text(); }
     [[nodiscard]] DeletionSelecting *deletionSelection() override { return this; }
     void setSelectedElementIds(const QStringList &ids) override { selectedElementIds() = ids; }
     void clearSelectedElementIds() override { selectedElementIds().clear(); }
@@ -30,6 +31,7 @@ public:
     bool readingMusic = false;
     CoverCache covers;
     int titlesViewsShown = 0;
+    QStringList foundTitlesShown;
     QString message;
 };
 
