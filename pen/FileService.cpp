@@ -48,6 +48,18 @@ std::optional<QString> readText(const QUrl &fileURL, FileManager::Stamp *stamp =
     return decoded;
 }
 
+/// Looked up together, before any of them goes.
+QList<QUrl> existingFiles(const QString &mid)
+{
+    QList<QUrl> files;
+    for (const FileType type : {FileType::qnk, FileType::png, FileType::txt}) {
+        const std::optional<QUrl> url = URLFactory::url(mid, type);
+        if (url && FileManager::fileExists(pathOf(*url)))
+            files += *url;
+    }
+    return files;
+}
+
 } // namespace
 
 std::optional<QString> FileService::getFileContent(const QUrl &fileURL, FileManager::Stamp *stamp)
@@ -110,12 +122,9 @@ QStringList FileService::listFiles(const QUrl &directoryURL, const QString &cont
 bool FileService::deleteFiles(const QString &mid)
 {
     bool allRemoved = true;
-    for (const FileType type : {FileType::qnk, FileType::png, FileType::txt}) {
-        const std::optional<QUrl> url = URLFactory::url(mid, type);
-        if (!url || !FileManager::fileExists(pathOf(*url)))
-            continue;
-        debugPrint(u"Will delete item at "_s + text(*url));
-        if (const FileResult result = FileManager::removeItem(pathOf(*url)); !result) {
+    for (const QUrl &url : existingFiles(mid)) {
+        debugPrint(u"Will delete item at "_s + text(url));
+        if (const FileResult result = FileManager::removeItem(pathOf(url)); !result) {
             printError(result.error);
             allRemoved = false;
         }

@@ -53,11 +53,6 @@ QUrl PenPlaces::tbdFile() const
     return URLFactory::fileURL(configure(), URLFactory::fileName(u"tbd"_s, FileType::txt));
 }
 
-QUrl PenPlaces::logFile() const
-{
-    return URLFactory::fileURL(configure(), URLFactory::fileName(u"log"_s, FileType::txt));
-}
-
 std::optional<QString> PenPlaces::titleFile(const QString &id, FileType type) const
 {
     if (!isSafeFileName(id))

@@ -25,7 +25,6 @@ public:
     [[nodiscard]] QUrl music() const;
     [[nodiscard]] QUrl settingsFile() const;
     [[nodiscard]] QUrl tbdFile() const;
-    [[nodiscard]] QUrl logFile() const;
 
     /// The path of a file in the book folder; absent for an identifier that cannot be a file's
     /// name.

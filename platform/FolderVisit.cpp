@@ -3,6 +3,7 @@
 #include <QFile>
 
 #include <fcntl.h>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 

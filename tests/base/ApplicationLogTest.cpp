@@ -97,6 +97,7 @@ TEST_F(ApplicationLogTest, EntriesOfSeveralThreadsStayWhole)
     const auto entry = [](int writer, int number) {
         return u"%1: %2 "_s.arg(writer).arg(number) + QString(300, QChar(u'a' + writer));
     };
+    qputenv("XDG_CONFIG_HOME", folder.toUtf8()); // so that they look for the folder again
     testing::internal::CaptureStdout();
     std::vector<std::jthread> writers;
     for (int i = 0; i < threads; ++i)

@@ -6,14 +6,15 @@
 #include "tests/support/PenTest.h"
 #include "tests/support/Printers.h"
 
-#include <QDateTime>
 #include <QDir>
-#include <QFileInfo>
 
+#include <chrono>
+#include <filesystem>
 #include <sys/fsuid.h>
-#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -22,45 +23,7 @@ QUrl bookFile(const QString &name)
     return URLFactory::fileURL(URLFactory::getBookURL().value(), name);
 }
 
-QString text(const std::optional<QUrl> &url)
-{
-    return url ? url->toString(QUrl::FullyEncoded) : u"absent"_s;
-}
-
-class FileServiceTest : public PenTest
-{
-protected:
-    /// Older files have greater ages.
-    void writeAged(const QString &name, int ageInSeconds) const
-    {
-        pen.write(u"book/"_s + name, "x");
-        QFile file(pen.path(u"book/"_s + name));
-        ASSERT_TRUE(file.open(QFile::ReadWrite));
-        const QDateTime time = QDateTime::currentDateTime().addSecs(-ageInSeconds);
-        ASSERT_TRUE(file.setFileTime(time, QFileDevice::FileModificationTime));
-    }
-
-    [[nodiscard]] ino_t inode(const QString &relative) const
-    {
-        struct stat status = {};
-        EXPECT_EQ(::stat(qPrintable(pen.path(relative)), &status), 0);
-        return status.st_ino;
-    }
-
-    /// The book folder can be seen, and nothing be removed, not even by root.
-    template <typename Work>
-    void withLockedFolder(const Work &work) const
-    {
-        const QFile::Permissions locked(0x5555);
-        EXPECT_TRUE(
-            QFile::setPermissions(QFileInfo(pen.volumes()).path(), locked | QFile::WriteOwner));
-        EXPECT_TRUE(QFile::setPermissions(pen.path(u"book"_s), locked));
-        setfsuid(geteuid() == 0 ? 65534 : geteuid());
-        work();
-        setfsuid(geteuid());
-        EXPECT_TRUE(QFile::setPermissions(pen.path(u"book"_s), locked | QFile::WriteOwner));
-    }
-};
+using FileServiceTest = PenTest;
 
 } // namespace
 
@@ -74,10 +37,11 @@ TEST_F(FileServiceTest, LinesHaveNoEmptyOnes)
 TEST_F(FileServiceTest, WritesInPlaceOrTellsThatItCannot)
 {
     EXPECT_TRUE(FileService::writeFile(u"something long"_s, bookFile(u"a.txt"_s)));
-    const ino_t before = inode(u"book/a.txt"_s);
+    std::filesystem::create_hard_link(pen.path(u"book/a.txt"_s).toStdString(),
+                                      pen.path(u"twin"_s).toStdString());
     EXPECT_TRUE(FileService::writeFile(u"Bär\n"_s, bookFile(u"a.txt"_s)));
     EXPECT_EQ(pen.read(u"book/a.txt"_s), "Bär\n");
-    EXPECT_EQ(inode(u"book/a.txt"_s), before);
+    EXPECT_EQ(pen.read(u"twin"_s), "Bär\n");
     EXPECT_EQ(pen.names(u"book"_s), QStringList(u"a.txt"_s));
     const QUrl url = bookFile(u"a.txt"_s);
     pen.remove(u"book"_s);
@@ -86,9 +50,11 @@ TEST_F(FileServiceTest, WritesInPlaceOrTellsThatItCannot)
 
 TEST_F(FileServiceTest, ListsNewestFirst)
 {
-    int age = 0;
-    for (const QString &name : {u".z.txt"_s, u"z.TXT"_s, u"y.txt"_s, u"w.png"_s, u"a.txt.bak"_s})
-        writeAged(name, age += 10);
+    auto time = std::filesystem::file_time_type::clock::now();
+    for (const QString &name : {u".z.txt"_s, u"z.TXT"_s, u"y.txt"_s, u"w.png"_s, u"a.txt.bak"_s}) {
+        pen.write(u"book/"_s + name, "x");
+        std::filesystem::last_write_time(pen.path(u"book/"_s + name).toStdString(), time -= 1us);
+    }
     const QUrl folder = URLFactory::getBookURL().value();
     EXPECT_EQ(FileService::listFiles(folder, u".txt"_s), QStringList({u"y.txt"_s, u"a.txt.bak"_s}));
     EXPECT_EQ(FileService::listFiles(folder, QString()),
@@ -104,7 +70,15 @@ TEST_F(FileServiceTest, DeletesFilesAndTellsWhenOneStays)
         pen.write(u"book/"_s + name, "x");
     for (const QString &mid : {u"/../../configure/settings.ini"_s, u"/../x"_s, u"\n"_s})
         EXPECT_TRUE(FileService::deleteFiles(mid)) << "names no title";
-    withLockedFolder([] { EXPECT_FALSE(FileService::deleteFiles(u"0042"_s)); });
+    // The book folder can be seen, and nothing be removed, not even by root.
+    const QFile::Permissions locked(0x5555);
+    const QString book = pen.path(u"book"_s);
+    EXPECT_TRUE(QFile::setPermissions(pen.volumes() + u"/.."_s, locked | QFile::WriteOwner)
+                && QFile::setPermissions(book, locked));
+    setfsuid(geteuid() == 0 ? 65534 : geteuid());
+    EXPECT_FALSE(FileService::deleteFiles(u"0042"_s));
+    setfsuid(geteuid());
+    EXPECT_TRUE(QFile::setPermissions(book, locked | QFile::WriteOwner));
     EXPECT_EQ(pen.names(u"book"_s).size(), 5);
     EXPECT_TRUE(FileService::deleteFiles(u"0042"_s));
     EXPECT_EQ(pen.names(u"book"_s), QStringList({u"00042_de.txt"_s, u"042_en.txt"_s}));
@@ -145,8 +119,8 @@ TEST_F(FileServiceTest, ThePenIsKnownByTheWholeNameOfItsVolumeAsSpelledInTheAddr
         SCOPED_TRACE(name.toStdString());
         ASSERT_TRUE(QDir(pen.volumes()).mkdir(name));
         EXPECT_TRUE(UsbService::canDeviceNameBeQuillo(name));
-        EXPECT_EQ(text(URLFactory::getQuilloURL()),
-                  spelled ? u"file:///Volumes/"_s + *spelled + u'/' : u"absent"_s);
+        EXPECT_EQ(URLFactory::getQuilloURL().value_or(QUrl()).toString(QUrl::FullyEncoded),
+                  spelled ? u"file:///Volumes/"_s + *spelled + u'/' : QString());
         EXPECT_EQ(UsbService::getQuilloName(), spelled);
         EXPECT_EQ(UsbService::isMounted(spelled.value_or(QString())), spelled.has_value());
         EXPECT_FALSE(UsbService::isMounted(name.mid(1)));
@@ -159,10 +133,7 @@ TEST_F(FileServiceTest, ThePenIsKnownByTheWholeNameOfItsVolumeAsSpelledInTheAddr
 
 TEST_F(FileServiceTest, FilesKeepTheirNames)
 {
-    EXPECT_EQ(text(URLFactory::url(u"123"_s, FileType::png)),
-              u"file:///Volumes/QUILLO/book/0123_en.png"_s);
-    const QUrl folder = URLFactory::getBookURL().value();
-    for (const QString &fileName : {u"a%20b.txt"_s, u"ä#1?.png"_s, u"100%.qnk"_s, u" x "_s})
-        EXPECT_EQ(pathOf(URLFactory::fileURL(folder, fileName)),
-                  u"/Volumes/QUILLO/book/"_s + fileName);
+    EXPECT_EQ(URLFactory::url(u"123"_s, FileType::png), bookFile(u"0123_en.png"_s));
+    for (const QString &name : {u"a%20b.txt"_s, u"ä#1?.png"_s, u"100%.qnk"_s, u" x "_s})
+        EXPECT_EQ(pathOf(bookFile(name)), u"/Volumes/QUILLO/book/"_s + name);
 }

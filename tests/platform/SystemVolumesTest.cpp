@@ -35,14 +35,14 @@ struct Watched
 
 TEST(SystemVolumes, ListsVolumesInTheOrderOfTheTable)
 {
-    const Watched watched({rootLine, mediumLine("ZETA"), mediumLine("1A2B-3C4D"),
+    const Watched watched({rootLine, mediumLine(R"(NO\040NAME\0401)"), mediumLine("1A2B-3C4D"),
                            mediumLine(R"(NO\040NAME)"), mediumLine("1A2B-3C4D1")});
-    const QList<Volume> expected = {{u"ZETA"_s, u"/media/anna/ZETA"_s},
+    const QList<Volume> expected = {{u"NO NAME 1"_s, u"/media/anna/NO NAME 1"_s},
                                     {u"NO NAME"_s, u"/media/anna/1A2B-3C4D"_s},
-                                    {u"NO NAME 1"_s, u"/media/anna/NO NAME"_s},
-                                    {u"NO NAME 2"_s, u"/media/anna/1A2B-3C4D1"_s}};
+                                    {u"NO NAME 2"_s, u"/media/anna/NO NAME"_s},
+                                    {u"NO NAME 3"_s, u"/media/anna/1A2B-3C4D1"_s}};
     EXPECT_EQ(watched.volumes->volumes(), expected);
-    EXPECT_EQ(watched.volumes->volume(u"NO NAME 1"_s), expected.at(2));
+    EXPECT_EQ(watched.volumes->volume(u"NO NAME 2"_s), expected.at(2));
 }
 
 TEST(SystemVolumes, TellsWhatCameAndWent)

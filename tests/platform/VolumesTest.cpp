@@ -35,19 +35,6 @@ struct Watched
 
 } // namespace
 
-TEST(VolumeNaming, IsMadeUnique)
-{
-    const QList<Volume> given = {{u"NO NAME"_s, u"/a"_s},
-                                 {u"PEN 1"_s, u"/b"_s},
-                                 {u"PEN"_s, u"/c"_s},
-                                 {u"PEN"_s, u"/d"_s},
-                                 {u"PEN"_s, u"/e"_s}};
-    const QList<Volume> volumes = uniquelyNamed(given);
-    EXPECT_EQ(namesOf(volumes),
-              QStringList({u"NO NAME"_s, u"PEN 1"_s, u"PEN"_s, u"PEN 2"_s, u"PEN 3"_s}));
-    EXPECT_EQ(volumes.at(4).path, u"/e"_s);
-}
-
 TEST(FolderVolumes, ListsAndFindsFoldersAndLinksToFoldersByName)
 {
     const PenFolder pen;
