@@ -46,3 +46,8 @@ QString LanguageService::numberText(const QString &number)
         return number;
     return QString(number).replace(u'.', u',');
 }
+
+QString LanguageService::percentText(const QString &number)
+{
+    return number + (currentLanguage() == "de"_L1 ? " %"_L1 : "%"_L1);
+}

@@ -19,6 +19,8 @@ class LanguageService
 public:
     /// A number already formatted as text, with "," for every "." when the language is "de".
     [[nodiscard]] static QString numberText(const QString &number);
+    /// A number already formatted as text with its percent sign: "42 %" in German, "42%" otherwise.
+    [[nodiscard]] static QString percentText(const QString &number);
 };
 
 /// Adopted by content controllers with texts of their own to re-apply when the language changes.

@@ -8,7 +8,7 @@ struct FileFailure;
 struct DownloadPresentation
 {
     QString headline;
-    QString step;   ///< such as "42 %"
+    QString step;   ///< such as "42 %", as the language writes it
     double bar = 0; ///< 0 to 100
     QString image;  ///< name of the pen picture
     bool okEnabled = false;

@@ -172,7 +172,9 @@ RunPhase DownloadRun::phaseOfEnd() const
 
 void DownloadRun::updateTexts()
 {
-    m_presentation.headline = headline();
+    const DownloadPresentation anew = present();
+    m_presentation.headline = anew.headline;
+    m_presentation.step = anew.step;
     Q_EMIT presentationChanged();
 }
 
@@ -188,7 +190,7 @@ DownloadPresentation DownloadRun::present() const
     const double shown = isComplete ? 100.0 : shownProgress(m_downloadPercentage, m_copyPercentage);
     DownloadPresentation presentation;
     presentation.headline = headline();
-    presentation.step = QString::number(static_cast<int>(shown)) + u" %"_s;
+    presentation.step = LanguageService::percentText(QString::number(static_cast<int>(shown)));
     presentation.bar = shown;
     presentation.image = isComplete ? u"quillo-fortschritt-laden_100"_s : progressImageName(shown);
     presentation.okEnabled = isOkEnabled();

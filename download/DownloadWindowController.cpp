@@ -101,7 +101,7 @@ void DownloadWindowController::announceEnd()
 
 void DownloadWindowController::postDownloadComplete()
 {
-    Dispatch::main(m_run.get(), [] { NotificationCenter::defaultCenter().post(downloadComplete); });
+    postNotification(downloadComplete, m_run.get());
 }
 
 void DownloadWindowController::changeProgressBar(const QVariantMap &userInfo)
@@ -179,7 +179,6 @@ void DownloadWindowController::showWindow()
 void DownloadWindowController::updateTexts()
 {
     m_run->updateTexts();
-    reloadQueueTable();
 }
 
 void DownloadWindowController::reloadLibrary()

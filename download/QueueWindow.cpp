@@ -34,8 +34,7 @@ void QueueWindow::postTitlesDeleted(const QStringList &elementIds)
     NotificationCenter::defaultCenter().post(titlesDeleted, {{elementIdsKey, elementIds}});
 }
 
-void QueueWindow::postNotification(const QString &name)
+void QueueWindow::postNotification(const QString &name, QObject *guard)
 {
-    Dispatch::main(QCoreApplication::instance(),
-                   [name] { NotificationCenter::defaultCenter().post(name); });
+    Dispatch::main(guard, [name] { NotificationCenter::defaultCenter().post(name); });
 }

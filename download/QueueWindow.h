@@ -2,6 +2,7 @@
 
 #include <QStringList>
 
+class QObject;
 struct FileFailure;
 
 /// What the transfer service needs of the window that shows the queue, and the notifications by
@@ -37,6 +38,6 @@ public:
     static void postNoResponseFromServer();
     /// These titles were deleted from the pen: what waits to be loaded of them leaves the run.
     static void postTitlesDeleted(const QStringList &elementIds);
-    /// Queues the posting of `name` on the main queue.
-    static void postNotification(const QString &name);
+    /// Queues the posting of `name` on the main queue; dropped with `guard`.
+    static void postNotification(const QString &name, QObject *guard);
 };

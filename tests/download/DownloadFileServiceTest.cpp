@@ -6,7 +6,6 @@
 #include "platform/NotificationCenter.h"
 #include "tests/support/FaultServer.h"
 #include "tests/support/PenTest.h"
-#include "tests/support/Rows.h"
 
 #include <QTest>
 
@@ -168,29 +167,23 @@ TEST_F(DownloadFileServiceTest, StoppedWhileItPlacesAFileItLeavesTheOldOneAndTel
 
 TEST_F(DownloadFileServiceTest, ContentLengthIsAskedForByHead)
 {
-    struct Row
-    {
-        const char *name;
-        Reply reply;
-        std::optional<qint64> length;
-    };
-    forEachRow<Row>(
-        {{"MoreThanFourGigabytes", {.body = "x", .announced = 5'000'000'000}, 5'000'000'000},
-         {"MoreThanAnyPen", {.body = "x", .announced = 1'099'511'627'777}, {}},
-         {"NotANumber", {.headers = {{"Content-Length", "many"}}, .body = "x"}, {}},
-         {"ErrorPage", {.status = 404, .body = "12345"}, {}}},
-        [&](const Row &row) {
-            server.serve("/c", row.reply);
-            bool answered = false;
-            service->getContentLength(server.address("/c?v=1"), [&](std::optional<qint64> length) {
-                EXPECT_TRUE(Dispatch::isMainThread());
-                EXPECT_EQ(length, row.length);
-                answered = true;
-            });
-            ASSERT_TRUE(waitFor([&] { return answered; }));
-            EXPECT_EQ(server.requests().last().method, "HEAD");
-            EXPECT_EQ(server.requests().last().target, "/c?v=1");
+    using Length = std::optional<qint64>;
+    for (const auto &[reply, length] : std::initializer_list<std::pair<Reply, Length>>{
+             {{.body = "x", .announced = 5'000'000'000}, 5'000'000'000},
+             {{.body = "x", .announced = 1'099'511'627'777}, {}}, // more than any pen
+             {{.headers = {{"Content-Length", "many"}}, .body = "x"}, {}},
+             {{.status = 404, .body = "12345"}, {}}}) {
+        server.serve("/c", reply);
+        std::optional<Length> answered;
+        service->getContentLength(server.address("/c?v=1"), [&](Length answer) {
+            EXPECT_TRUE(Dispatch::isMainThread());
+            answered = answer;
         });
+        ASSERT_TRUE(waitFor([&] { return answered.has_value(); }));
+        EXPECT_EQ(*answered, length) << reply.body.constData();
+        EXPECT_EQ(server.requests().last().method, "HEAD");
+        EXPECT_EQ(server.requests().last().target, "/c?v=1");
+    }
     std::optional<qint64> size = 1; // at once for an address that is none
     service->getContentLength(u"http://a b/"_s,
                               [&](std::optional<qint64> length) { size = length; });

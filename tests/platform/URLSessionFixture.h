@@ -14,9 +14,9 @@
 
 #include <atomic>
 #include <functional>
+#include <future>
 #include <map>
 #include <mutex>
-#include <numeric>
 #include <set>
 #include <thread>
 
@@ -45,6 +45,7 @@ struct Told
 
     QStringList calls; ///< of which progress only where it came late
     QList<Progress> progress;
+    qint64 written = 0;
     QByteArray content; ///< of the file once it was placed
     std::optional<URLError> error;
     std::optional<URLResponse> response; ///< as seen in didComplete
@@ -53,11 +54,6 @@ struct Told
     [[nodiscard]] int status() const { return response ? response->statusCode : 0; }
     [[nodiscard]] QString errorText() const { return error ? error->description : QString(); }
     [[nodiscard]] bool isResumable() const { return error && error->rest; }
-    [[nodiscard]] qint64 written() const
-    {
-        return std::accumulate(progress.begin(), progress.end(), qint64(0),
-                               [](qint64 sum, const Progress &step) { return sum + step.written; });
-    }
 };
 
 /// Places what a session has loaded and writes down what it tells. The hooks run on the session's
@@ -73,6 +69,7 @@ public:
     {
         note(task, [&](Told &told) {
             told.progress.append({written, total, expected, m_clock.elapsed()});
+            told.written += written;
             if (!told.calls.isEmpty())
                 told.calls.append(QStringLiteral("wrote"));
         });
@@ -194,19 +191,10 @@ protected:
     }
     [[nodiscard]] DataTaskResult fetch(const URLRequest &request)
     {
-        struct State
-        {
-            DataTaskResult result;
-            std::atomic<int> told = 0;
-        };
-        const auto state = std::make_shared<State>();
-        session->dataTask(request, [state](const DataTaskResult &result) {
-            state->result = result;
-            EXPECT_EQ(++state->told, 1);
-        });
-        const bool ran = QTest::qWaitFor([&] { return state->told > 0; }, 30'000);
-        EXPECT_TRUE(ran);
-        return ran ? state->result : DataTaskResult();
+        const auto told = std::make_shared<std::promise<DataTaskResult>>(); // bears it once
+        session->dataTask(request,
+                          [told](const DataTaskResult &result) { told->set_value(result); });
+        return told->get_future().get();
     }
     [[nodiscard]] DataTaskResult fetch(const QByteArray &path, const QByteArray &method = "GET")
     {

@@ -52,42 +52,29 @@ public:
     int requests = 0;
 };
 
-class URLSessionSecureTest : public URLSessionFixture
+using URLSessionSecureTest = URLSessionFixture;
+
+TEST_F(URLSessionSecureTest, FollowsARedirectToATrustedServerButNoneToHttp)
 {
-protected:
-    void trust() const
-    {
-        const QString trusted = temporary.filePath(QStringLiteral("trusted.pem"));
-        ASSERT_TRUE(QFile::copy(pem, trusted));
-        qputenv("SSL_CERT_FILE", trusted.toUtf8());
-    }
-
-    void TearDown() override { qunsetenv("SSL_CERT_FILE"); }
-};
-
-const char greeting[] = "HTTP/1.1 200 OK\r\nContent-Length: 5\r\nConnection: close\r\n\r\nhello";
-
-TEST_F(URLSessionSecureTest, FollowsARedirectFromHttpToATrustedServer)
-{
-    const SecureServer secure(greeting);
-    server.serve("/file", FaultServer::Reply::redirect(secure.address()));
+    const SecureServer secure("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhello");
+    server.serve("/file", Reply::redirect(secure.address()));
     EXPECT_EQ(download("/file").calls, failure);
     EXPECT_EQ(secure.requests, 0);
-    trust();
+
+    const QString trusted = temporary.filePath(QStringLiteral("trusted.pem"));
+    ASSERT_TRUE(QFile::copy(pem, trusted));
+    qputenv("SSL_CERT_FILE", trusted.toUtf8());
     const Told told = download("/file");
     EXPECT_EQ(told.content, "hello");
     EXPECT_EQ(told.response->url.scheme(), QStringLiteral("https"));
-}
 
-TEST_F(URLSessionSecureTest, FollowsNoRedirectToHttp)
-{
-    trust();
-    server.serve("/file", "in the clear");
-    const SecureServer secure("HTTP/1.1 302 Found\r\nLocation: " + server.url("/file").toEncoded()
-                              + "\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
-    const Told told = download(QUrl(QString::fromLatin1(secure.address())));
-    EXPECT_TRUE(told.error && !told.response);
-    EXPECT_EQ(secure.requests, 1);
+    const SecureServer back("HTTP/1.1 302 Found\r\nLocation: " + server.url("/file").toEncoded()
+                            + "\r\nContent-Length: 0\r\n\r\n");
+    server.forgetRequests();
+    const Told sentBack = download(QUrl(QString::fromLatin1(back.address())));
+    qunsetenv("SSL_CERT_FILE");
+    EXPECT_TRUE(sentBack.error && !sentBack.response);
+    EXPECT_EQ(back.requests, 1);
     EXPECT_EQ(server.requests().size(), 0);
 }
 
