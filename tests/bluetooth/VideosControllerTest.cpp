@@ -94,6 +94,7 @@ TEST_F(VideosViews, followTheStateOfTheLinkInTheLanguageShown)
     expectState(none, videos.imageDisconnected, false);
 
     offerPens({u"Quillo 1"_s, u"Quillo 2"_s});
+    configuration.set(propertyList({{URLFactory::dummyVideoKey, u"http://a.example/demo.mp4"_s}}));
     receive(QUrl(u"http://films.example/a.mp4"_s));
     setCurrentLanguage(u"en"_s);
     videos.languageChanged();
