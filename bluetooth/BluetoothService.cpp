@@ -184,8 +184,10 @@ void BluetoothService::didDisconnect(const PeripheralPtr &peripheral,
                                      const std::optional<QString> &error)
 {
     writeLog(u"**** DISCONNECTED FROM QUILLO"_s);
-    if (m_quilloPeripheral && peripheral != m_quilloPeripheral)
-        return; // one that another has taken the place of
+    // The end of one that another has taken the place of; or one asked for before the pen was
+    // connected to again: whoever asks forgets the pen.
+    if (m_quilloPeripheral && (peripheral != m_quilloPeripheral || !error))
+        return;
     if (error) {
         writeLog(u"****** Disconnection details: "_s + *error);
         showMessage(u"bluetooth_connection_failed"_s);

@@ -110,8 +110,11 @@ void RadioWatcher::readObjects(const QDBusMessage &reply)
 {
     m_query.reset();
     if (reply.type() != QDBusMessage::ReplyMessage) {
-        if (!m_restart.isActive())
-            setState(stateFor(QDBusError(reply)));
+        const State state = stateFor(QDBusError(reply));
+        if (m_restart.isActive() && state == State::unsupported)
+            return; // it may come yet
+        m_restart.stop();
+        setState(state);
         return;
     }
     m_restart.stop();

@@ -14,16 +14,16 @@ SimulatedPeripheral::SimulatedPeripheral(SimulatedCentral &central, const Descri
 
 void SimulatedPeripheral::answer(std::function<void(PeripheralDelegate &delegate)> work)
 {
-    m_central.later([this, link = m_link, work = std::move(work)](CentralManagerDelegate &) {
-        if (m_connected && link == m_link && delegate)
+    m_central.later([this, change = m_change, work = std::move(work)](CentralManagerDelegate &) {
+        if (isConnected() && change == m_change && delegate)
             work(*delegate);
     });
 }
 
-void SimulatedPeripheral::setConnected(bool connected)
+void SimulatedPeripheral::setLink(Link link)
 {
-    ++m_link;
-    m_connected = connected;
+    ++m_change;
+    m_link = link;
     m_subscribed.clear();
 }
 
@@ -51,7 +51,7 @@ QList<QUuid> SimulatedPeripheral::characteristics(const QUuid &service) const
 
 void SimulatedPeripheral::subscribe(const QUuid &characteristic)
 {
-    if (m_connected && !m_subscribed.contains(characteristic))
+    if (isConnected() && !m_subscribed.contains(characteristic))
         m_subscribed.append(characteristic);
 }
 
@@ -97,7 +97,7 @@ void SimulatedCentral::discover(const SimulatedPeripheralPtr &peripheral)
 {
     later([this, peripheral](CentralManagerDelegate &hearing) {
         // One that is connected does not call for others.
-        if (!m_scanning || !peripheral->m_inReach || peripheral->m_connected)
+        if (!m_scanning || !peripheral->m_inReach || peripheral->isConnected())
             return;
         const QString name = peripheral->name();
         hearing.didDiscover(peripheral, name.isEmpty() ? std::nullopt : std::optional(name));
@@ -106,19 +106,23 @@ void SimulatedCentral::discover(const SimulatedPeripheralPtr &peripheral)
 
 void SimulatedCentral::connectPeripheral(const PeripheralPtr &peripheral)
 {
+    using Link = SimulatedPeripheral::Link;
     const SimulatedPeripheralPtr device = known(peripheral);
-    if (!device->m_connected)
-        device->setConnected(false);
-    const auto attempt = [this, device, link = device->m_link] {
-        if (link != device->m_link || !delegate)
+    if (device->m_link == Link::Wanted)
+        return;
+    if (device->m_link == Link::None)
+        device->setLink(Link::Wanted);
+    const auto attempt = [this, device, change = device->m_change] {
+        if (change != device->m_change)
             return;
-        if (!device->m_connected && (m_state != State::poweredOn || !device->m_inReach)) {
+        const bool reached =
+            device->isConnected() || (m_state == State::poweredOn && device->m_inReach);
+        if (!device->isConnected())
+            device->setLink(reached ? Link::Up : Link::None);
+        if (delegate && reached)
+            delegate->didConnect(device);
+        else if (delegate)
             delegate->didFailToConnect(device, u"no answer"_s);
-            return;
-        }
-        if (!device->m_connected)
-            device->setConnected(true);
-        delegate->didConnect(device);
     };
     if (device->m_inReach)
         Dispatch::main(this, attempt);
@@ -128,16 +132,19 @@ void SimulatedCentral::connectPeripheral(const PeripheralPtr &peripheral)
 
 void SimulatedCentral::cancelPeripheralConnection(const PeripheralPtr &peripheral)
 {
-    known(peripheral)->setConnected(false);
+    const SimulatedPeripheralPtr device = known(peripheral);
+    if (device->m_link == SimulatedPeripheral::Link::None)
+        return;
+    device->setLink(SimulatedPeripheral::Link::None);
     later([peripheral](CentralManagerDelegate &hearing) { hearing.didDisconnect(peripheral, {}); });
 }
 
 void SimulatedCentral::loseConnection(const SimulatedPeripheralPtr &peripheral,
                                       const QString &error)
 {
-    if (!peripheral->m_connected)
+    if (!peripheral->isConnected())
         return;
-    peripheral->setConnected(false);
+    peripheral->setLink(SimulatedPeripheral::Link::None);
     later([peripheral, error](CentralManagerDelegate &hearing) {
         hearing.didDisconnect(peripheral, error);
     });

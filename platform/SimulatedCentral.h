@@ -31,7 +31,7 @@ public:
     void subscribe(const QUuid &characteristic) override;
 
     [[nodiscard]] bool isInReach() const { return m_inReach; }
-    [[nodiscard]] bool isConnected() const { return m_connected; }
+    [[nodiscard]] bool isConnected() const { return m_link == Link::Up; }
 
     /// False, and nothing is sent, when nobody has subscribed.
     bool send(const QUuid &characteristic, const QByteArray &value);
@@ -39,17 +39,19 @@ public:
 private:
     friend class SimulatedCentral;
 
+    enum class Link { None, Wanted, Up };
+
     /// The work is left out when the connection has ended by then.
     void answer(std::function<void(PeripheralDelegate &delegate)> work);
-    /// Makes what is under way for the connection before come to nothing.
-    void setConnected(bool connected);
+    /// Makes what is under way for the link before come to nothing.
+    void setLink(Link link);
 
     SimulatedCentral &m_central;
     const Description m_description;
     QList<QUuid> m_subscribed;
     bool m_inReach = false;
-    bool m_connected = false;
-    int m_link = 0; ///< another number for every connection and every attempt
+    Link m_link = Link::None;
+    int m_change = 0; ///< another number for every change of the link
 };
 
 /// A radio inside the program, with devices that come and go as they are told: for the demo, tests

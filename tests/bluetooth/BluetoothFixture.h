@@ -9,6 +9,12 @@
 
 #include <gtest/gtest.h>
 
+/// The pen's message with a piece of an address.
+[[nodiscard]] inline QByteArray piece(int count, int index, const QByteArray &text)
+{
+    return QByteArray("\xAA") + char(count) + char(index) + text;
+}
+
 /// Writes down what the radio link tells.
 class ToldByRadio : public BluetoothServiceDelegate
 {

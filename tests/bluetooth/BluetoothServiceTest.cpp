@@ -8,8 +8,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-using State = CentralManager::State;
-
 /// The link to the pens of a radio that does what it is told.
 class BluetoothServiceTest : public testing::Test
 {
@@ -22,22 +20,17 @@ protected:
         radio->connectPatience = 0ms;
     }
 
+    /// A scan was begun and ended, and then came these.
+    void expectScan(const QStringList &then)
+    {
+        EXPECT_EQ(heard.upTo(then.last()), QStringList({u"scanning"_s, u"scanned"_s}) + then);
+    }
     void connectToPen()
     {
         service.startScan();
-        ASSERT_EQ(heard.upTo(u"connected"_s),
-                  QStringList({u"scanning"_s, u"scanned"_s, u"connected"_s}));
+        expectScan({u"connected"_s});
         ASSERT_TRUE(QTest::qWaitFor([this] { return pens.send(nothing); }));
         settle();
-    }
-    /// The log without what comes before the pen's first message.
-    [[nodiscard]] QStringList logAfter(const QList<QByteArray> &messages)
-    {
-        return loggedBy([&] {
-            for (const QByteArray &message : messages)
-                EXPECT_TRUE(pens.send(message));
-            settle();
-        });
     }
     static void settle()
     {
@@ -46,41 +39,23 @@ protected:
     }
 
     const QByteArray nothing = "?"; // a message that is ignored
+    const QByteArray gaveUp = DemoRadio::gaveUpMessage, video = DemoRadio::defaultVideoMessage;
     ToldByRadio heard;
     DemoRadio pens;
     std::unique_ptr<SimulatedCentral> radio = pens.make();
     BluetoothService service{*radio};
 };
 
-TEST_F(BluetoothServiceTest, SaysWhyItCannotScan)
-{
-    const struct
-    {
-        State state;
-        QString key;
-    } rows[] = {{State::unknown, u"bluetooth_unknown"_s},
-                {State::resetting, u"bluetooth_resetting"_s},
-                {State::unsupported, u"bluetooth_unsupported"_s},
-                {State::unauthorized, u"bluetooth_unauthorized"_s},
-                {State::poweredOff, u"bluetooth_power_off"_s}};
-    for (const auto &[state, key] : rows) {
-        radio->setState(state);
-        service.startScan();
-        EXPECT_EQ(heard.upTo(key), QStringList{key});
-        EXPECT_FALSE(radio->isScanning());
-    }
-    settle();
-    EXPECT_TRUE(logEntries().contains(u"Manager did update state to poweredOff"_s));
-}
-
 TEST_F(BluetoothServiceTest, FindsThePenByItsExactNameAndSubscribes)
 {
-    for (const QString &name : {u"quillo"_s, u"Quillo 2"_s, u""_s})
-        radio->setInReach(radio->addPeripheral({name, name, {}}), true);
+    for (const QString &name : {u"quillo"_s, u"Quillo 2"_s, u""_s}) {
+        const auto other = radio->addPeripheral({name, name, {}});
+        radio->setInReach(other, true);
+        radio->cancelPeripheralConnection(other); // there is none: nobody answers
+    }
     service.startScan();
     service.startScan(); // while one runs
-    EXPECT_EQ(heard.upTo(u"connected"_s),
-              QStringList({u"scanning"_s, u"scanned"_s, u"connected"_s}));
+    expectScan({u"connected"_s});
     EXPECT_EQ(service.foundQuillos().size(), 1);
     EXPECT_FALSE(radio->isScanning());
     EXPECT_TRUE(QTest::qWaitFor([this] { return pens.send(nothing); }));
@@ -96,12 +71,11 @@ TEST_F(BluetoothServiceTest, SaysWhenThereIsNoPenOrTheRadioWentOff)
 {
     pens.setInReach(0, false);
     service.startScan();
-    EXPECT_EQ(heard.upTo(u"bluetooth_no_quillo_found"_s),
-              QStringList({u"scanning"_s, u"scanned"_s, u"bluetooth_no_quillo_found"_s}));
+    expectScan({u"bluetooth_no_quillo_found"_s});
     service.startScan();
     pens.setPoweredOn(false);
-    EXPECT_EQ(heard.upTo(u"bluetooth_power_off"_s),
-              QStringList({u"scanning"_s, u"scanned"_s, u"bluetooth_power_off"_s}));
+    expectScan({u"bluetooth_power_off"_s});
+    EXPECT_EQ(logEntries().count(u"Manager did update state to poweredOff"_s), 1);
 }
 
 TEST_F(BluetoothServiceTest, LetsChooseAmongSeveral)
@@ -109,7 +83,7 @@ TEST_F(BluetoothServiceTest, LetsChooseAmongSeveral)
     pens.setInReach(1, true);
     service.startScan();
     const QString both = u"Quillo C0:FF:EE:00:00:01|Quillo C0:FF:EE:00:00:02"_s;
-    EXPECT_EQ(heard.upTo(both), QStringList({u"scanning"_s, u"scanned"_s, both}));
+    expectScan({both});
     for (const int nobody : {-1, 2})
         heard.selection(nobody);
     EXPECT_FALSE(service.quilloPeripheral());
@@ -124,6 +98,13 @@ TEST_F(BluetoothServiceTest, LetsChooseAmongSeveral)
     EXPECT_TRUE(heard.told.isEmpty());
     EXPECT_EQ(service.quilloPeripheral()->identifier(), u"C0:FF:EE:00:00:01"_s);
 
+    // Given up and at once chosen again, it is connected again.
+    service.disconnect();
+    heard.selection(0);
+    EXPECT_EQ(heard.upTo(u"connected"_s), QStringList({u"not connected"_s, u"connected"_s}));
+    settle();
+    EXPECT_TRUE(heard.told.isEmpty() && service.connected() && pens.isConnected());
+
     // Chosen from the list of a scan that a disconnection has ended, a pen is known, but not found.
     service.disconnect();
     settle();
@@ -131,16 +112,7 @@ TEST_F(BluetoothServiceTest, LetsChooseAmongSeveral)
     EXPECT_EQ(heard.upTo(u"connected"_s).last(), u"connected"_s);
     pens.setInReach(0, false);
     service.startScan();
-    EXPECT_EQ(heard.upTo(u"connected"_s),
-              QStringList({u"scanning"_s, u"scanned"_s, u"connected"_s}));
-}
-
-TEST_F(BluetoothServiceTest, KeepsThePensOfEarlierScans)
-{
-    connectToPen();
-    pens.setInReach(1, true);
-    service.startScan();
-    EXPECT_EQ(heard.upTo(u"Quillo C0:FF:EE:00:00:01|Quillo C0:FF:EE:00:00:02"_s).size(), 3);
+    expectScan({u"connected"_s});
 }
 
 TEST_F(BluetoothServiceTest, EndsWithThePenTheRadioOrOnRequest)
@@ -153,6 +125,15 @@ TEST_F(BluetoothServiceTest, EndsWithThePenTheRadioOrOnRequest)
     EXPECT_FALSE(service.quilloPeripheral());
     EXPECT_EQ(logEntries().last(2), QStringList({u"**** DISCONNECTED FROM QUILLO"_s,
                                                  u"****** Disconnection details: out of reach"_s}));
+    // As soon as it has been found it is out of reach.
+    pens.setInReach(0, true);
+    service.startScan();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !service.foundQuillos().isEmpty(); }));
+    pens.setInReach(0, false);
+    expectScan(lost);
+    EXPECT_TRUE(service.foundQuillos().isEmpty());
+    EXPECT_FALSE(service.quilloPeripheral());
+    EXPECT_EQ(logEntries().last(), u"**** CONNECTION TO QUILLO FAILED!!!"_s);
     pens.setInReach(0, true);
     connectToPen();
     pens.setPoweredOn(false);
@@ -171,55 +152,60 @@ TEST_F(BluetoothServiceTest, EndsWithThePenTheRadioOrOnRequest)
     EXPECT_FALSE(pens.isConnected());
 }
 
-TEST_F(BluetoothServiceTest, SaysThatAPenCannotBeReached)
-{
-    service.startScan();
-    ASSERT_TRUE(QTest::qWaitFor([this] { return !service.foundQuillos().isEmpty(); }));
-    pens.setInReach(0, false);
-    EXPECT_EQ(heard.upTo(u"not connected"_s),
-              QStringList({u"scanning"_s, u"scanned"_s, u"bluetooth_connection_failed"_s,
-                           u"not connected"_s}));
-    EXPECT_TRUE(service.foundQuillos().isEmpty());
-    EXPECT_FALSE(service.quilloPeripheral());
-    EXPECT_EQ(logEntries().last(), u"**** CONNECTION TO QUILLO FAILED!!!"_s);
-}
-
 TEST_F(BluetoothServiceTest, PutsAddressesTogether)
 {
+    struct Row
+    {
+        const char *name;
+        QList<QByteArray> messages;
+        QStringList told = {};
+    };
+    const QByteArray longest = QByteArray("http://a/").leftJustified(8192, 'b');
+    const QString next = u"http://next"_s;
     connectToPen();
-    const QByteArray address = "//http://pen.example/a video.mp4";
-    EXPECT_EQ(logAfter(DemoRadio::messages(address, 2)),
-              QStringList({u"Header: 170"_s, u"values received: //http://pen.exa"_s,
-                           u"url: //http://pen.exa"_s, u"Header: 170"_s,
-                           u"values received: mple/a video.mp4"_s,
-                           u"url: //http://pen.example/a video.mp4"_s}));
-    EXPECT_EQ(heard.told, QStringList{u"http://pen.example/a%20video.mp4"_s});
+    forEachRow<Row>(
+        {{"blanks", {piece(2, 0, "//a/b c"), piece(2, 1, " ")}, {u"a/b%20c%20"_s}},
+         {"only the first slashes", {piece(1, 0, "////a/b")}, {u"//a/b"_s}},
+         {"colon written out", {piece(1, 0, "http%3A//a")}, {u"http%3A//a"_s}},
+         {"quote", {piece(1, 0, "http://a/\"><script>")}},
+         {"line feed", {piece(1, 0, "http://a/\n")}},
+         {"nothing", {piece(1, 0, "")}},
+         {"nothing but slashes", {piece(1, 0, "//")}},
+         {"not ASCII", {piece(2, 0, "http://a"), piece(2, 1, "b\xC3\xA4")}, {u"http://a"_s}},
+         {"last of many", {piece(128, 127, "http://a")}, {u"http://a"_s}},
+         {"index too high", {piece(2, 2, "http://a"), gaveUp}},
+         {"too short", {"", "\xAA\x01", piece(0, 0, "a")}},
+         {"unknown", {QByteArray("\xAB\1\0a", 4), nothing}},
+         {"interrupted",
+          {piece(2, 0, "a"), video, piece(2, 1, "b")},
+          {u"default video"_s, u"ab"_s}},
+         {"longest", {piece(2, 0, longest), piece(2, 1, "")}, {QString::fromLatin1(longest)}},
+         {"too long", {piece(3, 0, longest), piece(3, 1, "c"), piece(3, 2, "")}},
+         {"too long and given up", {piece(2, 0, longest + "c"), gaveUp + "\xAA"}}},
+        [&](const Row &row) {
+            for (const QByteArray &message : row.messages + QList{piece(1, 0, next.toLatin1())})
+                EXPECT_TRUE(pens.send(message));
+            EXPECT_EQ(heard.upTo(next), row.told + QStringList{next});
+        });
+}
 
-    heard.told.clear();
-    const QByteArray half = DemoRadio::messages(address, 2).first();
-    EXPECT_EQ(logAfter({half, DemoRadio::gaveUpMessage, DemoRadio::gaveUpMessage}).sliced(3),
-              QStringList({u"Header: 187"_s,
-                           u"Cleared urlString after failed atempt of sending an url per "
-                           "bluetooth!  //http://pen.exa"_s,
-                           u"Header: 187"_s}));
-    // In between, the default video is asked for; the pieces stay.
-    const QList<QByteArray> pieces = DemoRadio::messages("http://a", 2);
-    EXPECT_TRUE(logAfter({pieces.at(0), DemoRadio::defaultVideoMessage, pieces.at(1)})
-                    .contains(u"Got header 204"_s));
-    EXPECT_EQ(heard.told, QStringList({u"default video"_s, u"http://a"_s}));
-
-    // One too long to be kept is given up like any other.
-    heard.told.clear();
-    const QByteArray tooLong = DemoRadio::messages(QByteArray(20'000, 'a'), 2).first();
-    EXPECT_EQ(logAfter({tooLong, DemoRadio::gaveUpMessage}).last(), u"Header: 187"_s);
-    EXPECT_EQ(logAfter(DemoRadio::messages("http://b", 1)).size(), 3);
-    EXPECT_EQ(std::exchange(heard.told, {}), QStringList{u"http://b"_s});
-
-    EXPECT_EQ(logAfter(DemoRadio::messages("http://[", 1)).last(),
-              u"Could not create URL from received string: http://["_s);
-    EXPECT_EQ(logAfter({QByteArray(1, '\0'), QByteArray("\xAA\x01")}),
-              QStringList({u"Header: 0"_s, u"Header: 170"_s}));
-    EXPECT_TRUE(heard.told.isEmpty());
+TEST_F(BluetoothServiceTest, WritesDownWhatThePenSends)
+{
+    connectToPen();
+    const QStringList log = loggedBy([this] {
+        for (const QByteArray &message : {piece(2, 0, "a"), gaveUp, gaveUp, video,
+                                          piece(1, 0, "//http://["), QByteArray("\xAA")})
+            EXPECT_TRUE(pens.send(message));
+        settle();
+    });
+    EXPECT_EQ(
+        log,
+        QStringList({u"Header: 170"_s, u"values received: a"_s, u"url: a"_s, u"Header: 187"_s,
+                     u"Cleared urlString after failed atempt of sending an url per "
+                     "bluetooth!  a"_s,
+                     u"Header: 187"_s, u"Header: 204"_s, u"Got header 204"_s, u"Header: 170"_s,
+                     u"values received: //http://["_s, u"url: //http://["_s,
+                     u"Could not create URL from received string: http://["_s, u"Header: 170"_s}));
 }
 
 TEST_F(BluetoothServiceTest, SaysNothingAfterItsEnd)

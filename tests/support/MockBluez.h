@@ -25,10 +25,10 @@ public:
     /// What the system lacks for the stand-in; null when it runs.
     [[nodiscard]] const char *missing() const { return m_missing; }
 
-    void start()
+    void start(const QStringList &faults = {})
     {
         m_process.start(QStringLiteral("/usr/bin/python3"),
-                        {QStringLiteral(TEST_SUPPORT_FOLDER "/mock_bluez.py")});
+                        QStringList(QStringLiteral(TEST_SUPPORT_FOLDER "/mock_bluez.py")) + faults);
         if (!readUntil("ready"))
             m_missing = "no python3-dbus or python3-gi on this system";
     }

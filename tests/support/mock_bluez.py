@@ -10,20 +10,17 @@ Does what a line on standard input says and answers it with "done":
     set ADDRESS PROPERTY VALUE    VALUE as Python has it
     send ADDRESS HEX...           notifications
     drop ADDRESS                  the pen ends the connection
-    fault WORD...                 from now on: denied, refused, silent, unresolved, foreign, unnotified
+    fault WORD...                 from now on, or as arguments: denied, refused, silent, unresolved, foreign, unnotified
 Every call but the reading ones is told on standard output, after the line "ready".
 """
 import ast
 import sys
 import time
 
-try:
-    import dbus
-    import dbus.lowlevel
-    import dbus.mainloop.glib
-    from gi.repository import GLib
-except ImportError as error:
-    sys.exit("skip: %s" % error)
+import dbus
+import dbus.lowlevel
+import dbus.mainloop.glib
+from gi.repository import GLib
 
 SERVICE = "org.bluez"
 ADAPTER, DEVICE = SERVICE + ".Adapter1", SERVICE + ".Device1"
@@ -33,7 +30,7 @@ PROPERTIES, MANAGER = "org.freedesktop.DBus.Properties", "org.freedesktop.DBus.O
 UUID = "0000%s-0000-1000-8000-00805f9b34fb"
 READING = ("Get", "GetAll", "GetManagedObjects", "SetDiscoveryFilter")
 
-objects, in_reach, faults = {}, {}, set()
+objects, in_reach, faults = {}, {}, set(sys.argv[1:])
 
 
 def say(line):
