@@ -9,6 +9,8 @@
 #include <QTest>
 #include <QThread>
 
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
@@ -35,14 +37,6 @@ protected:
         return {path, size, QFile(path).size(), 1};
     }
 
-    CoverImage file(const QString &name, const QByteArray &content)
-    {
-        QFile file(folder.filePath(name));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(content);
-        return {file.fileName(), QSize(600, 800), content.size(), 1};
-    }
-
     QPixmap wait(const CoverImage &image, qreal ratio = 1)
     {
         QPixmap shown = cache.pixmap(image, tile, ratio);
@@ -51,7 +45,7 @@ protected:
         return cache.pixmap(image, tile, ratio);
     }
 
-    /// Keeps the whole pool busy; each openPool() sets one thread free.
+    /// Keeps the whole pool busy; each release of the gate sets one thread free.
     void closePool()
     {
         const int threads = QThread::idealThreadCount();
@@ -64,8 +58,6 @@ protected:
         }
         running.acquire(threads);
     }
-
-    void openPool() { gate.release(); }
 
     [[nodiscard]] static QColor middle(const QPixmap &pixmap)
     {
@@ -92,19 +84,13 @@ TEST_F(CoverCacheTest, ShowsTheDummyUntilTheCoverIsReady)
 
 TEST_F(CoverCacheTest, CoversFitIntoTheTargetInDevicePixels)
 {
-    struct Row
-    {
-        QString name;
-        QSize picture;
-        qreal ratio;
-        QSize pixels;
-    };
-    for (const Row &row :
+    using Row = std::tuple<QString, QSize, qreal, QSize>;
+    for (const auto &[name, picture, ratio, pixels] :
          {Row{u"same"_s, {600, 800}, 1, {60, 80}}, Row{u"double"_s, {600, 800}, 2, {120, 160}},
           Row{u"wide"_s, {800, 400}, 1, {60, 30}}, Row{u"small"_s, {6, 8}, 1, {60, 80}}}) {
-        const QPixmap shown = wait(cover(row.name, Qt::blue, row.picture), row.ratio);
-        EXPECT_EQ(shown.size(), row.pixels) << qPrintable(row.name);
-        EXPECT_EQ(shown.devicePixelRatio(), row.ratio) << qPrintable(row.name);
+        const QPixmap shown = wait(cover(name, Qt::blue, picture), ratio);
+        EXPECT_EQ(shown.size(), pixels) << qPrintable(name);
+        EXPECT_EQ(shown.devicePixelRatio(), ratio) << qPrintable(name);
     }
 }
 
@@ -117,10 +103,11 @@ TEST_F(CoverCacheTest, DecodesTheNewestRequestFirst)
     closePool();
     for (const CoverImage &image : {a, b, c, a}) // the last asks for the first again
         (void)cache.pixmap(image, tile, 1);
-    openPool();
+    gate.release();
     ASSERT_TRUE(QTest::qWaitFor([&] { return ready.count() == 3; }));
-    const QStringList told{ready.at(0).constFirst().toString(), ready.at(1).constFirst().toString(),
-                           ready.at(2).constFirst().toString()};
+    QStringList told;
+    for (const QList<QVariant> &signal : std::as_const(ready))
+        told += signal.constFirst().toString();
     EXPECT_EQ(told, (QStringList{a.path, c.path, b.path}));
 }
 
@@ -136,7 +123,7 @@ TEST_F(CoverCacheTest, ForgetsTheOldestOfTooManyRequests)
         version.modified = 100 + i;
         (void)cache.pixmap(version, tile, 1);
     }
-    openPool();
+    gate.release();
     ASSERT_TRUE(QTest::qWaitFor([&] { return ready.count() == CoverCache::maximumPending; }));
     for (const QList<QVariant> &told : std::as_const(ready))
         EXPECT_EQ(told.constFirst(), other.path);
@@ -146,22 +133,17 @@ TEST_F(CoverCacheTest, ForgetsTheOldestOfTooManyRequests)
 
 TEST_F(CoverCacheTest, BrokenCoversShowTheDummyOnceAndForAll)
 {
-    QFile whole(cover(u"whole.png"_s, Qt::red).path);
-    ASSERT_TRUE(whole.open(QIODevice::ReadOnly));
-    const QByteArray content = whole.readAll();
     const QImage dummy = cache.pixmap(dummyCover(), tile, 1).toImage();
-    const std::pair<QString, QByteArray> rows[] = {
-        {u"empty.png"_s, {}},
-        {u"half.png"_s, content.left(content.size() / 2)},
-        {u"header.png"_s, content.left(40)}};
-    for (const auto &[name, bytes] : rows) {
-        const CoverImage broken = file(name, bytes);
+    const qint64 whole = cover(u"whole.png"_s, Qt::red).bytes;
+    for (const qint64 left : {qint64(0), qint64(40), whole / 2}) {
+        const CoverImage broken = cover(u"broken%1.png"_s.arg(left), Qt::red);
+        ASSERT_TRUE(QFile::resize(broken.path, left));
         testing::internal::CaptureStdout();
         const QPixmap shown = wait(broken);
         const std::string told = testing::internal::GetCapturedStdout();
-        EXPECT_NE(told.find(name.toStdString()), std::string::npos) << told;
-        EXPECT_EQ(shown.toImage(), dummy) << qPrintable(name);
-        EXPECT_FALSE(ready.wait(1)) << qPrintable(name);
+        EXPECT_NE(told.find(broken.path.toStdString()), std::string::npos) << told;
+        EXPECT_EQ(shown.toImage(), dummy) << left;
+        EXPECT_FALSE(ready.wait(1)) << left;
     }
     const CoverImage tooWide = cover(u"wide.png"_s, Qt::red, QSize(4097, 2));
     EXPECT_EQ(wait(tooWide).toImage(), dummy);
@@ -184,8 +166,7 @@ TEST_F(CoverCacheTest, UnreadableAndReplacedCoversGetAnotherChance)
 TEST_F(CoverCacheTest, StaysWithinItsBound)
 {
     // Each takes 4 x 1000 x 1000 bytes, so that twenty of them do not fit.
-    const CoverImage image = cover(u"a.png"_s, Qt::red, QSize(100, 100));
-    CoverImage version = image;
+    CoverImage version = cover(u"a.png"_s, Qt::red, QSize(100, 100));
     for (int i = 0; i < 20; ++i) {
         version.modified = 10 + i;
         (void)cache.pixmap(version, QSize(1000, 1000), 1);
@@ -197,19 +178,15 @@ TEST_F(CoverCacheTest, StaysWithinItsBound)
     EXPECT_NE(middle(cache.pixmap(version, QSize(1000, 1000), 1)), QColor(Qt::red));
 }
 
-TEST(CoverCacheLife, MayEndWhileThePoolWorks)
+TEST_F(CoverCacheTest, MayEndWhileThePoolWorks)
 {
-    QTemporaryDir folder;
-    QImage image(600, 800, QImage::Format_RGB32);
-    image.fill(Qt::red);
-    const CoverImage cover{folder.filePath(u"a.png"_s), image.size(), 1, 1};
-    ASSERT_TRUE(image.save(cover.path));
+    const CoverImage red = cover(u"a.png"_s, Qt::red);
     int told = 0;
     for (int i = 0; i < 50; ++i) {
-        CoverCache cache;
-        QObject::connect(&cache, &CoverCache::ready, [&told] { ++told; });
+        CoverCache brief;
+        QObject::connect(&brief, &CoverCache::ready, [&told] { ++told; });
         for (int size = 20; size < 24; ++size)
-            (void)cache.pixmap(cover, QSize(size, size), 1);
+            (void)brief.pixmap(red, QSize(size, size), 1);
     }
     Dispatch::waitForGlobalWork();
     QCoreApplication::sendPostedEvents();

@@ -5,7 +5,6 @@
 #include "tests/support/GoldenTrace.h"
 #include "tests/support/PenTest.h"
 #include "tests/support/Printers.h"
-#include "tests/support/Rows.h"
 #include "tests/support/Traces.h"
 
 #include <QBuffer>
@@ -127,29 +126,18 @@ TEST_F(ElementScan, IsTracedAsRecorded)
 
 TEST_F(ElementScan, ATitlesIdentityComesFromTheTextOrTheFile)
 {
-    struct Row
-    {
-        const char *name;
-        QByteArray text;
-        QString id;
-        QString mid;
-    };
-    forEachRow<Row>({{"00042_en.txt", "Name: a\n", u"00042_en"_s, u"00042"_s},
-                     {"notes.txt", "", u"notes"_s, u""_s},
-                     {"a.txt.txt_b.txt", "", u"a_b"_s, u"a"_s},
-                     {"1_en.txt", "Id: 00042_de\n", u"00042_de"_s, u"00042"_s},
-                     {"2_en.txt", "\xef\xbb\xbfId: ../settings_x\n", u"2_en"_s, u"2"_s},
-                     {"4_en.txt", "Id:\n", u"4_en"_s, u"4"_s},
-                     {"5_en.txt", QByteArray("Id: a\0b\n", 8), u"5_en"_s, u"5"_s}},
-                    [this](const Row &row) {
-                        const QString file = QString::fromLatin1(row.name);
-                        addText(file, row.text);
-                        const ElementList records = ElementService::getTextFileContentFromPen();
-                        ASSERT_EQ(records.size(), 1);
-                        EXPECT_EQ(records.first()->id, row.id);
-                        EXPECT_EQ(records.first()->mid, row.mid);
-                        pen.remove(u"book/"_s + file);
-                    });
+    addText(u"00042_en.txt"_s, "Name: a\n");
+    addText(u"notes.txt"_s, "");
+    addText(u"a.txt.txt_b.txt"_s, "");
+    addText(u"1_en.txt"_s, "Id: 00042_de\n");
+    addText(u"2_en.txt"_s, "\xef\xbb\xbfId: ../settings_x\n");
+    addText(u"4_en.txt"_s, "Id:\n");
+    addText(u"5_en.txt"_s, QByteArray("Id: a\0b\n", 8));
+    QStringList names;
+    for (const ElementPtr &record : ElementService::getTextFileContentFromPen())
+        names += record->id + u' ' + record->mid;
+    EXPECT_EQ(names, QStringList({u"00042_en 00042"_s, u"notes "_s, u"a_b a"_s, u"00042_de 00042"_s,
+                                  u"2_en 2"_s, u"4_en 4"_s, u"5_en 5"_s}));
 }
 
 TEST_F(ElementScan, CoverIsThePictureBesideTheText)
@@ -223,24 +211,20 @@ TEST_F(ElementScan, DeletesTheThreeFilesOfATitle)
 TEST(LibraryLists, AreEmptiedWithTheQueueAndKeepTheLastCatalogue)
 {
     const ElementList one = {std::make_shared<BaseElement>()};
-    const auto lists = {&bookList(),
-                        &gameList(),
-                        &archiveList(),
-                        &foundBookList(),
-                        &foundGameList(),
-                        &foundArchiveList(),
-                        &learningMaterialList(),
-                        &foundLearningMaterialList()};
-    for (ElementList *list : lists)
-        *list = one;
+    using List = ElementList &(*)();
+    const List lists[] = {
+        bookList,      gameList,      archiveList,      learningMaterialList,
+        foundBookList, foundGameList, foundArchiveList, foundLearningMaterialList};
+    for (const List list : lists)
+        list() = one;
     musicList() = foundMusicList() = {{}};
     selectedElementIds() = {u"b"_s};
     updateElements() = {{}};
     pendingElements() = one;
     EXPECT_EQ(allElements().size(), 4);
     clearLibraryLists();
-    for (const ElementList *list : lists)
-        EXPECT_TRUE(list->isEmpty());
+    for (const List list : lists)
+        EXPECT_TRUE(list().isEmpty());
     EXPECT_TRUE(musicList().isEmpty() && foundMusicList().isEmpty());
     EXPECT_TRUE(selectedElementIds().isEmpty() && updateElements().isEmpty());
     EXPECT_EQ(pendingElements(), one);

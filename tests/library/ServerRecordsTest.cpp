@@ -54,25 +54,19 @@ TEST(ServerRecords, TakeEveryField)
 
 TEST(ServerRecords, BrokenDocumentsGiveNoneAndNoLine)
 {
-    struct Row
-    {
-        const char *name;
-        QByteArray media;
-        QByteArray versions = "[]";
+    const QByteArray one = '[' + title + ']';
+    const std::pair<QByteArray, QByteArray> rows[] = {{"", "[]"},
+                                                      {one, ""},
+                                                      {one, "{\"00042\":3}"}, // no array
+                                                      {'[' + title + ",7]", "[]"},
+                                                      {'[' + title, "[]"},
+                                                      {QByteArray(5000, '['), "[]"}, // too deep
+                                                      {"[{\"title\":\"\xff\",\"mid\":1}]", "[]"}};
+    const auto read = [&rows] {
+        for (const auto &[media, versions] : rows)
+            EXPECT_TRUE(records(media, versions).isEmpty()) << media.constData();
     };
-    forEachRow<Row>({{"NoMedia", ""},
-                     {"NoVersions", '[' + title + ']', ""},
-                     {"VersionsAreAnObject", '[' + title + ']', "{\"00042\":3}"},
-                     {"OneIsNoObject", '[' + title + ",7]"},
-                     {"Cut", '[' + title},
-                     {"TooDeep", QByteArray(5000, '[')},
-                     {"InvalidUtf8", "[{\"title\":\"\xff\",\"mid\":1}]"}},
-                    [](const Row &row) {
-                        EXPECT_EQ(printedBy([&row] {
-                                      EXPECT_TRUE(records(row.media, row.versions).isEmpty());
-                                  }),
-                                  QStringList());
-                    });
+    EXPECT_EQ(printedBy(read), QStringList());
 }
 
 TEST(ServerRecords, VersionIsTheLastObjects)
@@ -105,32 +99,25 @@ TEST(ServerRecords, VersionIsTheLastObjects)
 
 TEST(ServerRecords, UnusableTitlesAreSkippedAlone)
 {
-    struct Row
-    {
-        const char *name;
-        QByteArray before;
-        QByteArray after;
-    };
-    forEachRow<Row>({{"NoMid", R"("mid")", R"("MID")"},
-                     {"MidIsText", "42", R"("42")"},
-                     {"MidIsAFraction", "42", "42.5"},
-                     {"MidIsNegative", "42", "-42"},
-                     {"AreaCodeGoesUp", R"("en")", R"("/../../en")"},
-                     {"AreaCodeEndsTheLine", R"("en")", R"("en\n")"},
-                     {"AreaCodeIsTooLong", R"("en")", R"("abcdefghijklmnopq")"},
-                     {"AreaCodeHasAnUmlaut", R"("en")", R"("ä")"}},
-                    [](const Row &row) {
-                        const QByteArray broken = changed(row.before, row.after);
-                        ElementList list;
-                        EXPECT_EQ(printedBy([&] {
-                                      list = records('[' + changed("42", "1") + ',' + broken + ','
-                                                     + changed("42", "2") + ']');
-                                  }),
-                                  QStringList(u"\"Skipping a title from the server without usable "
-                                              u"mid or bookAreaCode.\""_s));
-                        ASSERT_EQ(list.size(), 2);
-                        EXPECT_EQ(list.first()->mid + list.last()->mid, u"12"_s);
-                    });
+    const std::pair<QByteArray, QByteArray> rows[] = {{R"("mid")", R"("MID")"},
+                                                      {"42", R"("42")"},
+                                                      {"42", "42.5"},
+                                                      {"42", "-42"},
+                                                      {R"("en")", R"("/../../en")"},
+                                                      {R"("en")", R"("en\n")"},
+                                                      {R"("en")", R"("abcdefghijklmnopq")"},
+                                                      {R"("en")", R"("ä")"}};
+    for (const auto &[before, after] : rows) {
+        const QByteArray array =
+            changed("42", "1") + ',' + changed(before, after) + ',' + changed("42", "2");
+        ElementList list;
+        EXPECT_EQ(
+            printedBy([&] { list = records('[' + array + ']'); }),
+            QStringList(
+                u"\"Skipping a title from the server without usable mid or bookAreaCode.\""_s));
+        ASSERT_EQ(list.size(), 2) << after.constData();
+        EXPECT_EQ(list.first()->mid + list.last()->mid, u"12"_s);
+    }
 }
 
 TEST(ServerRecords, OtherKeysFallBackToInitialValues)

@@ -3,8 +3,6 @@
 #include "download/DownloadWindow.h"
 #include "library/CategoryControllers.h"
 #include "library/ColoredTableView.h"
-#include "library/MusicController.h"
-#include "library/MusicView.h"
 #include "library/MyQuilloTitlesController.h"
 #include "library/TileView.h"
 
@@ -80,16 +78,6 @@ TEST_F(Choice, LosesWhatHasGone)
               controller().myQuilloTitlesController->myQuilloBooksController->tableView);
 }
 
-TEST_F(Choice, IsGivenUpForMusic)
-{
-    choose({zebra});
-    musicList() = {std::make_shared<Music>()};
-    show(NavElementType::Music, {});
-    clickRow(*controller().musicController->list->tableView, 0, 1);
-    show(NavElementType::Games, {});
-    EXPECT_TRUE(selectedElementIds().isEmpty());
-}
-
 TEST_F(Choice, IsScrolledToWhereItIsShownAnew)
 {
     for (int i = 100; i < 400; ++i)
@@ -100,19 +88,16 @@ TEST_F(Choice, IsScrolledToWhereItIsShownAnew)
         const QModelIndex marked = view.selectionModel()->selectedIndexes().value(0);
         EXPECT_TRUE(view.viewport()->visibleRegion().contains(view.visualRect(marked).center()));
     };
-    controller().showView(NavElementType::Books);
-    expectSeen(*controller().myBooksController->collectionView);
     controller().showView(NavElementType::MyTitles);
     expectSeen(*controller().myQuilloTitlesController->listTable());
-    controller().setViewMode(ViewMode::list);
     controller().showView(NavElementType::Books);
-    expectSeen(*controller().myBooksController->listTable());
+    expectSeen(*controller().myBooksController->collectionView);
     for (const QString &id : {u"300"_s, u"110"_s}) {
+        controller().setViewMode(ViewMode::list);
+        expectSeen(*controller().myBooksController->listTable());
         choose({id});
         controller().setViewMode(ViewMode::tiled);
         expectSeen(*controller().myBooksController->collectionView);
-        controller().setViewMode(ViewMode::list);
-        expectSeen(*controller().myBooksController->listTable());
     }
 }
 
@@ -177,7 +162,6 @@ INSTANTIATE_TEST_SUITE_P(Pages, LeftWhileRowsSlide,
 TEST_F(Deletion, WindowMayCloseWhileRowsSlide)
 {
     Alerts alerts;
-    controller().showView(NavElementType::MyTitles);
     press({zebra});
     alerts.answer(true);
     ASSERT_NE(controller().myQuilloTitlesController->myGamesController->tableView->slide(),
