@@ -2,6 +2,7 @@
 
 #include "pen/FileType.h"
 
+#include <QHash>
 #include <QRegularExpression>
 #include <QStringList>
 #include <QUrl>
