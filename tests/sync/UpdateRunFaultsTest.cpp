@@ -200,18 +200,4 @@ TEST_F(UpdateRunFaults, SoftwareThatLeavesTheFolderOrIsMissingIsGivenUp)
     expectOldTitle();
 }
 
-TEST_F(UpdateRunFaults, ATitleThatNamesAPathIsKnownByItsFileAndHalvesAreSwept)
-{
-    rig.pen.write(u"book/00042_en.txt"_s, "Id: ../../evil_en\nName: X\nType: Buch\n");
-    rig.pen.write(u"book/.quillo-part-00042_en.qnk"_s, "half");
-    rig.pen.write(u"book/.hidden"_s, "somebody else's");
-    serveCatalogueOfOne();
-    rig.serveContent(42, 3, content);
-    ASSERT_TRUE(rig.run());
-    expectNewTitle();
-    EXPECT_EQ(updateElements().first().elementId, u"00042_en"_s);
-    EXPECT_FALSE(rig.pen.exists(u"book/.quillo-part-00042_en.qnk"_s));
-    EXPECT_TRUE(rig.pen.exists(u"book/.hidden"_s));
-}
-
 } // namespace
