@@ -54,9 +54,9 @@ TEST_F(UpdateRunFaults, WithoutConfigurationNothingIsAskedForAndARowWithoutAddre
     EXPECT_TRUE(windowShown.isEmpty());
     EXPECT_TRUE(rig.server.requests().isEmpty());
     EXPECT_EQ(rig.pen.read(u"configure/log.txt"_s), "MID=1\n");
-    for (const QByteArray address : {"", "http://[no address/", "7: none"}) {
+    for (const QString &address : {QString(), u"http://[no address/"_s, u"7: none"_s}) {
         serveCatalogueOfOne();
-        rig.configure({u"STREAMING_SERVER_FILES_URL"_s}, address);
+        rig.configure(u"STREAMING_SERVER_FILES_URL"_s, address);
         ASSERT_TRUE(rig.run());
         EXPECT_THAT(states(), testing::ElementsAre(DownloadType::Failed));
         expectOldTitle();

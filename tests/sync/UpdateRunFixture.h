@@ -70,6 +70,15 @@ protected:
         serveCatalogueOfOne();
         rig.serveContent(42, 3, content);
     }
+    /// The one with the mid 43 comes second.
+    void serveTwoOutdatedTitles()
+    {
+        rig.putTitle(QStringLiteral("00043_en"), 2);
+        setTime(QStringLiteral("book/00043_en.txt"), QDateTime::currentDateTime().addDays(-1));
+        serveOneOutdatedTitle();
+        serveCatalogueOfTwo();
+        rig.serveContent(43, 3, content);
+    }
 
     void drop(const QString &mid)
     {

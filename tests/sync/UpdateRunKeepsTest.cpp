@@ -3,7 +3,6 @@
 #include "download/QueueWindow.h"
 #include "library/ElementService.h"
 
-#include <QFileInfo>
 
 using namespace Qt::StringLiterals;
 
@@ -120,11 +119,7 @@ TEST_F(UpdateRunKeeps, ThePensIdentifierAndLoadsTheTitleOnce)
 
 TEST_F(UpdateRunKeeps, TitlesDeletedThatWereDeletedWhileTheirRowsWait)
 {
-    rig.putTitle(u"00043_en"_s, 2);
-    setTime(u"book/00043_en.txt"_s, QDateTime::currentDateTime().addDays(-1)); // comes second
-    serveOneOutdatedTitle();
-    serveCatalogueOfTwo();
-    rig.serveContent(43, 3, content);
+    serveTwoOutdatedTitles();
     rig.server.serveInTurn(
         UpdateRig::contentPath(42, 3),
         {{.body = content}, {.body = content, .fault = Fault::Stall, .faultAt = 10, .gate = gate}});

@@ -39,10 +39,7 @@ TEST_F(UpdateRunTest, TheLogIsEmptiedOnlyByA200)
 
 TEST_F(UpdateRunTest, TheNextRunTriesWhatFailedAgainAndCountsItsOwnBytesOnly)
 {
-    serveOneOutdatedTitle();
-    rig.putTitle(u"00043_en"_s, 2);
-    serveCatalogueOfTwo();
-    rig.serveContent(43, 3, content);
+    serveTwoOutdatedTitles();
     rig.server.serve(UpdateRig::contentPath(42, 3), {.status = 503, .body = "error page"});
     ASSERT_TRUE(rig.run());
     expectHeadline(u"label_some_failed"_s);
@@ -161,10 +158,7 @@ TEST_F(UpdateRunTest, StoppedDuringADownloadItAsksForNothingMoreAndTheNextOneMak
         const auto stalled = std::make_shared<Gate>();
         const Reply stalls{
             .body = content, .fault = Fault::Stall, .faultAt = 100'000, .gate = stalled};
-        rig.putTitle(u"00043_en"_s, 2);
-        setTime(u"book/00043_en.txt"_s, QDateTime::currentDateTime().addDays(-1)); // comes second
-        serveOneOutdatedTitle();
-        serveCatalogueOfTwo();
+        serveTwoOutdatedTitles();
         rig.server.serveInTurn(UpdateRig::contentPath(42, 3),
                                {{.body = content}, isResumed ? cut : stalls, stalls});
         rig.server.forgetRequests();
