@@ -19,7 +19,7 @@ struct Catalogue
 {
     /// The printed form of the requested MIDs once the answers were processed, else empty.
     QString result;
-    /// The records of all listed titles; absent when the answers were not processed.
+    /// The records of all listed and requested titles; absent when the answers were not processed.
     std::optional<ElementList> records;
     /// The pen's identifiers of titles that it asked for although it has their content.
     QStringList askedAnew;

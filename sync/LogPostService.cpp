@@ -18,7 +18,7 @@ void LogPostService::postLogFIleMidsToServer(std::stop_token stop)
 {
     const UsageLog log = readLog();
     if (!log.mids.isEmpty())
-        post(log, std::move(stop));
+        postMids(log, std::move(stop));
 }
 
 QStringList LogPostService::getLogMids()
@@ -45,7 +45,7 @@ LogPostService::UsageLog LogPostService::readLog()
     return usage;
 }
 
-void LogPostService::post(const UsageLog &log, std::stop_token stop)
+void LogPostService::postMids(const UsageLog &log, std::stop_token stop)
 {
     const std::optional<QUrl> url = configuredURL(URLFactory::logPostKey);
     if (!url)

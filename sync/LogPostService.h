@@ -23,6 +23,6 @@ private:
     };
 
     [[nodiscard]] static UsageLog readLog();
-    static void post(const UsageLog &log, std::stop_token stop);
+    static void postMids(const UsageLog &log, std::stop_token stop);
     static void clearLog(const QString &sent);
 };

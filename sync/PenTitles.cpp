@@ -25,16 +25,16 @@ bool PenTitles::has(const QString &id, FileType type) const
     return m_names.contains(URLFactory::fileName(id, type));
 }
 
-QStringList PenTitles::without(FileType type) const
+QStringList PenTitles::getMissingFiles(FileType type) const
 {
     QStringList ids = m_ids;
     ids.removeIf([this, type](const QString &id) { return has(id, type); });
     return ids;
 }
 
-QStringList PenTitles::withoutContent() const
+QStringList PenTitles::getMissingIdsByQnk() const
 {
-    QStringList ids = without(FileType::qnk);
+    QStringList ids = getMissingFiles(FileType::qnk);
     ids.removeIf([this](const QString &id) { return !has(id, FileType::txt); });
     return ids;
 }

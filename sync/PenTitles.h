@@ -18,9 +18,9 @@ public:
     [[nodiscard]] bool has(const QString &id, FileType type) const;
 
     /// The identifiers of which there is a file, but none of that type, newest first, each once.
-    [[nodiscard]] QStringList without(FileType type) const;
+    [[nodiscard]] QStringList getMissingFiles(FileType type) const;
     /// Those with a metadata file and without content file, in the same order.
-    [[nodiscard]] QStringList withoutContent() const;
+    [[nodiscard]] QStringList getMissingIdsByQnk() const;
 
     /// The server's own identifier where the pen has text or content of it, else the one that the
     /// pen has text, or only content, of for the same MID; the server's own when there is none.

@@ -141,7 +141,7 @@ void UpdatePlanner::refreshMetadata(const BaseElement &local, const BaseElement 
 
 void UpdatePlanner::queueMissingContent(const PenTitles &pen)
 {
-    queueContent(pen.withoutContent());
+    queueContent(pen.getMissingIdsByQnk());
 }
 
 void UpdatePlanner::queueContent(const QStringList &ids)
@@ -158,7 +158,7 @@ QList<UpdatePlanner::Cover> UpdatePlanner::missingCovers(const PenTitles &pen) c
 {
     QList<Cover> covers;
     QSet<QString> asked;
-    const QStringList ids = pen.without(FileType::png);
+    const QStringList ids = pen.getMissingFiles(FileType::png);
     for (const QString &id : ids) {
         const ElementPtr record = remote(PenTitles::midOf(id), id);
         if (!record)
@@ -231,7 +231,7 @@ void UpdatePlanner::storeCover(const Cover &cover, const QByteArray &picture) co
 
 void UpdatePlanner::restoreMissingTextFiles(const PenTitles &pen)
 {
-    const QStringList ids = pen.without(FileType::txt);
+    const QStringList ids = pen.getMissingFiles(FileType::txt);
     for (const QString &id : ids) {
         if (m_task.stop.stop_requested())
             return;

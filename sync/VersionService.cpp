@@ -110,9 +110,9 @@ void VersionService::perform(std::function<void(bool needed)> completion, std::s
         group.leave();
     };
     group.enter();
-    check(Software::firmware(), checked);
+    checkFirmware(checked);
     group.enter();
-    check(Software::image(), checked);
+    checkImage(checked);
     group.notify(this, [needed, completion = std::move(completion)] { completion(*needed); });
 }
 
@@ -132,6 +132,16 @@ void VersionService::removeStaleImageFiles()
         if (version && *version <= m_imageIsoVersionLocal)
             FileService::deleteFile(URLFactory::fileURL(folder, name));
     }
+}
+
+void VersionService::checkFirmware(std::function<void(bool upToDate)> completion)
+{
+    check(Software::firmware(), std::move(completion));
+}
+
+void VersionService::checkImage(std::function<void(bool upToDate)> completion)
+{
+    check(Software::image(), std::move(completion));
 }
 
 void VersionService::check(const Software &software, std::function<void(bool upToDate)> completion)

@@ -45,6 +45,8 @@ private:
 
     using VersionHandler = std::function<void(const std::optional<QString> &version)>;
 
+    void checkFirmware(std::function<void(bool upToDate)> completion);
+    void checkImage(std::function<void(bool upToDate)> completion);
     void check(const Software &software, std::function<void(bool upToDate)> completion);
     void queueSoftware(const Software &software, const QString &version,
                        std::function<void(bool upToDate)> completion);

@@ -60,13 +60,12 @@ UpdateRig::~UpdateRig()
     FileManager::setVolumeSource(nullptr);
 }
 
-void UpdateRig::configure(const QStringList &missingKeys, const QByteArray &instead)
+void UpdateRig::configure(const QString &otherKey, const QString &instead)
 {
     QList<std::pair<QString, QString>> texts;
     for (const auto &[key, path] : addresses()) {
-        const bool missing = missingKeys.contains(key);
-        if (!missing || !instead.isEmpty())
-            texts.append({key, missing ? QString::fromUtf8(instead) : server.address(path)});
+        if (key != otherKey || !instead.isNull())
+            texts.append({key, key == otherKey ? instead : server.address(path)});
     }
     configureWith(propertyList(texts));
 }

@@ -16,8 +16,8 @@ public:
     UpdateRig();
     ~UpdateRig() override;
 
-    /// Every key with an address on the server, but those named, which have `instead` or nothing.
-    void configure(const QStringList &missingKeys = {}, const QByteArray &instead = {});
+    /// Every key with an address on the server, but the one named, which has `instead` or nothing.
+    void configure(const QString &otherKey = {}, const QString &instead = {});
     /// The shipped list replaced by these bytes.
     void configureWith(const QByteArray &content) { m_configuration.set(content); }
 

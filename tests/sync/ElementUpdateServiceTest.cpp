@@ -127,16 +127,12 @@ TEST_F(ElementUpdate, StoppedWhileItWritesItWritesNoMore)
 
 TEST_F(ElementUpdate, PlanningEndsWhereItIsStopped)
 {
-    ElementList records;
-    for (int mid = 50; mid < 56; ++mid) {
-        auto record = std::make_shared<BaseElement>();
-        record->id = u"000%1_en"_s.arg(mid);
-        record->mid = QString::number(mid);
-        record->name = u"New"_s;
-        record->bookVersion = 3;
-        record->isVersionTold = true;
-        records += record;
-    }
+    QByteArrayList titles;
+    for (int mid = 50; mid < 56; ++mid)
+        titles += UpdateRig::title(mid, "New");
+    const ElementList records = BaseElement::elementsFromServer(
+        '[' + titles.join(',') + ']',
+        R"([{"00050":3,"00051":3,"00052":3,"00053":3,"00054":3,"00055":3}])");
     bool isWhole = false;
     for (int looks = 1; looks < 40 && !isWhole; ++looks) {
         SCOPED_TRACE(looks);
@@ -147,10 +143,10 @@ TEST_F(ElementUpdate, PlanningEndsWhereItIsStopped)
                                  "54_en.qnk", "55_en.qnk"})
             pen.write(u"book/000"_s + QString::fromLatin1(name), "Name: Old\n");
         const auto newTexts = [&pen] {
-            int texts = 0;
+            QByteArray texts;
             for (const QString &name : pen.names(u"book"_s))
-                texts += pen.read(u"book/"_s + name).contains("Name: New") ? 1 : 0;
-            return texts;
+                texts += pen.read(u"book/"_s + name);
+            return texts.count("Name: New");
         };
         int lateRows = 0;
         PlanningTask task{*PenPlaces::look()};
@@ -164,7 +160,7 @@ TEST_F(ElementUpdate, PlanningEndsWhereItIsStopped)
         task.queueRow = [&](const UpdateElement &) {
             lateRows += volumes.stop.stop_requested() ? 1 : 0;
         };
-        int textsAtStop = -1;
+        qsizetype textsAtStop = -1;
         std::stop_callback count(volumes.stop.get_token(), [&] { textsAtStop = newTexts(); });
         bool isFinished = false;
         std::promise<void> ended;

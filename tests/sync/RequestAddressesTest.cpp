@@ -1,8 +1,8 @@
 #include "sync/RequestAddresses.h"
 
 #include "pen/URLFactory.h"
+#include "tests/support/Configuration.h"
 #include "tests/support/Printers.h"
-#include "tests/support/UpdateRig.h"
 
 using namespace Qt::StringLiterals;
 
@@ -16,21 +16,16 @@ TEST(MidList, QuotesAndCleansItsEntries)
     EXPECT_EQ(midList({}), std::nullopt);
 }
 
-TEST(RequestAddresses, AreTheConfiguredPrefixesWithTheirSegments)
+TEST(RequestAddresses, AreTheConfiguredPrefixesEncodedOrTellThatTheValueIsNone)
 {
-    const UpdateRig rig;
-    const QString files = rig.server.address("/files/");
-    EXPECT_EQ(coverAddress(u"7"_s, u"0"_s, u"0000"_s), files + u"7/0/.png"_s);
-    EXPECT_EQ(contentAddress(u"7"_s, u"12"_s, u"3"_s, u"00012 ü"_s),
-              files + u"7/12/3/00012%20%C3%BC.qnk"_s);
-}
-
-TEST(RequestAddresses, AreEncodedOrTellThatTheValueIsNone)
-{
-    UpdateRig rig;
-    rig.configureWith(propertyList({{u"LOG_POST_URL"_s, u"not an address"_s},
+    const Configuration configuration;
+    configuration.set(propertyList({{u"LOG_POST_URL"_s, u"not an address"_s},
+                                    {u"STREAMING_SERVER_FILES_URL"_s, u"http://host/"_s},
                                     {u"MEDIA_SERVER_VERSIONS_URL"_s, u"http://host/v ü"_s}})
                           .replace("</dict>", "<key>SHOP_URL</key><integer>7</integer></dict>"));
+    EXPECT_EQ(coverAddress(u"7"_s, u"0"_s, u"0000"_s), u"http://host/7/0/.png"_s);
+    EXPECT_EQ(contentAddress(u"7"_s, u"12"_s, u"3"_s, u"00012 ü"_s),
+              u"http://host/7/12/3/00012%20%C3%BC.qnk"_s);
     EXPECT_EQ(versionsURL().value_or(QUrl()).toString(QUrl::FullyEncoded),
               u"http://host/v%20%C3%BC"_s);
     EXPECT_EQ(configuredURL(URLFactory::logPostKey), std::nullopt);

@@ -54,9 +54,9 @@ TEST_F(UpdateRunFaults, WithoutConfigurationNothingIsAskedForAndARowWithoutAddre
     EXPECT_TRUE(windowShown.isEmpty());
     EXPECT_TRUE(rig.server.requests().isEmpty());
     EXPECT_EQ(rig.pen.read(u"configure/log.txt"_s), "MID=1\n");
-    for (const QByteArray address : {"", "http://[no address/", "7: none"}) {
+    for (const QString &address : {QString(), u"http://[no address/"_s, u"7: none"_s}) {
         serveCatalogueOfOne();
-        rig.configure({u"STREAMING_SERVER_FILES_URL"_s}, address);
+        rig.configure(u"STREAMING_SERVER_FILES_URL"_s, address);
         ASSERT_TRUE(rig.run());
         EXPECT_THAT(states(), testing::ElementsAre(DownloadType::Failed));
         expectOldTitle();
@@ -198,20 +198,6 @@ TEST_F(UpdateRunFaults, SoftwareThatLeavesTheFolderOrIsMissingIsGivenUp)
     EXPECT_EQ(states(), QList<DownloadType>(2, DownloadType::Failed));
     EXPECT_FALSE(rig.pen.names(u"configure"_s).join(u' ').contains(u"iso"_s));
     expectOldTitle();
-}
-
-TEST_F(UpdateRunFaults, ATitleThatNamesAPathIsKnownByItsFileAndHalvesAreSwept)
-{
-    rig.pen.write(u"book/00042_en.txt"_s, "Id: ../../evil_en\nName: X\nType: Buch\n");
-    rig.pen.write(u"book/.quillo-part-00042_en.qnk"_s, "half");
-    rig.pen.write(u"book/.hidden"_s, "somebody else's");
-    serveCatalogueOfOne();
-    rig.serveContent(42, 3, content);
-    ASSERT_TRUE(rig.run());
-    expectNewTitle();
-    EXPECT_EQ(updateElements().first().elementId, u"00042_en"_s);
-    EXPECT_FALSE(rig.pen.exists(u"book/.quillo-part-00042_en.qnk"_s));
-    EXPECT_TRUE(rig.pen.exists(u"book/.hidden"_s));
 }
 
 } // namespace

@@ -18,6 +18,19 @@ protected:
     using Fault = FaultServer::Fault;
     using Gate = FaultServer::Gate;
 
+    /// A pen that is kept busy cannot be ejected.
+    void TearDown() override
+    {
+        const auto openOnPen = [this] {
+            QStringList open;
+            const QDir descriptors(QStringLiteral("/proc/self/fd"));
+            for (const QString &name : descriptors.entryList(QDir::AllEntries | QDir::System))
+                open += QFile::symLinkTarget(descriptors.filePath(name));
+            return open.filter(rig.pen.root());
+        };
+        EXPECT_TRUE(QTest::qWaitFor([&] { return openOnPen().isEmpty(); }, 20'000))
+            << qPrintable(openOnPen().join(u' '));
+    }
     [[nodiscard]] static QList<DownloadType> states()
     {
         QList<DownloadType> result;
@@ -56,6 +69,15 @@ protected:
         rig.putTitle(QStringLiteral("00042_en"), 2);
         serveCatalogueOfOne();
         rig.serveContent(42, 3, content);
+    }
+    /// The one with the mid 43 comes second.
+    void serveTwoOutdatedTitles()
+    {
+        rig.putTitle(QStringLiteral("00043_en"), 2);
+        setTime(QStringLiteral("book/00043_en.txt"), QDateTime::currentDateTime().addDays(-1));
+        serveOneOutdatedTitle();
+        serveCatalogueOfTwo();
+        rig.serveContent(43, 3, content);
     }
 
     void drop(const QString &mid)

@@ -3,7 +3,6 @@
 #include "download/QueueWindow.h"
 #include "library/ElementService.h"
 
-#include <QFileInfo>
 
 using namespace Qt::StringLiterals;
 
@@ -118,26 +117,9 @@ TEST_F(UpdateRunKeeps, ThePensIdentifierAndLoadsTheTitleOnce)
     EXPECT_EQ(rig.server.requests(cover).size(), 2) << "each once";
 }
 
-TEST_F(UpdateRunKeeps, ATitleWithTwoTextsFromBeingLoadedInEveryRun)
-{
-    serveOneOutdatedTitle();
-    rig.pen.write(u"book/1_en.txt"_s, "Id: 00042_en\nName: Old\nType: Buch\nBook Version: 2\n");
-    ASSERT_TRUE(rig.run());
-    expectNewTitle();
-    rig.pen.write(u"book/00042_en.qnk"_s, "stays");
-    setTime(u"book/1_en.txt"_s, QDateTime::currentDateTime().addDays(1)); // comes first
-    serveCatalogueOfOne();
-    ASSERT_TRUE(rig.run());
-    EXPECT_EQ(onPen(u".qnk"_s), "stays");
-}
-
 TEST_F(UpdateRunKeeps, TitlesDeletedThatWereDeletedWhileTheirRowsWait)
 {
-    rig.putTitle(u"00043_en"_s, 2);
-    setTime(u"book/00043_en.txt"_s, QDateTime::currentDateTime().addDays(-1)); // comes second
-    serveOneOutdatedTitle();
-    serveCatalogueOfTwo();
-    rig.serveContent(43, 3, content);
+    serveTwoOutdatedTitles();
     rig.server.serveInTurn(
         UpdateRig::contentPath(42, 3),
         {{.body = content}, {.body = content, .fault = Fault::Stall, .faultAt = 10, .gate = gate}});
@@ -242,24 +224,6 @@ TEST_F(UpdateRunKeeps, ItsTimeFromACancelledRunAndAServerThatTellsNoSizes)
     ASSERT_TRUE(rig.run());
     EXPECT_EQ(asked(), 100);
     EXPECT_EQ(states(), QList<DownloadType>(60, DownloadType::Failed));
-}
-
-TEST_F(UpdateRunKeeps, TheLastWordForThePulledPenAfterAFailedCopy)
-{
-    serveOneOutdatedTitle();
-    rig.server.serve(UpdateRig::contentPath(42, 3),
-                     {.body = content, .fault = Fault::Stall, .faultAt = 500, .gate = gate});
-    rig.service->updateAll();
-    ASSERT_TRUE(gate->waitUntilReached());
-    rig.pen.remove(u"book"_s);
-    gate->open();
-    ASSERT_TRUE(rig.waitForEnd());
-    EXPECT_TRUE(window().headline.contains(localized(u"copy_failed_gone"_s)));
-    EXPECT_TRUE(window().cancelEnabled && !window().okEnabled);
-    EXPECT_EQ(rig.server.requests(UpdateRig::contentPath(42, 3)).size(), 2) << "HEAD and one GET";
-    rig.service->penRemoved();
-    expectHeadline(u"label_pen_removed"_s);
-    EXPECT_TRUE(window().okEnabled);
 }
 
 } // namespace

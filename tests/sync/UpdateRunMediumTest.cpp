@@ -3,7 +3,6 @@
 
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
-using testing::UnorderedElementsAre;
 
 namespace {
 
@@ -81,8 +80,13 @@ TEST_F(UpdateRunMedium, WhatCouldNotBePlacedOnceTheOldHadGoneIsNotLoadedTwice)
     medium.failWritesAfter(megabyte, EIO);
     ASSERT_TRUE(rig.run());
     EXPECT_TRUE(window().headline.contains(localized(u"copy_failed_gone"_s)));
+    EXPECT_TRUE(window().cancelEnabled && !window().okEnabled);
+    EXPECT_EQ(rig.server.requests(UpdateRig::contentPath(42, 3)).size(), 2) << "HEAD and one GET";
     EXPECT_TRUE(onPen(u".qnk"_s).isNull());
     expectNothingHidden();
+    rig.service->penRemoved();
+    expectHeadline(u"label_pen_removed"_s);
+    EXPECT_TRUE(window().okEnabled);
     medium.heal();
     rig.server.forgetRequests();
     serveCatalogueOfOne();
@@ -157,29 +161,4 @@ TEST_F(UpdateRunMedium, AFileTooLargeForItIsRefusedBeforeItIsLoadedAndOneThatTel
     serveOneOutdatedTitle();
     ASSERT_TRUE(rig.run());
     expectNewTitle();
-}
-
-/// A pen that is kept busy cannot be ejected.
-TEST_F(UpdateRunMedium, NothingStaysOpenOnThePen)
-{
-    rig.putTitle(u"00042_en"_s, 2);
-    rig.putTitle(u"00043_en"_s, 2);
-    serveCatalogueOfTwo();
-    rig.server.serveInTurn(UpdateRig::contentPath(42, 3),
-                           {{.body = content},
-                            {.body = content, .fault = Fault::Close, .faultAt = 1000},
-                            {.body = content}});
-    rig.server.serve(UpdateRig::contentPath(43, 3),
-                     {.body = content, .fault = Fault::Close, .faultAt = 1000});
-    ASSERT_TRUE(rig.run());
-    EXPECT_THAT(states(), UnorderedElementsAre(DownloadType::Ready, DownloadType::Failed));
-    const auto openOnPen = [this] {
-        QStringList open;
-        const QDir descriptors(u"/proc/self/fd"_s);
-        for (const QString &name : descriptors.entryList(QDir::AllEntries | QDir::System))
-            open += QFile::symLinkTarget(descriptors.filePath(name));
-        return open.filter(rig.pen.root());
-    };
-    EXPECT_TRUE(QTest::qWaitFor([&] { return openOnPen().isEmpty(); }))
-        << qPrintable(openOnPen().join(u' '));
 }

@@ -15,65 +15,6 @@ using Reply = FaultServer::Reply;
 
 namespace {
 
-TEST_F(UpdateRunTest, BringsAnOutdatedTitleUpToDate)
-{
-    serveOneOutdatedTitle();
-    ASSERT_TRUE(rig.run());
-    expectNewTitle();
-    EXPECT_THAT(states(), ElementsAre(DownloadType::Ready));
-    expectHeadline(u"label_download_complete"_s);
-    EXPECT_THAT(rig.pen.names(u"book"_s),
-                ElementsAre(u"00042_en.png"_s, u"00042_en.qnk"_s, u"00042_en.txt"_s));
-
-    // What says the same is not written again.
-    const QDateTime then = QDateTime::currentDateTime().addDays(-1);
-    setTime(u"book/00042_en.txt"_s, then);
-    serveCatalogueOfOne();
-    ASSERT_TRUE(rig.run());
-    EXPECT_EQ(QFileInfo(rig.pen.path(u"book/00042_en.txt"_s)).lastModified(), then);
-}
-
-TEST_F(UpdateRunTest, WhatIsAskedForAnewIsReplacedOnlyByTheWholeNew)
-{
-    rig.putTitle(u"01234_en"_s, 1);
-    rig.pen.write(u"configure/tbd.txt"_s, "MID=1234\n");
-    rig.serveCatalogue(R"({"01234":1})", {}, {UpdateRig::title(1234, "Neu")});
-    ASSERT_TRUE(rig.run()); // the server has no content of it
-    EXPECT_THAT(states(), ElementsAre(DownloadType::Failed));
-    EXPECT_EQ(onPen(u".qnk"_s, u"01234_en"_s), "old content");
-    EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "MID=1234\n");
-    rig.serveContent(1234, 1, content);
-    rig.serveCatalogue(R"({"01234":1})", {}, {UpdateRig::title(1234, "Neu")});
-    ASSERT_TRUE(rig.run());
-    EXPECT_EQ(rig.pen.read(u"configure/tbd.txt"_s), "");
-    EXPECT_EQ(onPen(u".qnk"_s, u"01234_en"_s), content);
-    EXPECT_TRUE(onPen(u".txt"_s, u"01234_en"_s).startsWith("Name: Neu\n"));
-}
-
-TEST_F(UpdateRunTest, LoadsNewSystemSoftwareBeforeTheTitlesAndRemovesStaleImages)
-{
-    rig.pen.write(u"configure/settings.ini"_s, "ImageVersion = 5 \nfirmwareVersion=12\n");
-    for (const QString &name : {u"imageisoV3.iso"_s, u"imageisoV6.iso"_s, u"readme.iso"_s})
-        rig.pen.write(u"configure/"_s + name, "older, newer, without a number");
-    serveOneOutdatedTitle();
-    rig.server.serve("/imageversion", "7");
-    rig.server.serve("/firmwareversion", {.body = "13", .hold = gate});
-    rig.server.serve("/software/imageisoV7.iso", content);
-    rig.server.serve("/software/firmwareV13.bin", "firmware");
-    rig.service->updateAll();
-    // The catalogue is known before the software's version.
-    ASSERT_TRUE(rig.server.waitForRequests("/medias", 2));
-    gate->open();
-    ASSERT_TRUE(rig.waitForEnd());
-    EXPECT_THAT(rig.pen.names(u"configure"_s),
-                ElementsAre(u"firmwareV13.bin"_s, u"imageisoV6.iso"_s, u"imageisoV7.iso"_s,
-                            u"readme.iso"_s, u"settings.ini"_s, u"tbd.txt"_s));
-    EXPECT_EQ(rig.pen.read(u"configure/imageisoV7.iso"_s), content);
-    EXPECT_EQ(states(), QList<DownloadType>(3, DownloadType::Ready));
-    EXPECT_EQ(updateElements().last().updateFileType, UpdateFileType::qnk);
-    expectNewTitle();
-}
-
 TEST_F(UpdateRunTest, TheLogIsEmptiedOnlyByA200)
 {
     serveOneOutdatedTitle();
@@ -98,10 +39,7 @@ TEST_F(UpdateRunTest, TheLogIsEmptiedOnlyByA200)
 
 TEST_F(UpdateRunTest, TheNextRunTriesWhatFailedAgainAndCountsItsOwnBytesOnly)
 {
-    serveOneOutdatedTitle();
-    rig.putTitle(u"00043_en"_s, 2);
-    serveCatalogueOfTwo();
-    rig.serveContent(43, 3, content);
+    serveTwoOutdatedTitles();
     rig.server.serve(UpdateRig::contentPath(42, 3), {.status = 503, .body = "error page"});
     ASSERT_TRUE(rig.run());
     expectHeadline(u"label_some_failed"_s);
@@ -113,6 +51,13 @@ TEST_F(UpdateRunTest, TheNextRunTriesWhatFailedAgainAndCountsItsOwnBytesOnly)
     expectHeadline(u"label_download_complete"_s);
     EXPECT_EQ(totalBytesToDownload(), content.size());
     EXPECT_EQ(totalBytesDownloaded(), content.size());
+
+    // What says the same is not written again.
+    const QDateTime then = QDateTime::currentDateTime().addDays(-1);
+    setTime(u"book/00042_en.txt"_s, then);
+    serveCatalogueOfTwo();
+    ASSERT_TRUE(rig.run());
+    EXPECT_EQ(QFileInfo(rig.pen.path(u"book/00042_en.txt"_s)).lastModified(), then);
 }
 
 TEST_F(UpdateRunTest, ARunAskedForDuringAnotherFollowsItAndContentOfAnUnknownTitleKeepsItsMetadata)
@@ -132,32 +77,6 @@ TEST_F(UpdateRunTest, ARunAskedForDuringAnotherFollowsItAndContentOfAnUnknownTit
     EXPECT_EQ(logEntries().count(u"updateAll Beginn"_s), 2);
     EXPECT_EQ(onPen(u".qnk"_s), content);
     EXPECT_TRUE(onPen(u".txt"_s).startsWith("Name: Old\n"));
-}
-
-TEST_F(UpdateRunTest, PulledDuringADownloadNothingIsWrittenAndTheNextPlugInMakesItWhole)
-{
-    serveOneOutdatedTitle();
-    rig.server.serveInTurn(
-        UpdateRig::contentPath(42, 3),
-        {{.body = content},
-         {.body = content, .fault = Fault::Stall, .faultAt = 100'000, .gate = gate},
-         {.body = content}});
-    rig.service->updateAll();
-    ASSERT_TRUE(gate->waitUntilReached());
-    rig.pen.pullOut();
-    rig.service->penRemoved();
-    ASSERT_TRUE(rig.waitForEnd());
-    expectHeadline(u"label_pen_removed"_s);
-    expectOldTitle();
-
-    rig.pen.plugIn();
-    updateElements() = QList<UpdateElement>(50); // of earlier runs
-    for (UpdateElement &row : updateElements())
-        row.downloadType = DownloadType::Ready;
-    serveCatalogueOfOne();
-    ASSERT_TRUE(rig.run());
-    expectNewTitle();
-    EXPECT_EQ(updateElements().last().contentLength, content.size());
 }
 
 TEST_F(UpdateRunTest, StoppedWhileTheServersAreAskedItEndsAndTheNextOneIsWhole)
@@ -230,35 +149,47 @@ TEST_F(UpdateRunTest, WhatWasPlannedWhenItIsStoppedIsNotOfTheNextRun)
     }
 }
 
-TEST_F(UpdateRunTest, CancelledDuringADownloadItAsksForNothingMoreAndLeavesWhatWas)
+TEST_F(UpdateRunTest, StoppedDuringADownloadItAsksForNothingMoreAndTheNextOneMakesItWhole)
 {
+    enum class Stop { Cancelled, CancelledWhenResumed, Pulled };
     const Reply cut{.body = content, .fault = Fault::Close, .faultAt = 50'000};
-    for (const bool isResumed : {false, true}) {
+    for (const Stop stop : {Stop::Cancelled, Stop::CancelledWhenResumed, Stop::Pulled}) {
+        const bool isResumed = stop == Stop::CancelledWhenResumed;
         const auto stalled = std::make_shared<Gate>();
         const Reply stalls{
             .body = content, .fault = Fault::Stall, .faultAt = 100'000, .gate = stalled};
-        rig.putTitle(u"00043_en"_s, 2);
-        setTime(u"book/00043_en.txt"_s, QDateTime::currentDateTime().addDays(-1)); // comes second
-        serveOneOutdatedTitle();
-        serveCatalogueOfTwo();
+        serveTwoOutdatedTitles();
         rig.server.serveInTurn(UpdateRig::contentPath(42, 3),
                                {{.body = content}, isResumed ? cut : stalls, stalls});
         rig.server.forgetRequests();
         rig.service->updateAll();
         ASSERT_TRUE(stalled->waitUntilReached());
-        controller().cancelBtnKlicked();
+        if (stop == Stop::Pulled) {
+            rig.pen.pullOut();
+            rig.service->penRemoved();
+        } else {
+            controller().cancelBtnKlicked();
+            ASSERT_TRUE(QTest::qWaitFor([this, before = rig.loads] { return rig.loads > before; }));
+        }
         EXPECT_FALSE(rig.service->isRunning());
-        ASSERT_TRUE(QTest::qWaitFor([this, before = rig.loads] { return rig.loads > before; }));
         waitForRest();
         QueueWindow::postStartElementDownloads();
         drop(u"43"_s);
-        expectHeadline(u"label_stopped"_s);
+        expectHeadline(stop == Stop::Pulled ? u"label_pen_removed"_s : u"label_stopped"_s);
         EXPECT_THAT(states(), ElementsAre(DownloadType::Downloading, DownloadType::Canceled));
         expectOldTitle();
         EXPECT_EQ(rig.pen.names(u"book"_s).size(), 6);
         EXPECT_EQ(rig.server.requests(UpdateRig::contentPath(42, 3)).size(), isResumed ? 3 : 2);
         EXPECT_EQ(rig.server.requests(UpdateRig::contentPath(43, 3)).size(), 1) << "HEAD";
     }
+    rig.pen.plugIn();
+    updateElements() = QList<UpdateElement>(50); // of earlier runs
+    for (UpdateElement &row : updateElements())
+        row.downloadType = DownloadType::Ready;
+    serveOneOutdatedTitle();
+    ASSERT_TRUE(rig.run());
+    expectNewTitle();
+    EXPECT_EQ(updateElements().last().contentLength, content.size());
 }
 
 TEST_F(UpdateRunTest, SoftwareThatHasStartedCannotBeCancelledButGoesNoFurtherWithoutPen)

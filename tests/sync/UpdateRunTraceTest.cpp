@@ -18,7 +18,7 @@ struct Stream
 
 const QList<Stream> streams = {
     {u"pen and library, which have traces of their own"_s,
-     u"^(getQuillo|isQuillo|getFileContent|in get|\"Quillo is connected)"_s},
+     u"^(getQuillo|isQuillo|getFileContent|in get|\"Quillo is connected|\"Not an identifier)"_s},
     {u"the planning"_s, u"^updateAll (in|nach missing \\.\\.\\.)$"_s},
     {u"the end of the comparison"_s, u"^updateAll in 2$"_s},
     {u"the run"_s, u"^(updateAll|startElementDownloads|getTextFileContentFromPen|Will delete)"_s},
@@ -51,7 +51,11 @@ protected:
     {
         rig.pen.write(u"configure/tbd.txt"_s, "x MID=0007 y\nMID=\nMID=47\nMID=43");
         rig.pen.write(u"configure/log.txt"_s, "MID=12\nMID=12\nMID=345\n");
-        rig.pen.write(u"configure/imageisoV1.iso"_s, "stale");
+        rig.pen.write(u"configure/settings.ini"_s, "ImageVersion =\t5\nfirmwareVersion=1\n");
+        for (const QString &name : {u"imageisoV5.iso"_s, u"imageisoV6.iso"_s, u"readme.iso"_s})
+            rig.pen.write(u"configure/"_s + name, "stale, newer, without a number");
+        for (const QString &name : {u".quillo-part-00042_en.qnk"_s, u".hidden"_s})
+            rig.pen.write(u"book/"_s + name, "half, somebody else's");
         rig.putTitle(u"00042_en"_s, 2); // its transfer breaks and is resumed
         rig.putTitle(u"00043_en"_s, 2); // asked for, and the server has no content of it
         rig.putTitle(u"00044_en"_s, 2); // is dropped in the window
@@ -59,6 +63,8 @@ protected:
         rig.putTitle(u"00046_en"_s, 3, true, false);  // up to date
         rig.putTitle(u"00047_en"_s, 3);               // asked for anew
         rig.putTitle(u"00048_en"_s, 2);               // the server gives no answer
+        rig.pen.write(u"book/00048_en.txt"_s, "Id: ../evil_en\nName: Old\nBook Version: 2\n");
+        rig.pen.write(u"book/1_en.txt"_s, "Id: 00046_en\nBook Version: 2\n"); // no row for that
         rig.pen.write(u"book/00049_en.qnk"_s, "without metadata");
         rig.putTitle(u"00050_en"_s, 2, false); // unknown, without content
         rig.putTitle(u"00099_en"_s, 1);        // unknown
@@ -90,8 +96,8 @@ protected:
         rig.server.serve(UpdateRig::contentPath(48, 3), Reply::closeBeforeHeader());
         for (const char *path : {"/files/7/45/45_en.png", "/files/7/46/46_en.png"})
             rig.server.serve(path, pngPicture(30, 40));
-        rig.server.serve("/firmwareversion", "2");
-        rig.server.serve("/software/firmwareV2.bin", "firmware");
+        rig.server.serve("/imageversion", {.body = "7", .hold = software});
+        rig.server.serve("/software/imageisoV7.iso", "image");
     }
 
     /// Each line in the first stream that takes it; those of the first stream are left out.
@@ -154,6 +160,7 @@ protected:
 
     QStringList headlines;
     const std::shared_ptr<Gate> retry = std::make_shared<Gate>();
+    const std::shared_ptr<Gate> software = std::make_shared<Gate>();
 };
 
 TEST_F(UpdateRunTrace, IsAsRecorded)
@@ -163,6 +170,9 @@ TEST_F(UpdateRunTrace, IsAsRecorded)
     CapturedOutput output;
     rig.service->updateAll();
     gate->open(); // nothing is answered before the run's first function has ended
+    ASSERT_TRUE(
+        QTest::qWaitFor([this] { return controller().phase() == RunPhase::AwaitingSoftware; }));
+    software->open(); // and still comes first
     ASSERT_TRUE(retry->waitUntilReached());
     drop(u"44"_s);
     retry->open();
