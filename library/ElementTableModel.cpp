@@ -72,18 +72,6 @@ QList<ElementTableModel::RowRange> ElementTableModel::rangesOf(const QStringList
     return ranges;
 }
 
-QStringList ElementTableModel::idsOf(const QModelIndexList &indexes) const
-{
-    QList<int> rows;
-    for (const QModelIndex &index : indexes)
-        rows.append(index.row());
-    std::sort(rows.begin(), rows.end());
-    QStringList ids;
-    for (const int row : rows)
-        ids.append(m_elements.at(row)->id);
-    return ids;
-}
-
 int ElementTableModel::rowOf(const QString &id) const
 {
     const auto found = std::find_if(m_elements.begin(), m_elements.end(),

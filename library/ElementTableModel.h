@@ -20,7 +20,6 @@ public:
     [[nodiscard]] const ElementList &elements() const { return m_elements; }
     void removeElements(const QStringList &ids);
 
-    [[nodiscard]] QStringList idsOf(const QModelIndexList &indexes) const;
     /// The cell with the title's name.
     [[nodiscard]] QModelIndex titleIndex(int row) const;
     /// The row of a title; -1 for none.

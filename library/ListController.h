@@ -13,8 +13,8 @@ class ListController : public TableController
 public:
     explicit ListController(CoverCache &covers, QWidget *parent = nullptr);
 
-    /// Replaces the titles, the chosen ones are marked; the scroll position stays where it still
-    /// is.
+    /// Replaces the titles; the chosen ones are marked, the keyboard's row and what is seen stay
+    /// where they still are.
     void setElements(const ElementList &elements);
     [[nodiscard]] const ElementList &elements() const { return m_model.elements(); }
 

@@ -9,9 +9,8 @@ class ContentOwner;
 class EmptyStateView;
 class MusicController;
 
-/// The music on the pen as a category of its own: its list, or that there is none, or that it
-/// is still being read. Whoever selects
-/// music gives up the choice of titles.
+/// The music on the pen as a category of its own: its list, or that there is none, or that it is
+/// still being read. Whoever selects music gives up the choice of titles.
 class MusicView : public QWidget, public LanguageHandling, public LibraryViewing
 {
     Q_OBJECT

@@ -13,6 +13,7 @@
 #include <QHeaderView>
 #include <QScreen>
 #include <QScrollBar>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextDocumentFragment>
@@ -128,8 +129,10 @@ TEST_F(CategoryViewsTest, ListHasTheColumnsInTheLanguageShown)
     EXPECT_EQ(QTextDocumentFragment::fromHtml(QToolTip::text()).toPlainText(), u"<b>x</b>"_s);
     QToolTip::hideText();
     EXPECT_EQ(table().accessibleName(), u"Bücher"_s);
+    const QSignalSpy told(table().model(), &QAbstractItemModel::headerDataChanged);
     setCurrentLanguage(u"en"_s);
     books->languageChanged();
+    EXPECT_EQ(told.count(), 1);
     EXPECT_EQ(header(1), u"Title"_s);
     EXPECT_EQ(table().accessibleName(), u"Books"_s);
     EXPECT_EQ(tiles().accessibleName(), u"Books"_s);

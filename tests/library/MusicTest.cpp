@@ -337,8 +337,11 @@ TEST_F(MusicViewTest, OrderPlaceAndKeyboardStayAlsoInAnotherLanguage)
         file->seconds = 5'000;
         musicList().prepend(file);
     }
+    const QSignalSpy told(table().model(), &QAbstractItemModel::headerDataChanged);
     setCurrentLanguage(u"en"_s);
     view->languageChanged();
+    EXPECT_EQ(told.count(), 1);
+    EXPECT_EQ(table().accessibleName(), u"Music"_s);
     view->libraryChanged();
     EXPECT_EQ(table().model()->headerData(4, Qt::Horizontal).toString(), u"Size"_s);
     EXPECT_EQ(names(), u"Ente,Lied 10,Ganz,Anders,lied 2"_s);
