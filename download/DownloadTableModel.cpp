@@ -101,7 +101,7 @@ QString DownloadTableModel::text(const QModelIndex &index) const
 {
     const UpdateElement &row = std::as_const(updateElements()).at(index.row());
     if (index.column() == titleColumn)
-        return row.title;
+        return isSystemSoftware(row) ? localized(u"system_software"_s) : row.title;
     return index.column() == statusColumn ? localized(statusTextKey(row.downloadType)) : QString();
 }
 

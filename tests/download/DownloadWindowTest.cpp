@@ -317,6 +317,7 @@ TEST_F(DownloadWindowTest, ReloadsAndLanguagesReachEveryTextAndMoveNothing)
         EXPECT_EQ(texts, textsOf(anew));
         EXPECT_TRUE(texts.contains(language == u"en"_s ? u"Cancel"_s : u"Abbrechen"_s));
         EXPECT_TRUE(texts.contains(localized(u"download_queue"_s)));
+        EXPECT_EQ(cell(0, 1).toString(), localized(u"system_software"_s));
         EXPECT_EQ(place(), before);
         EXPECT_EQ(window.cancelBtn->isEnabled(), isCancelEnabled);
     }

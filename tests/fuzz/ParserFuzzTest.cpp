@@ -167,7 +167,7 @@ template <auto Read>
 void parsePenFile(const QByteArray &bytes)
 {
     const PenPlaces pen = *PenPlaces::look();
-    for (const QUrl &file : {pen.tbdFile(), pen.logFile()})
+    for (const QUrl &file : {pen.tbdFile(), pen.tbdFile().resolved(QUrl(u"log.txt"_s))})
         FileManager::write(pathOf(file), bytes, FileManager::WriteMode::InPlace);
     for (const QString &mid : Read())
         EXPECT_FALSE(mid.isEmpty() || mid.contains(QChar::Null) || mid.contains(u'\n'));
