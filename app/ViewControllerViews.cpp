@@ -16,6 +16,7 @@
 #include "pen/NavStorageItem.h"
 #include "sync/UpdateService.h"
 #include "ui/DeleteViewController.h"
+#include "ui/HeaderBar.h"
 #include "ui/HeaderViewController.h"
 #include "ui/LanguageViewController.h"
 
@@ -146,6 +147,7 @@ void ViewController::initLanguageView()
     writeLog(u"initLanguageView Beginn"_s);
     languageViewController->viewController = this;
     pinEdges(*languageViewController, *languageContainer);
+    m_header->setParts(*headerViewController, *languageContainer);
     writeLog(u"initLanguageView Ende"_s);
 }
 

@@ -1,0 +1,178 @@
+#include "tests/app/AppFixture.h"
+
+#include "app/NavCollectionView.h"
+#include "app/NavigationViewController.h"
+#include "bluetooth/VideosController.h"
+#include "library/CategoryControllers.h"
+#include "library/SearchViewController.h"
+#include "library/TileView.h"
+#include "pen/NavStorageItem.h"
+#include "ui/DeleteViewController.h"
+#include "ui/HeaderViewController.h"
+#include "ui/LanguageViewController.h"
+#include "ui/LegalWindowController.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QScrollBar>
+#include <QToolButton>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class HeaderTest : public WindowTest
+{
+protected:
+    HeaderTest()
+    {
+        for (int i = 100; i < 160; ++i)
+            writeTitle(pen, u"00%1_de"_s.arg(i), "Titel " + QByteArray::number(i), "Buch");
+        start();
+    }
+    ~HeaderTest() override { setCurrentLanguage(u"de"_s); }
+
+    DeleteViewController &header() { return *controller().deleteViewController; }
+    LanguageViewController &flags() { return *controller().languageViewController; }
+    QAction &entry(const QString &key)
+    {
+        for (const QMenu *menu : {header().dropDownMenu, header().languageDropDownMenu}) {
+            for (QAction *action : menu->actions()) {
+                if (action->text() == localized(key))
+                    return *action;
+            }
+        }
+        ADD_FAILURE() << qPrintable(key);
+        return *header().dropDownMenu->actions().first();
+    }
+    QStringList titles(const QMenu &menu)
+    {
+        QStringList texts;
+        for (const QAction *action : menu.actions())
+            texts += action->text();
+        return texts;
+    }
+    static bool shows(const QToolButton &button, const QString &image)
+    {
+        const QSize size(32, 23);
+        return button.icon().pixmap(size).toImage()
+               == QIcon(u":/images/"_s + image + u".svg"_s).pixmap(size).toImage();
+    }
+    LegalWindowController *openLegal(const QString &key)
+    {
+        entry(key).trigger();
+        return header().legalWindowController;
+    }
+};
+
+TEST_F(HeaderTest, MenuSpeaksTheLanguageAndItsEntriesReachTheirTargets)
+{
+    EXPECT_EQ(titles(*header().dropDownMenu),
+              (QStringList{u"Ansicht wechseln"_s, u"Sprache"_s, u"Stift über Bluetooth suchen"_s,
+                           u"Impressum"_s, u"Datenschutz"_s}));
+    testing::internal::CaptureStdout();
+    entry(u"dropdown_lang_english"_s).trigger();
+    EXPECT_EQ(titles(*header().dropDownMenu),
+              (QStringList{u"Change view"_s, u"Language"_s, u"Find pen via Bluetooth"_s,
+                           u"Legal information"_s, u"Privacy"_s}));
+    EXPECT_EQ(titles(*header().languageDropDownMenu), (QStringList{u"German"_s, u"English"_s}));
+    EXPECT_TRUE(entry(u"dropdown_lang_english"_s).isChecked());
+    EXPECT_EQ(entry(u"dropdown_change_lang"_s).menu(), header().languageDropDownMenu);
+    entry(u"dropdown_lang_german"_s).trigger();
+    EXPECT_EQ(currentLanguage(), u"de"_s);
+    const std::string printed = testing::internal::GetCapturedStdout();
+    EXPECT_NE(printed.find("Menu language english\n"), std::string::npos);
+    EXPECT_NE(printed.find("Menu language german\n"), std::string::npos);
+
+    entry(u"dropdown_change_view"_s).trigger();
+    EXPECT_EQ(controller().viewMode(), ViewMode::list);
+    const QPointer<LegalWindowController> first = openLegal(u"dropdown_privacy"_s);
+    const QPointer<LegalWindowController> second = openLegal(u"dropdown_legal_information"_s);
+    EXPECT_TRUE(first && second && first != second && first->isVisible() && second->isVisible());
+    EXPECT_EQ(first->legalOrPrivacy, u"Datenschutz"_s);
+    EXPECT_EQ(second->legalOrPrivacy, u"Impressum"_s);
+    // A desktop may have added an access key.
+    entry(u"dropdown_bluetooth"_s).setText(u"&Stift über Bluetooth suchen"_s);
+    header().dropDownMenu->actions().at(2)->trigger();
+    EXPECT_TRUE(controller().videosController && controller().bluetoothService.scanning());
+}
+
+TEST_F(HeaderTest, ModesChangeOnlyWhileThePenIsThere)
+{
+    EXPECT_TRUE(entry(u"dropdown_change_view"_s).isEnabled());
+    pullOut();
+    EXPECT_FALSE(entry(u"dropdown_change_view"_s).isEnabled());
+    flags().englishButtonAction();
+    EXPECT_FALSE(entry(u"dropdown_change_view"_s).isEnabled());
+    plugIn();
+    EXPECT_TRUE(entry(u"dropdown_change_view"_s).isEnabled());
+}
+
+TEST_F(HeaderTest, FlagsSwitchTheLanguageAndNothingMoves)
+{
+    activate();
+    TileView &tiles = *controller().myBooksController->collectionView;
+    tiles.setFocus();
+    tiles.setCurrentIndex(tiles.model()->index(40, 0));
+    const int scrolled = tiles.verticalScrollBar()->value();
+    ASSERT_GT(scrolled, 0);
+    removeLog();
+    QTest::mouseClick(flags().englishButton, Qt::LeftButton);
+    EXPECT_EQ(QApplication::focusWidget(), &tiles);
+    EXPECT_EQ(tiles.currentIndex().row(), 40);
+    EXPECT_EQ(tiles.verticalScrollBar()->value(), scrolled);
+    EXPECT_EQ(
+        controller().navigationViewController->navCollectionView->selected().data().toString(),
+        u"Books"_s);
+    EXPECT_EQ(controller().headerViewController->titleLabel->text(), u"My listening pen"_s);
+    EXPECT_EQ(controller().searchViewController->searchField->placeholderText(),
+              u"Search titles"_s);
+    EXPECT_TRUE(NavStorageItem::current->findChild<QLabel *>(u"detailedStorageLabel"_s)
+                    ->text()
+                    .contains(u" used"_s));
+    EXPECT_EQ(logLines({u"loadData "_s}).first(), u"loadData Beginn"_s);
+    EXPECT_TRUE(shows(*flags().englishButton, u"if_United-Kingdom_92403"_s));
+    EXPECT_TRUE(shows(*flags().germanButton, u"if_Germany_92095_transparent"_s));
+    EXPECT_EQ(flags().germanButton->toolTip(), u"German"_s);
+    EXPECT_EQ(QLocale().language(), QLocale::English);
+    QTest::mouseClick(flags().germanButton, Qt::LeftButton);
+    EXPECT_TRUE(shows(*flags().englishButton, u"if_United-Kingdom_92403_transparent"_s));
+    EXPECT_TRUE(shows(*flags().germanButton, u"if_Germany_92095"_s));
+    EXPECT_EQ(QCoreApplication::translate("QLineEdit", "Select All"), u"Alles auswählen"_s);
+}
+
+/// Where the window is too narrow for all.
+TEST_F(HeaderTest, PartsGiveWayInTheirOrder)
+{
+    const QFont font = QApplication::font();
+    for (const int points : {font.pointSize(), 14}) {
+        QFont large = font;
+        large.setPointSize(points);
+        QApplication::setFont(large);
+        for (const auto press : {&LanguageViewController::englishButtonAction,
+                                 &LanguageViewController::germanButtonAction}) {
+            (flags().*press)();
+            int parts = 0; // seen before, in a narrower window
+            for (const int width : {720, 800, 860, 1000, 1440}) {
+                window->resize(width, 500);
+                QCoreApplication::processEvents();
+                EXPECT_EQ(window->width(), width);
+                const bool title = controller().headerViewController->titleLabel->isVisible();
+                const bool flagsSeen = flags().isVisible();
+                EXPECT_TRUE(flagsSeen || !title);
+                EXPECT_GE(title + flagsSeen, parts);
+                parts = title + flagsSeen;
+                const QLineEdit &field = *controller().searchViewController->searchField;
+                EXPECT_GE(field.width(),
+                          flagsSeen ? field.sizeHint().width() : field.minimumWidth());
+            }
+            EXPECT_EQ(parts, 2);
+        }
+    }
+    QApplication::setFont(font);
+}
+
+} // namespace
