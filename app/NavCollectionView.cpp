@@ -25,8 +25,12 @@ NavCollectionView::NavCollectionView(QWidget *parent)
 void NavCollectionView::selectQuietly(const QModelIndex &index)
 {
     const QScopedValueRollback quiet(m_quiet, true);
-    setCurrentIndex(index);
-    scrollTo(index);
+    if (index.isValid()) {
+        setCurrentIndex(index);
+        scrollTo(index);
+    } else {
+        selectionModel()->clear();
+    }
 }
 
 QModelIndex NavCollectionView::selected() const

@@ -3,7 +3,8 @@
 #include <QAccessible>
 #include <QListView>
 
-/// The sidebar's list: exactly one row stays selected, whatever is clicked.
+/// The sidebar's list: whatever is clicked, one row stays selected, or none while what is shown
+/// belongs to no row.
 class NavCollectionView : public QListView
 {
     Q_OBJECT
@@ -11,7 +12,7 @@ class NavCollectionView : public QListView
 public:
     explicit NavCollectionView(QWidget *parent = nullptr);
 
-    /// Selects without telling anybody.
+    /// Selects without telling anybody; no row for an invalid index.
     void selectQuietly(const QModelIndex &index);
     [[nodiscard]] QModelIndex selected() const;
     /// As if the person had clicked there.

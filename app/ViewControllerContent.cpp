@@ -1,10 +1,12 @@
 #include "app/ViewController.h"
 
+#include "app/NavCollectionView.h"
 #include "app/NavigationViewController.h"
 #include "base/EmptyStateView.h"
 #include "base/ViewPlacement.h"
 #include "bluetooth/VideosController.h"
 #include "library/CategoryControllers.h"
+#include "library/LibraryLists.h"
 #include "library/LibraryViewing.h"
 #include "library/MusicView.h"
 #include "library/MyQuilloTitlesController.h"
@@ -62,7 +64,14 @@ void ViewController::showTitlesView()
     showView(NavElementType::MyTitles);
 }
 
-void ViewController::showFoundTitles(const QString &) {}
+void ViewController::showFoundTitles(const QString &)
+{
+    auto *found = new MyQuilloTitlesController(*this, mainContentView);
+    found->show(foundBookList(), foundGameList(), foundLearningMaterialList(), foundArchiveList(),
+                foundMusicList());
+    navigationViewController->loadView(found);
+    navigationViewController->navCollectionView->selectQuietly({});
+}
 
 void ViewController::searchPen()
 {

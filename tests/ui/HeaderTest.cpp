@@ -4,6 +4,7 @@
 #include "app/NavigationViewController.h"
 #include "bluetooth/VideosController.h"
 #include "library/CategoryControllers.h"
+#include "library/MyQuilloTitlesController.h"
 #include "library/SearchViewController.h"
 #include "library/TileView.h"
 #include "pen/NavStorageItem.h"
@@ -19,6 +20,8 @@
 #include <QMenu>
 #include <QScrollBar>
 #include <QToolButton>
+
+#include <tuple>
 
 using namespace Qt::StringLiterals;
 
@@ -142,6 +145,29 @@ TEST_F(HeaderTest, FlagsSwitchTheLanguageAndNothingMoves)
     EXPECT_TRUE(shows(*flags().englishButton, u"if_United-Kingdom_92403_transparent"_s));
     EXPECT_TRUE(shows(*flags().germanButton, u"if_Germany_92095"_s));
     EXPECT_EQ(QCoreApplication::translate("QLineEdit", "Select All"), u"Alles auswählen"_s);
+}
+
+TEST_F(HeaderTest, SearchShowsWhatItFoundAsAPageOfItsOwn)
+{
+    writeTitle(pen, u"00001_de"_s, "Der kleine Bär", "Spiel");
+    controller().loadData();
+    QLineEdit &field = *controller().searchViewController->searchField;
+    for (const auto &[words, books, games] :
+         {std::tuple{u"BÄR"_s, 0, 1}, std::tuple{u"bar"_s, 0, 0}, std::tuple{u"titel 15"_s, 10, 0},
+          std::tuple{u""_s, 60, 1}}) {
+        SCOPED_TRACE(qPrintable(words));
+        field.setText(words);
+        QTest::keyClick(&field, Qt::Key_Return);
+        auto *page = qobject_cast<MyQuilloTitlesController *>(
+            controller().navigationViewController->activeSubViewController());
+        ASSERT_NE(page, nullptr);
+        EXPECT_EQ(page->myQuilloBooksController->elements().size(), books);
+        EXPECT_EQ(page->myGamesController->elements().size(), games);
+        EXPECT_FALSE(
+            controller().navigationViewController->navCollectionView->selected().isValid());
+    }
+    pullOut();
+    EXPECT_TRUE(field.text().isEmpty() && foundBookList().isEmpty());
 }
 
 /// Where the window is too narrow for all.
