@@ -3,7 +3,6 @@
 #include "download/QueueWindow.h"
 #include "library/ElementService.h"
 
-
 using namespace Qt::StringLiterals;
 
 namespace {
