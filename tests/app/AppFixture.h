@@ -48,7 +48,7 @@ protected:
     }
     [[nodiscard]] static bool waitForLog(const QString &line, int count = 1)
     {
-        return QTest::qWaitFor([&] { return logLines({line}).count(line) >= count; }, 10'000);
+        return QTest::qWaitFor([&] { return logLines({line}).count(line) >= count; }, 60'000);
     }
 
     Configuration addresses;

@@ -32,7 +32,7 @@ protected:
 
     [[nodiscard]] int exitCode()
     {
-        EXPECT_TRUE(process.waitForFinished(10'000));
+        EXPECT_TRUE(process.waitForFinished(60'000));
         EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
         return process.exitCode();
     }
