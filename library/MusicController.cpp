@@ -13,12 +13,12 @@
 #include <QScrollBar>
 #include <QSet>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int durationWidth = 110;
-constexpr int sizeWidth = 130;
 constexpr int imageSize = 36;
 
 class MusicImageDelegate : public ColoredTableDelegate
@@ -53,7 +53,6 @@ MusicController::MusicController(ContentOwner &viewController, QWidget *parent)
     setUpTable(m_model);
     tableView->setItemDelegateForColumn(MusicTableModel::image,
                                         new MusicImageDelegate(*tableView, musicImage));
-    setColumnWidths();
     setUpSorting();
     connect(tableView, &QTableView::doubleClicked, this, &MusicController::play);
     tableView->installEventFilter(this);
@@ -81,13 +80,16 @@ void MusicController::sortIndicatorChanged(int column, Qt::SortOrder order)
     m_sortOrder = order;
 }
 
+/// No wider than needed, so that the names have room in a narrow window.
 void MusicController::setColumnWidths()
 {
     QHeaderView *header = tableView->horizontalHeader();
-    for (const auto &[column, width] : {std::pair{MusicTableModel::duration, durationWidth},
-                                        std::pair{MusicTableModel::size, sizeWidth}}) {
+    for (const auto &[column, widest] : {std::pair{MusicTableModel::duration, u"00:00:00"_s},
+                                         std::pair{MusicTableModel::size, u"999,9 MB"_s}}) {
+        const int text = tableView->fontMetrics().horizontalAdvance(widest);
         header->setSectionResizeMode(column, QHeaderView::Fixed);
-        header->resizeSection(column, width);
+        header->resizeSection(column, std::max(text + 2 * ColoredTableRowView::textMargin,
+                                               header->sectionSizeHint(column)));
     }
 }
 
@@ -161,5 +163,6 @@ void MusicController::play(const QModelIndex &index) const
 void MusicController::languageChanged()
 {
     m_model.updateTexts();
+    setColumnWidths();
     tableView->setAccessibleName(localized(u"music"_s));
 }
