@@ -2,6 +2,7 @@
 
 #include "app/ViewController.h"
 #include "base/ImageView.h"
+#include "library/SearchViewController.h"
 #include "sync/UpdateService.h"
 
 #include <QIcon>
@@ -17,6 +18,7 @@ MainWindow::MainWindow(const Hardware &hardware)
     addKey(QKeySequence(Qt::CTRL | Qt::Key_Q), &MainWindow::quit);
     addKey(QKeySequence(Qt::Key_F5), &MainWindow::updateAll);
     addKey(QKeySequence(Qt::CTRL | Qt::Key_T), &MainWindow::toggleViewMode);
+    addKey(QKeySequence(Qt::CTRL | Qt::Key_F), &MainWindow::search);
     addCategoryKeys();
 }
 
@@ -46,6 +48,11 @@ void MainWindow::toggleViewMode()
 {
     if (m_viewController->isQuilloAvailable())
         m_viewController->toggleViewMode();
+}
+
+void MainWindow::search()
+{
+    m_viewController->searchViewController->takeFocus();
 }
 
 void MainWindow::quit()

@@ -20,6 +20,7 @@ private:
     void addKey(const QKeySequence &key, void (MainWindow::*action)());
     void addCategoryKeys();
     void toggleViewMode();
+    void search();
     void quit();
     void updateAll();
 

@@ -110,6 +110,9 @@ QModelIndex NavCollectionView::edgeRow(int from, int step) const
 
 QModelIndex NavCollectionView::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
 {
+    // From nowhere the keyboard comes to the first row.
+    if (!currentIndex().isValid())
+        return edgeRow(0, 1);
     switch (action) {
     case MoveHome:
     case MovePageUp:

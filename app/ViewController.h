@@ -124,6 +124,7 @@ private:
     void getBaseElementsFromPen() override;
     void showTitlesView() override;
     void showFoundTitles(const QString &words) override;
+    void closeFoundTitles() override;
     void showMessage(const std::function<QString()> &text) override;
     void focusTitles() override;
     [[nodiscard]] DeletionSelecting *deletionSelection() override;

@@ -64,13 +64,27 @@ void ViewController::showTitlesView()
     showView(NavElementType::MyTitles);
 }
 
-void ViewController::showFoundTitles(const QString &)
+void ViewController::showFoundTitles(const QString &words)
 {
+    if (words.isEmpty()) {
+        showTitlesView();
+        return;
+    }
     auto *found = new MyQuilloTitlesController(*this, mainContentView);
-    found->show(foundBookList(), foundGameList(), foundLearningMaterialList(), foundArchiveList(),
-                foundMusicList());
+    found->showFound(words);
+    const auto *before = navigationViewController->activeContent<MyQuilloTitlesController>();
+    if (before && before->words() == words)
+        found->setStanding(before->standing());
     navigationViewController->loadView(found);
+    // It is none of the categories.
     navigationViewController->navCollectionView->selectQuietly({});
+}
+
+void ViewController::closeFoundTitles()
+{
+    const auto *shown = navigationViewController->activeContent<MyQuilloTitlesController>();
+    if (shown && shown->words())
+        showTitlesView();
 }
 
 void ViewController::searchPen()

@@ -139,6 +139,8 @@ void ViewController::initSearchView()
     writeLog(u"initSearchView Beginn"_s);
     searchViewController->viewController = this;
     pinEdges(*searchViewController, *searchViewContainer);
+    connect(navigationViewController, &NavigationViewController::contentChanged,
+            searchViewController, &SearchViewController::endPause);
     writeLog(u"initSearchView Ende"_s);
 }
 

@@ -28,6 +28,8 @@ QString keyStem(EmptyStateView::Reason reason)
         return u"no_music"_s;
     case EmptyStateView::Reason::ReadingMusic:
         return u"reading_music"_s;
+    case EmptyStateView::Reason::NothingFound:
+        return u"nothing_found"_s;
     case EmptyStateView::Reason::EmptyCategory:
         break;
     }
@@ -92,14 +94,13 @@ void EmptyStateView::layOut()
 void EmptyStateView::setReason(Reason reason)
 {
     m_reason = reason;
-    m_titleKey.clear();
     showTexts();
 }
 
-void EmptyStateView::setTitleOnly(const QString &titleKey)
+void EmptyStateView::showNothingFound(const QString &words)
 {
-    m_titleKey = titleKey;
-    showTexts();
+    m_words = words;
+    setReason(Reason::NothingFound);
 }
 
 void EmptyStateView::languageChanged()
@@ -118,8 +119,10 @@ void EmptyStateView::showTexts()
 {
     const QString stem = keyStem(m_reason);
     m_image->setImageName(m_reason == Reason::NoPen ? u"pen_missing"_s : u"empty_shelf"_s);
-    showText(*m_title, localized(m_titleKey.isEmpty() ? stem + u"_title"_s : m_titleKey));
-    showText(*m_hint, m_titleKey.isEmpty() ? localized(stem + u"_hint"_s) : QString());
+    showText(*m_title, localized(stem + u"_title"_s));
+    const QString words =
+        m_hint->fontMetrics().elidedText(m_words, Qt::ElideRight, hintWidth * 3 / 4);
+    showText(*m_hint, localized(stem + u"_hint"_s).replace(u"%@"_s, words));
     setAccessibleName(m_title->text());
     setAccessibleDescription(m_hint->text());
 }

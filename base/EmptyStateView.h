@@ -14,15 +14,16 @@ class EmptyStateView : public QScrollArea, public LanguageHandling
     Q_OBJECT
 
 public:
-    enum class Reason { NoPen, EmptyLibrary, EmptyCategory, NoMusic, ReadingMusic };
+    enum class Reason { NoPen, EmptyLibrary, EmptyCategory, NoMusic, ReadingMusic, NothingFound };
 
     explicit EmptyStateView(Reason reason = Reason::EmptyCategory, QWidget *parent = nullptr);
 
     void setReason(Reason reason);
     [[nodiscard]] Reason reason() const { return m_reason; }
 
-    /// Shows the text of this key as title, and no hint.
-    void setTitleOnly(const QString &titleKey);
+    /// Tells that nothing was found for these words, whatever they are and as much of them as has
+    /// room.
+    void showNothingFound(const QString &words);
 
     void languageChanged() override;
 
@@ -32,7 +33,7 @@ private:
     void showTexts();
 
     Reason m_reason;
-    QString m_titleKey;
+    QString m_words; ///< searched for
     QWidget *m_page;
     ImageView *m_image;
     QLabel *m_title;

@@ -3,12 +3,17 @@
 #include "bench/Child.h"
 #include "bench/Figures.h"
 
+#include "app/NavigationViewController.h"
 #include "app/ViewController.h"
 #include "library/CategoryControllers.h"
 #include "library/ColoredTableView.h"
+#include "library/LibraryLists.h"
 #include "library/ListController.h"
+#include "library/MyQuilloTitlesController.h"
+#include "library/SearchViewController.h"
 #include "library/TileView.h"
 
+#include <QLineEdit>
 #include <QScrollBar>
 
 #include <algorithm>
@@ -137,6 +142,23 @@ void tellScrolling(BenchProgram &program, ViewMode form)
     tell(formName(form) + u" work"_s, work);
 }
 
+/// From a letter typed, each one more of a title's name, to the page of what is found.
+double searchAsTyped(BenchProgram &program)
+{
+    const ViewController &main = *program.viewController();
+    const QString name = bookList().constFirst()->name;
+    QList<double> values;
+    for (qsizetype letters = 1; letters <= name.size(); ++letters) {
+        main.searchViewController->searchField->setText(name.left(letters));
+        const double begun = now();
+        main.searchViewController->searchFieldAction();
+        auto *page = main.navigationViewController->activeContent<MyQuilloTitlesController>();
+        values +=
+            program.waitForPaint(*page->myQuilloBooksController->tableView->viewport()) - begun;
+    }
+    return *std::max_element(values.begin(), values.end());
+}
+
 constexpr ViewMode forms[] = {ViewMode::tiled, ViewMode::list};
 
 } // namespace
@@ -163,7 +185,10 @@ bool windowFigures()
         note(u"the main thread's own work for a frame, at most"_s, views.value(name + u" work"_s),
              u"ms"_s);
     }
-    return held;
+    return report(
+               u"10,000 titles, slowest letter typed in the search to the page of what is found"_s,
+               views.value(u"search"_s), 50, u"ms"_s)
+           && held;
 }
 
 int coversChild(int argc, char **argv)
@@ -186,5 +211,6 @@ int viewsChild(int argc, char **argv)
              medianOf(openings, [&] { return firstPaint(program, form); }));
         tellScrolling(program, form);
     }
+    tell(u"search"_s, medianOf(openings, [&] { return searchAsTyped(program); }));
     return 0;
 }

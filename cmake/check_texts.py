@@ -19,15 +19,15 @@ IMAGE_SHAPE = re.compile(r'(?:quillo|quilo|if|ic)[_-][\w-]+')
 # Words of other systems that look like a key of ours.
 FOREIGN = {'binfmt_misc', 'rpc_pipefs', 'qt_msgbox_informativelabel'}
 
-KEY_CALLS = ('localized', 'setTitleOnly', 'titles', 'Section')
+KEY_CALLS = ('localized', 'titles', 'Section')
 KEY_BODY = re.compile(r'^QString \w*[kK]ey\([^)]*\)\n\{\n(.*?)^\}', re.MULTILINE | re.DOTALL)
 IMAGE_CALLS = ('setImageName', 'shippedIcon', 'imagePath')
 SOUND_CALLS = ('play', 'soundPath')
 SIDEBAR_ROW = re.compile(r'\bDescription\{[^"{}]*"\w*",\s*u"(\w*)",\s*u"([\w-]*)"\}')
 
 # Of the rooms that are still to be built. What is used leaves this list.
-AWAITED_KEYS = {'nothing_found_title', 'nothing_found_hint', 'try_again'}
-AWAITED_IMAGES = {'search'}
+AWAITED_KEYS = {'try_again'}
+AWAITED_IMAGES = set()
 
 
 def keys_of(language):

@@ -5,9 +5,11 @@
 #include "library/ContentOwner.h"
 #include "library/EmptyState.h"
 #include "library/LibraryLists.h"
+#include "library/SearchViewController.h"
 #include "library/TableViewUtil.h"
 #include "platform/StandardOutput.h"
 
+#include <QAccessible>
 #include <QLabel>
 #include <QScopedValueRollback>
 #include <QSet>
@@ -58,7 +60,16 @@ void MyQuilloTitlesController::buildSections()
 void MyQuilloTitlesController::showLibrary()
 {
     m_followsLibrary = true;
+    m_words.reset();
     setContents({bookList(), gameList(), learningMaterialList(), archiveList()}, musicList());
+}
+
+void MyQuilloTitlesController::showFound(const QString &words)
+{
+    m_followsLibrary = true;
+    m_words = words;
+    setContents({foundBookList(), foundGameList(), foundLearningMaterialList(), foundArchiveList()},
+                foundMusicList());
 }
 
 void MyQuilloTitlesController::show(const ElementList &books, const ElementList &games,
@@ -66,6 +77,7 @@ void MyQuilloTitlesController::show(const ElementList &books, const ElementList 
                                     const ElementList &archives, const MusicList &music)
 {
     m_followsLibrary = false;
+    m_words.reset();
     setContents({books, games, learningMaterials, archives}, music);
 }
 
@@ -81,15 +93,39 @@ void MyQuilloTitlesController::setContents(const std::array<ElementList, 4> &tit
     for (const TitlesSection &section : m_sections)
         m_page->placeSection(section);
     QWidget *list = keyboardList();
-    m_empty->setReason(emptyReason(m_viewController.isQuilloAvailable()));
+    showEmptiness();
     m_empty->setVisible(list == nullptr);
     m_page->setVisible(list != nullptr);
+    updateAccessibleName();
     setFocusProxy(list ? list : m_empty);
     // It has been lost with a list that has become empty.
     if (focused && !isAncestorOf(window()->focusWidget()))
         setFocus();
     m_page->layOut();
     m_page->restore(kept);
+}
+
+void MyQuilloTitlesController::showEmptiness()
+{
+    const EmptyStateView::Reason reason = emptyReason(m_viewController.isQuilloAvailable());
+    if (m_words && reason == EmptyStateView::Reason::EmptyCategory)
+        m_empty->showNothingFound(*m_words);
+    else
+        m_empty->setReason(reason);
+}
+
+/// What a search has come to is heard where it is not seen.
+void MyQuilloTitlesController::updateAccessibleName()
+{
+    int count = 0;
+    for (const TitlesSection &section : m_sections)
+        count += section.rowCount();
+    if (!m_words)
+        setAccessibleName({});
+    else if (count == 0)
+        setAccessibleName(m_empty->accessibleName());
+    else
+        setAccessibleName(localized(u"found_count"_s).replace(u"%@"_s, QString::number(count)));
 }
 
 /// Where the keyboard was last, else the first one; null without any row.
@@ -208,6 +244,10 @@ void MyQuilloTitlesController::setStanding(const Standing &standing)
 void MyQuilloTitlesController::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
+    if (m_words && !event->spontaneous()) {
+        QAccessibleEvent found(this, QAccessible::Alert);
+        QAccessible::updateAccessibility(&found);
+    }
     if (m_scrollPosition)
         scrollAsWanted();
     else
@@ -303,8 +343,14 @@ void MyQuilloTitlesController::didDelete()
 void MyQuilloTitlesController::rebuild()
 {
     // The person may have gone on to another category meanwhile.
-    if (!isHidden())
+    if (isHidden())
+        return;
+    if (!m_words) {
         m_viewController.showTitlesView();
+        return;
+    }
+    SearchViewController::filter(*m_words);
+    m_viewController.showFoundTitles(*m_words);
 }
 
 QTableView *MyQuilloTitlesController::listTable()
@@ -325,10 +371,17 @@ void MyQuilloTitlesController::languageChanged()
             (*section.header)->setText(localized(section.key));
     }
     m_empty->languageChanged();
+    updateAccessibleName();
 }
 
 void MyQuilloTitlesController::libraryChanged()
 {
-    if (m_followsLibrary)
+    if (!m_followsLibrary)
+        return;
+    if (!m_words) {
         showLibrary();
+        return;
+    }
+    SearchViewController::filter(*m_words);
+    showFound(*m_words);
 }

@@ -7,13 +7,14 @@
 #include "library/TitlesPage.h"
 
 #include <array>
+#include <optional>
 
 class EmptyStateView;
 class ContentOwner;
 class QLabel;
 
-/// All titles and the music, list below list on one scrolling page. Rows are selected in one
-/// section at a time.
+/// All titles and the music, or what was found among them, list below list on one scrolling page.
+/// Rows are selected in one section at a time.
 class MyQuilloTitlesController : public QWidget,
                                  public DeletionHandling,
                                  public LanguageHandling,
@@ -28,6 +29,11 @@ public:
 
     /// The whole library, followed when it changes.
     void showLibrary();
+    /// What the lists of found titles hold for these words, which are searched for again when the
+    /// library changes.
+    void showFound(const QString &words);
+    /// What was searched for; none on the page of all titles.
+    [[nodiscard]] const std::optional<QString> &words() const { return m_words; }
     using QWidget::show;
     /// These titles and files, also when the library changes.
     void show(const ElementList &books, const ElementList &games,
@@ -78,6 +84,8 @@ private:
     void selectionChanged(const TitlesSection &section, const QList<int> &rows);
     void provideSelection(const TitlesSection &section, const QList<int> &rows);
     void rowChanged(const TitlesSection &section);
+    void showEmptiness();
+    void updateAccessibleName();
     [[nodiscard]] QWidget *keyboardList() const;
     void standNextTo(size_t section);
     void showMarked();
@@ -93,5 +101,6 @@ private:
     size_t m_keyboardSection = 0;        ///< where a row was gone to last
     std::optional<int> m_scrollPosition; ///< taken when the page is shown
     bool m_followsLibrary = true;
+    std::optional<QString> m_words;
     bool m_quiet = false;
 };

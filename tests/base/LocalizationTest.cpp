@@ -14,10 +14,10 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// What they leave open.
-const QHash<QString, int> formats = {{u"please_confirm"_s, 1},   {u"deletion_failed"_s, 1},
-                                     {u"eject_failed"_s, 1},     {u"label_copy_failed"_s, 1},
-                                     {u"label_pen_full"_s, 2},   {u"label_file_too_large"_s, 1},
-                                     {u"music_not_played"_s, 1}, {u"nothing_found_hint"_s, 1}};
+const QHash<QString, int> formats = {
+    {u"please_confirm"_s, 1},    {u"deletion_failed"_s, 1},    {u"eject_failed"_s, 1},
+    {u"label_copy_failed"_s, 1}, {u"label_pen_full"_s, 2},     {u"label_file_too_large"_s, 1},
+    {u"music_not_played"_s, 1},  {u"nothing_found_hint"_s, 1}, {u"found_count"_s, 1}};
 
 /// Pieces of the headline that carry the blank before them.
 const QStringList pieces =

@@ -21,6 +21,8 @@ public:
     [[nodiscard]] bool isReadingMusic() const override { return readingMusic; }
     void showTitlesView() override { ++titlesViewsShown; }
     void showFoundTitles(const QString &words) override { foundTitlesShown += words; }
+    void closeFoundTitles() override { ++foundTitlesClosed; }
+    void focusTitles() override {}
     void showMessage(const std::function<QString()> &text) override { message = text(); }
     [[nodiscard]] DeletionSelecting *deletionSelection() override { return this; }
     void setSelectedElementIds(const QStringList &ids) override { selectedElementIds() = ids; }
@@ -32,6 +34,7 @@ public:
     CoverCache covers;
     int titlesViewsShown = 0;
     QStringList foundTitlesShown;
+    int foundTitlesClosed = 0;
     QString message;
 };
 

@@ -1,4 +1,5 @@
 #include "library/MyQuilloTitlesController.h"
+#include "library/SearchViewController.h"
 
 #include "tests/library/ContentFixture.h"
 
@@ -140,6 +141,22 @@ TEST_F(TitlesOverviewTest, FoundTitlesStayButCannotBeChosenOnceTheyAreGone)
     EXPECT_EQ(page->myQuilloBooksController->elements(), found);
     click(*page->myQuilloBooksController, 0);
     EXPECT_TRUE(selectedElementIds().isEmpty());
+}
+
+TEST_F(TitlesOverviewTest, FoundPageSearchesAgainAfterReloadAndDeletion)
+{
+    show(3, 0, 0, 0, 0);
+    SearchViewController::filter(u"b1"_s);
+    page->showFound(u"b1"_s);
+    EXPECT_EQ(page->myQuilloBooksController->elements(), bookList().mid(1, 1));
+    bookList() = makeTitles(20, u"b"_s);
+    page->libraryChanged();
+    EXPECT_EQ(page->myQuilloBooksController->elements().size(), 11);
+    bookList().removeAt(1);
+    page->didDelete();
+    EXPECT_EQ(main.foundTitlesShown, QStringList{u"b1"_s});
+    EXPECT_EQ(foundBookList().size(), 10);
+    EXPECT_EQ(main.titlesViewsShown, 0);
 }
 
 TEST_F(TitlesOverviewTest, ReloadKeepsPlaceAndSelection)

@@ -2,6 +2,7 @@
 
 #include "app/NavCollectionView.h"
 #include "app/NavigationViewController.h"
+#include "base/EmptyStateView.h"
 #include "bluetooth/VideosController.h"
 #include "library/CategoryControllers.h"
 #include "library/MyQuilloTitlesController.h"
@@ -19,8 +20,10 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QScrollBar>
+#include <QTimer>
 #include <QToolButton>
 
+#include <chrono>
 #include <tuple>
 
 using namespace Qt::StringLiterals;
@@ -149,12 +152,12 @@ TEST_F(HeaderTest, FlagsSwitchTheLanguageAndNothingMoves)
 
 TEST_F(HeaderTest, SearchShowsWhatItFoundAsAPageOfItsOwn)
 {
-    writeTitle(pen, u"00001_de"_s, "Der kleine Bär", "Spiel");
+    writeTitle(pen, u"00001_de"_s, "Der große Ba\u0308r", "Spiel");
     controller().loadData();
     QLineEdit &field = *controller().searchViewController->searchField;
     for (const auto &[words, books, games] :
          {std::tuple{u"BÄR"_s, 0, 1}, std::tuple{u"bar"_s, 0, 0}, std::tuple{u"titel 15"_s, 10, 0},
-          std::tuple{u""_s, 60, 1}}) {
+          std::tuple{u"GROẞE b"_s, 0, 1}, std::tuple{u" titel"_s, 0, 0}}) {
         SCOPED_TRACE(qPrintable(words));
         field.setText(words);
         QTest::keyClick(&field, Qt::Key_Return);
@@ -168,6 +171,53 @@ TEST_F(HeaderTest, SearchShowsWhatItFoundAsAPageOfItsOwn)
     }
     pullOut();
     EXPECT_TRUE(field.text().isEmpty() && foundBookList().isEmpty());
+}
+
+TEST_F(HeaderTest, FoundPageKeepsItsWordsUntilItIsLeft)
+{
+    SearchViewController &search = *controller().searchViewController;
+    QLineEdit &field = *search.searchField;
+    NavigationViewController &navigation = *controller().navigationViewController;
+    const auto found = [&] {
+        auto *page = navigation.activeContent<MyQuilloTitlesController>();
+        return page && page->words() ? page : nullptr;
+    };
+    search.pause = std::chrono::milliseconds(1);
+    activate();
+    QTest::keyClick(window.get(), Qt::Key_F, Qt::ControlModifier);
+    QTest::keyClicks(QApplication::focusWidget(), u"titel"_s);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return found() && found()->words() == u"titel"_s; }));
+    EXPECT_TRUE(field.hasFocus());
+    EXPECT_EQ(found()->accessibleName(), u"Gefunden: 60"_s);
+    writeTitle(pen, u"00200_de"_s, "Titel 200", "Buch");
+    flags().englishButtonAction();
+    EXPECT_EQ(found()->accessibleName(), u"Found: 61"_s);
+    EXPECT_FALSE(navigation.navCollectionView->selected().isValid());
+    found()->setStanding({.scrollPosition = 300});
+    QTest::keyClick(&field, Qt::Key_Return);
+    EXPECT_EQ(found()->standing().scrollPosition, 300);
+    QTest::keyClick(&field, Qt::Key_Down);
+    EXPECT_TRUE(found()->isAncestorOf(QApplication::focusWidget()));
+    field.setText(u"<i>Titel</i>"_s + QString(200, u'W'));
+    QTest::keyClick(&field, Qt::Key_Return);
+    auto *empty = found()->findChild<EmptyStateView *>();
+    EXPECT_TRUE(empty->isVisible());
+    EXPECT_TRUE(empty->accessibleDescription().contains(u"“<i>Titel</i>WW"_s));
+    EXPECT_LT(empty->accessibleDescription().size(), 120);
+    QTest::keyClick(&field, Qt::Key_Escape);
+    EXPECT_TRUE(field.text().isEmpty() && !found());
+    EXPECT_EQ(controller().myQuilloTitlesController->standing().scrollPosition, 0);
+
+    field.setText(u"titel"_s);
+    QTest::keyClick(&field, Qt::Key_Return);
+    navigation.navCollectionView->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(navigation.navCollectionView, Qt::Key_Down);
+    EXPECT_TRUE(!found() && navigation.navCollectionView->selected().isValid());
+    search.pause = std::chrono::minutes(1);
+    QTest::keyClick(&field, Qt::Key_A);
+    EXPECT_TRUE(search.findChild<QTimer *>()->isActive());
+    controller().showView(NavElementType::Games);
+    EXPECT_FALSE(search.findChild<QTimer *>()->isActive());
 }
 
 /// Where the window is too narrow for all.
