@@ -1,5 +1,6 @@
 #include "base/AlertBox.h"
 
+#include <QEvent>
 #include <QLabel>
 #include <QLayout>
 #include <QMessageBox>
@@ -20,58 +21,95 @@ AlertBox::Presenter &presenter()
     return instance;
 }
 
+/// A message box that follows the language. It goes when it is closed.
+class AlertMessageBox : public QMessageBox
+{
+public:
+    AlertMessageBox(const std::function<Alert()> &make, QWidget &parent);
+
+    [[nodiscard]] bool isConfirmed() const { return clickedButton() == m_buttons.value(0); }
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    void addButtons(const QStringList &texts);
+    void addLongText();
+    void showTexts();
+
+    std::function<Alert()> m_make;
+    QList<QPushButton *> m_buttons;
+    QPlainTextEdit *m_longText = nullptr;
+};
+
+AlertMessageBox::AlertMessageBox(const std::function<Alert()> &make, QWidget &parent)
+    : QMessageBox(&parent)
+    , m_make(make)
+{
+    const Alert alert = m_make();
+    setAttribute(Qt::WA_DeleteOnClose);
+    setIcon(Warning);
+    if (alert.informativeText.size() > longText)
+        addLongText();
+    addButtons(alert.buttons);
+    showTexts();
+    // Titles are named as they are, whatever marks they hold.
+    const QList<QLabel *> labels = findChildren<QLabel *>();
+    for (QLabel *label : labels)
+        label->setTextFormat(Qt::PlainText);
+    // open() would block only the window beneath.
+    setModal(true);
+}
+
+void AlertMessageBox::addButtons(const QStringList &texts)
+{
+    for (const QString &text : texts)
+        m_buttons += addButton(text, m_buttons.isEmpty() ? AcceptRole : RejectRole);
+    setDefaultButton(m_buttons.constLast());
+    setEscapeButton(m_buttons.constLast());
+}
+
 /// A long text scrolls, which would push the buttons off the screen. Title by title, so that only
 /// the lines that are seen are laid out.
-void showLongText(QMessageBox &box, const QString &text)
+void AlertMessageBox::addLongText()
 {
     constexpr QSize size(460, 300);
-    auto *view = new QPlainTextEdit(&box);
-    view->setReadOnly(true);
-    view->setTabChangesFocus(true);
-    view->setFrameShape(QFrame::NoFrame);
-    view->viewport()->setAutoFillBackground(false);
-    view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    view->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
-    view->setFixedSize(size);
-    view->setPlainText(
-        QString(text).replace(text.indexOf(u" \""), 1, u'\n').replace(u"\", \""_s, u"\",\n\""_s));
-    view->setAccessibleName(box.text());
-    box.setInformativeText(u" "_s); // makes its place
-    auto *label = box.findChild<QLabel *>(u"qt_msgbox_informativelabel"_s);
-    delete box.layout()->replaceWidget(label, view);
+    m_longText = new QPlainTextEdit(this);
+    m_longText->setReadOnly(true);
+    m_longText->setTabChangesFocus(true);
+    m_longText->setFrameShape(QFrame::NoFrame);
+    m_longText->viewport()->setAutoFillBackground(false);
+    m_longText->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_longText->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    m_longText->setFixedSize(size);
+    setInformativeText(u" "_s); // makes its place
+    auto *label = findChild<QLabel *>(u"qt_msgbox_informativelabel"_s);
+    delete layout()->replaceWidget(label, m_longText);
     label->hide();
 }
 
-void presentBox(const Alert &alert, QWidget &parent, AlertBox::Answer completion)
+void AlertMessageBox::showTexts()
 {
-    auto *box = new QMessageBox(QMessageBox::Warning, alert.windowTitle, alert.messageText,
-                                QMessageBox::NoButton, &parent);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    if (alert.informativeText.size() > longText)
-        showLongText(*box, alert.informativeText);
-    else
-        box->setInformativeText(alert.informativeText);
-    // Titles are named as they are, whatever marks they hold.
-    const QList<QLabel *> labels = box->findChildren<QLabel *>();
-    for (QLabel *label : labels)
-        label->setTextFormat(Qt::PlainText);
-    QPushButton *first = nullptr;
-    QPushButton *last = nullptr;
-    for (const QString &text : alert.buttons) {
-        last = box->addButton(text, first ? QMessageBox::RejectRole : QMessageBox::AcceptRole);
-        if (!first)
-            first = last;
+    const Alert alert = m_make();
+    setWindowTitle(alert.windowTitle);
+    setText(alert.messageText);
+    for (qsizetype i = 0; i < m_buttons.size(); ++i)
+        m_buttons.at(i)->setText(alert.buttons.at(i));
+    if (!m_longText) {
+        setInformativeText(alert.informativeText);
+        return;
     }
-    box->setDefaultButton(last);
-    box->setEscapeButton(last);
-    QObject::connect(box, &QDialog::finished, &parent,
-                     [box, first, completion = std::move(completion)] {
-                         if (completion)
-                             completion(box->clickedButton() == first);
-                     });
-    // open() would block only the window beneath.
-    box->setModal(true);
-    box->show();
+    QString text = alert.informativeText;
+    text.replace(text.indexOf(u" \""), 1, u'\n').replace(u"\", \""_s, u"\",\n\""_s);
+    m_longText->setPlainText(text);
+    m_longText->setAccessibleName(alert.messageText);
+}
+
+void AlertMessageBox::changeEvent(QEvent *event)
+{
+    QMessageBox::changeEvent(event);
+    if (event->type() == QEvent::LanguageChange)
+        showTexts();
 }
 
 } // namespace
@@ -81,10 +119,16 @@ void AlertBox::setPresenter(Presenter instead)
     presenter() = std::move(instead);
 }
 
-void AlertBox::present(const Alert &alert, QWidget &parent, Answer completion)
+void AlertBox::present(const std::function<Alert()> &make, QWidget &parent, Answer completion)
 {
-    if (presenter())
-        presenter()(alert, parent, std::move(completion));
-    else
-        presentBox(alert, parent, std::move(completion));
+    if (presenter()) {
+        presenter()(make(), parent, std::move(completion));
+        return;
+    }
+    auto *box = new AlertMessageBox(make, parent);
+    QObject::connect(box, &QDialog::finished, &parent, [box, completion = std::move(completion)] {
+        if (completion)
+            completion(box->isConfirmed());
+    });
+    box->show();
 }

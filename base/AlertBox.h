@@ -26,7 +26,8 @@ public:
     /// answers through it.
     static void setPresenter(Presenter presenter);
 
-    /// Returns at once. `completion`, which may be empty, gets the answer; it is not called when
-    /// `parent` goes first.
-    static void present(const Alert &alert, QWidget &parent, Answer completion);
+    /// Returns at once. `make` gives the alert in the current language; an open box asks it anew
+    /// when the language changes, for the same number of buttons. `completion`, which may be empty,
+    /// gets the answer; it is not called when `parent` goes first.
+    static void present(const std::function<Alert()> &make, QWidget &parent, Answer completion);
 };

@@ -227,12 +227,13 @@ void VideosController::showMessage(BluetoothService &, const QString &key)
     if (m_openMessages.contains(key))
         return;
     m_openMessages.insert(key);
-    const QString text = localized(key);
-    const Alert alert{.windowTitle = localized(u"videos"_s),
-                      .messageText = text,
-                      .informativeText = text,
-                      .buttons = {localized(u"ok"_s)}};
-    AlertBox::present(alert, *this, [this, key](bool) { m_openMessages.remove(key); });
+    const auto make = [key] {
+        return Alert{.windowTitle = localized(u"videos"_s),
+                     .messageText = localized(key),
+                     .informativeText = localized(key),
+                     .buttons = {localized(u"ok"_s)}};
+    };
+    AlertBox::present(make, *this, [this, key](bool) { m_openMessages.remove(key); });
 }
 
 void VideosController::didReceiveURL(BluetoothService &, const std::optional<QUrl> &url)

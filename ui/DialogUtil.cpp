@@ -33,21 +33,22 @@ QStringList titleNames(const QStringList &ids)
 
 void DialogUtil::confirmDeletion(const QStringList &ids, QWidget &parent, Answer completion)
 {
-    Alert alert;
-    alert.windowTitle = localized(u"delete_element"_s);
-    alert.messageText = localized(u"confirm_delete"_s);
-    alert.informativeText =
-        localized(u"please_confirm"_s).replace(u"%@"_s, listText(titleNames(ids)));
-    alert.buttons = {localized(u"ok"_s), localized(u"cancel"_s)};
-    AlertBox::present(alert, parent, std::move(completion));
+    const auto make = [names = listText(titleNames(ids))] {
+        return Alert{.windowTitle = localized(u"delete_element"_s),
+                     .messageText = localized(u"confirm_delete"_s),
+                     .informativeText = localized(u"please_confirm"_s).replace(u"%@"_s, names),
+                     .buttons = {localized(u"ok"_s), localized(u"cancel"_s)}};
+    };
+    AlertBox::present(make, parent, std::move(completion));
 }
 
 void DialogUtil::tellDeletionFailed(const QStringList &names, QWidget &parent)
 {
-    Alert alert;
-    alert.windowTitle = localized(u"delete_element"_s);
-    alert.messageText = localized(u"deletion_failed_title"_s);
-    alert.informativeText = localized(u"deletion_failed"_s).replace(u"%@"_s, listText(names));
-    alert.buttons = {localized(u"ok"_s)};
-    AlertBox::present(alert, parent, {});
+    const auto make = [names = listText(names)] {
+        return Alert{.windowTitle = localized(u"delete_element"_s),
+                     .messageText = localized(u"deletion_failed_title"_s),
+                     .informativeText = localized(u"deletion_failed"_s).replace(u"%@"_s, names),
+                     .buttons = {localized(u"ok"_s)}};
+    };
+    AlertBox::present(make, parent, {});
 }

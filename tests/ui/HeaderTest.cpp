@@ -9,7 +9,9 @@
 #include "library/SearchViewController.h"
 #include "library/TileView.h"
 #include "pen/NavStorageItem.h"
+#include "platform/Workspace.h"
 #include "ui/DeleteViewController.h"
+#include "ui/DialogUtil.h"
 #include "ui/HeaderViewController.h"
 #include "ui/LanguageViewController.h"
 #include "ui/LegalWindowController.h"
@@ -19,7 +21,10 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QScrollBar>
+#include <QTextBrowser>
 #include <QTimer>
 #include <QToolButton>
 
@@ -218,6 +223,17 @@ TEST_F(HeaderTest, FoundPageKeepsItsWordsUntilItIsLeft)
     EXPECT_TRUE(search.findChild<QTimer *>()->isActive());
     controller().showView(NavElementType::Games);
     EXPECT_FALSE(search.findChild<QTimer *>()->isActive());
+}
+
+TEST_F(HeaderTest, OpenAlertFollowsTheLanguage)
+{
+    DialogUtil::confirmDeletion({u"00100_de"_s}, *window, {});
+    const auto *box = window->findChild<QMessageBox *>();
+    flags().englishButtonAction();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(box->text(), localized(u"confirm_delete"_s));
+    EXPECT_TRUE(box->informativeText().contains(u"Titel 100"_s));
+    EXPECT_EQ(box->defaultButton()->text(), u"Cancel"_s);
 }
 
 /// Where the window is too narrow for all.
