@@ -94,6 +94,8 @@ def main():
                 for finding in compare(f'{language} text', keys, keys_of(language), AWAITED_KEYS)]
     findings += compare('image', shown, images, AWAITED_IMAGES)
     findings += compare('sound', literals(arguments(text, SOUND_CALLS)), sounds, set())
+    findings += compare('legal text', set(re.findall(r':/legal/(\w+)\.md', text)),
+                        {path.stem for path in (RESOURCES / 'legal').iterdir()}, set())
     print('\n'.join(findings), end='\n' if findings else '')
     return 1 if findings else 0
 

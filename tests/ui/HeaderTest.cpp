@@ -225,6 +225,39 @@ TEST_F(HeaderTest, FoundPageKeepsItsWordsUntilItIsLeft)
     EXPECT_FALSE(search.findChild<QTimer *>()->isActive());
 }
 
+TEST_F(HeaderTest, LegalTextsAreGermanWhateverTheLanguageAndTheirLinksOpenInTheBrowser)
+{
+    QUrl opened;
+    Workspace::setOpener([&opened](const QUrl &address) {
+        opened = address;
+        return true;
+    });
+    flags().englishButtonAction();
+    for (const auto &[key, first, last] :
+         {std::tuple{u"dropdown_legal_information"_s, u"Impressum"_s, u"Urheberrecht"_s},
+          std::tuple{u"dropdown_privacy"_s, u"1. Allgemeines"_s, u"11. Beschwerderecht"_s}}) {
+        const QPointer<LegalWindowController> legal = openLegal(key);
+        const QString text = legal->textView->toPlainText();
+        EXPECT_TRUE(text.contains(first + u'\n') && text.contains(last + u'\n'));
+        EXPECT_TRUE(text.endsWith(u"\nStand: April 2019"_s));
+        EXPECT_EQ(legal->windowTitle(), localized(key));
+        flags().germanButtonAction();
+        QCoreApplication::processEvents();
+        EXPECT_EQ(legal->windowTitle(), localized(key));
+        flags().englishButtonAction();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(legal));
+        QTest::keyClick(legal->textView, Qt::Key_Tab); // to the first link
+        QTest::keyClick(legal->textView, Qt::Key_Return);
+        EXPECT_EQ(opened, QUrl(u"mailto:hilfe@quillo.example"_s));
+        EXPECT_EQ(legal->textView->toPlainText(), text);
+        QTest::keyClick(legal, Qt::Key_Escape);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return legal.isNull(); }));
+    }
+    Workspace::setOpener({});
+    LegalWindowController neither(u"Shop"_s, window.get());
+    EXPECT_TRUE(neither.textView->toPlainText().isEmpty());
+}
+
 TEST_F(HeaderTest, OpenAlertFollowsTheLanguage)
 {
     DialogUtil::confirmDeletion({u"00100_de"_s}, *window, {});
