@@ -89,6 +89,7 @@ void VideosController::loadOutlets()
     quillosComboBox->installEventFilter(this);
     connect(connectionButton, &QPushButton::clicked, this,
             &VideosController::connectionButtonAction);
+    connect(webView, &WebView::tryAgain, webView, &WebView::reload);
     connect(quillosComboBox, &QComboBox::activated, this, &VideosController::quillosComboBoxAction);
     setFocusProxy(connectionButton);
 }
@@ -117,6 +118,7 @@ void VideosController::showTexts()
     m_scanningBar->setAccessibleName(localized(u"bluetooth_scanning"_s));
     webView->setAccessibleName(localized(u"video"_s));
     webView->setTexts({.unavailable = localized(u"video_unavailable"_s),
+                       .tryAgain = localized(u"try_again"_s),
                        .openInBrowser = localized(u"open_in_browser"_s)});
 }
 

@@ -26,7 +26,7 @@ SOUND_CALLS = ('play', 'soundPath')
 SIDEBAR_ROW = re.compile(r'\bDescription\{[^"{}]*"\w*",\s*u"(\w*)",\s*u"([\w-]*)"\}')
 
 # Of the rooms that are still to be built. What is used leaves this list.
-AWAITED_KEYS = {'try_again'}
+AWAITED_KEYS = set()
 AWAITED_IMAGES = set()
 
 

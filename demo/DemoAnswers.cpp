@@ -90,7 +90,9 @@ DemoAnswer shop()
     return {.contentType = "text/html; charset=utf-8",
             .body = "<!doctype html><title>Quillo</title><body style='font-family:sans-serif;"
                     "margin:4em;color:#05667a'><h1>Quillo</h1><p>Hier st\xc3\xbcnde der Laden."
-                    "</p><p>This is where the shop would be.</p></body>"};
+                    "</p><p>This is where the shop would be.</p>"
+                    "<p><a href='/shop/pens'>Stifte \xc2\xb7 Pens</a></p><p>"
+                    "<a href='https://www.quillo.example/'>www.quillo.example</a></p></body>"};
 }
 
 /// "3/00042_en.qnk" or "42_en.png", as it stands behind publisher and MID.
@@ -118,7 +120,7 @@ DemoAnswer mediaAnswer(const DemoCatalogue &catalogue, const DemoRequest &reques
         return text(QByteArray::number(DemoCatalogue::firmwareVersion));
     if (request.path == u"/image-version"_s)
         return text(QByteArray::number(DemoCatalogue::imageVersion));
-    if (request.path == u"/shop"_s)
+    if (request.path == u"/shop"_s || request.path.startsWith(u"/shop/"_s))
         return shop();
     return notFound();
 }

@@ -1,7 +1,10 @@
 #include "platform/WebPage.h"
 
+#include "platform/Workspace.h"
+
 #include <QUuid>
 #include <QWebEngineLoadingInfo>
+#include <QWebEngineNewWindowRequest>
 #include <QWebEngineScript>
 #include <QWebEngineScriptCollection>
 #include <QWebEngineSettings>
@@ -10,12 +13,35 @@
 #include <utility>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto gestureDuration = 5s; // a site may ask its server first where a link leads
+
+QString siteOf(const QUrl &address)
+{
+    const QString host = address.host();
+    return host.startsWith("www."_L1) ? host.sliced(4) : host;
+}
+
+} // namespace
 
 WebPage::WebPage(const WebRequest &request, QWebEngineProfile &profile)
     : QWebEnginePage(&profile)
     , m_request(request)
+    , m_site(siteOf(request.address))
 {
     restrict();
+    m_patience.setSingleShot(true);
+    m_patience.setInterval(m_request.patience);
+    connect(&m_patience, &QTimer::timeout, this,
+            [this] { Q_EMIT failed(u"its server does not answer"_s); });
+    connect(this, &QWebEnginePage::loadProgress, &m_patience, [this] {
+        if (m_patience.isActive())
+            m_patience.start();
+    });
+    connect(this, &QWebEnginePage::newWindowRequested, this, &WebPage::followIntoNewWindow);
     connect(this, &QWebEnginePage::loadingChanged, this, &WebPage::loadChanged);
     connect(this, &QWebEnginePage::renderProcessTerminated, this,
             [this] { Q_EMIT failed(u"its process has ended"_s); });
@@ -47,6 +73,7 @@ void WebPage::restrict()
 void WebPage::open()
 {
     if (m_request.html.isEmpty()) {
+        m_patience.start();
         load(m_request.address);
     } else {
         watchFilms();
@@ -87,12 +114,48 @@ void WebPage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QStr
         Q_EMIT playing();
 }
 
-bool WebPage::acceptNavigationRequest(const QUrl &url, NavigationType, bool isMainFrame)
+bool WebPage::acceptNavigationRequest(const QUrl &url, NavigationType type, bool isMainFrame)
 {
     // Before all else comes what was asked for itself.
     if (isMainFrame && !std::exchange(m_opened, true))
         return true;
-    return m_request.navigation == WebNavigation::Web && isWebAddress(url);
+    if (m_request.navigation != WebNavigation::Site || !isWebAddress(url))
+        return false;
+    if (!m_shown && isMainFrame && type == NavigationTypeRedirect)
+        m_site = siteOf(url); // the site has moved
+    if (!isMainFrame || isOfSite(url))
+        return true;
+    leaveSite(url);
+    return false;
+}
+
+bool WebPage::isOfSite(const QUrl &url) const
+{
+    return url.host() == m_site || url.host().endsWith(u'.' + m_site);
+}
+
+void WebPage::personActed()
+{
+    m_gesture.setRemainingTime(gestureDuration);
+}
+
+void WebPage::leaveSite(const QUrl &url)
+{
+    if (!std::exchange(m_gesture, QDeadlineTimer()).hasExpired())
+        Workspace::open(url);
+}
+
+/// There is one window: what belongs to the site takes the place of the page.
+void WebPage::followIntoNewWindow(const QWebEngineNewWindowRequest &request)
+{
+    const QUrl url = request.requestedUrl();
+    if (!request.isUserInitiated() || m_request.navigation != WebNavigation::Site
+        || !isWebAddress(url))
+        return;
+    if (isOfSite(url))
+        load(url);
+    else
+        leaveSite(url);
 }
 
 void WebPage::loadChanged(const QWebEngineLoadingInfo &info)
@@ -100,6 +163,8 @@ void WebPage::loadChanged(const QWebEngineLoadingInfo &info)
     switch (info.status()) {
     case QWebEngineLoadingInfo::LoadSucceededStatus:
         m_shown = true;
+        m_patience.stop();
+        Q_EMIT loaded();
         break;
     case QWebEngineLoadingInfo::LoadFailedStatus:
         Q_EMIT failed(u"the page cannot be loaded: "_s + QString::number(info.errorCode()));

@@ -20,6 +20,7 @@ WebView::WebView(QWidget *parent)
     : QWidget(parent)
     , m_fallback(new QWidget(this))
     , m_fallbackLabel(new QLabel(m_fallback))
+    , m_tryAgainButton(new QPushButton(m_fallback))
     , m_browserButton(new QPushButton(m_fallback))
 {
     buildFallback();
@@ -43,12 +44,21 @@ void WebView::buildFallback()
     m_fallbackLabel->setAlignment(Qt::AlignCenter);
     m_fallbackLabel->setTextFormat(Qt::PlainText);
     m_fallbackLabel->setWordWrap(true);
-    m_browserButton->setAutoDefault(true);
+    m_tryAgainButton->setObjectName(u"tryAgainButton"_s);
+    m_browserButton->setObjectName(u"browserButton"_s);
+    auto *buttons = new QHBoxLayout;
+    buttons->addStretch();
+    for (QPushButton *button : {m_tryAgainButton, m_browserButton}) {
+        button->setAutoDefault(true);
+        buttons->addWidget(button);
+    }
+    buttons->addStretch();
+    connect(m_tryAgainButton, &QPushButton::clicked, this, &WebView::tryAgain);
     connect(m_browserButton, &QPushButton::clicked, this, &WebView::openInBrowser);
     auto *layout = new QVBoxLayout(m_fallback);
     layout->addStretch();
     layout->addWidget(m_fallbackLabel);
-    layout->addWidget(m_browserButton, 0, Qt::AlignHCenter);
+    layout->addLayout(buttons);
     layout->addStretch();
     m_fallback->hide();
 }
@@ -56,12 +66,18 @@ void WebView::buildFallback()
 void WebView::setTexts(const Texts &texts)
 {
     m_fallbackLabel->setText(texts.unavailable);
+    m_tryAgainButton->setText(texts.tryAgain);
+    m_tryAgainButton->setAccessibleDescription(texts.unavailable);
     m_browserButton->setText(texts.openInBrowser);
+    if (m_engine)
+        m_engine->focusProxy()->setAccessibleName(accessibleName());
 }
 
 void WebView::loadHTML(const QString &html, const QUrl &address)
 {
-    m_request = {.html = html, .address = address, .navigation = m_navigation};
+    m_asked = true;
+    m_request = {
+        .html = html, .address = address, .navigation = m_navigation, .patience = patience};
     reload();
 }
 
@@ -72,6 +88,7 @@ void WebView::load(const QUrl &address)
 
 void WebView::reload()
 {
+    m_loaded = false;
     m_playing = false;
     if (isVisible())
         m_start.start(0);
@@ -103,8 +120,8 @@ void WebView::hideEvent(QHideEvent *event)
 
 void WebView::start()
 {
-    if (m_request.html.isEmpty() && m_request.address.isEmpty())
-        return; // nothing has been asked for
+    if (!m_asked)
+        return;
     if (m_request.html.isEmpty() && !isWebAddress(m_request.address)) {
         fail(u"not an address of the web"_s);
         return;
@@ -125,6 +142,7 @@ void WebView::makeEngine()
     const bool focused = m_fallback->isAncestorOf(window()->focusWidget());
     m_engine = new WebEngine(this);
     m_engine->focusProxy()->setAccessibleName(accessibleName());
+    connect(m_engine, &WebEngine::loaded, this, [this] { m_loaded = !m_start.isActive(); });
     connect(m_engine, &WebEngine::failed, this, &WebView::fail);
     connect(m_engine, &WebEngine::playing, this, [this] {
         m_playing = !m_start.isActive(); // else of the page before
@@ -141,6 +159,7 @@ void WebView::makeEngine()
 void WebView::stop()
 {
     m_start.stop();
+    m_loaded = false;
     m_playing = false;
     m_fallback->hide();
     if (!m_engine)
@@ -163,7 +182,7 @@ void WebView::fail(const QString &reason)
     m_browserButton->setVisible(isWebAddress(m_request.address));
     m_fallback->show();
     if (focused)
-        m_browserButton->setFocus();
+        m_tryAgainButton->setFocus();
 }
 
 void WebView::openInBrowser()

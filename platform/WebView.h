@@ -22,6 +22,7 @@ public:
     struct Texts
     {
         QString unavailable;
+        QString tryAgain;
         QString openInBrowser;
     };
 
@@ -35,7 +36,7 @@ public:
     /// Shows a page made here. `address` is what it shows, and is opened in the browser where the
     /// view cannot.
     void loadHTML(const QString &html, const QUrl &address);
-    /// Shows what an address leads to; one that is not of the web counts as unavailable.
+    /// Shows what an address leads to; one that is not of the web, or none, counts as unavailable.
     void load(const QUrl &address);
     /// Loads what was asked for last anew; what failed is tried again.
     void reload();
@@ -45,10 +46,17 @@ public:
     [[nodiscard]] bool isRunning() const;
     /// The text stands where the page should be.
     [[nodiscard]] bool isUnavailable() const;
+    /// What was asked for last, or a page that it led to, has come.
+    [[nodiscard]] bool isLoaded() const { return m_loaded; }
     /// A film of the page asked for last has been seen.
     [[nodiscard]] bool isPlaying() const { return m_playing; }
 
+    /// How long a server may be silent before its page has come.
+    std::chrono::milliseconds patience = WebRequest().patience;
+
 Q_SIGNALS:
+    /// The person wants what is unavailable to be tried once more. Nothing else happens.
+    void tryAgain();
     /// The first picture of the page's film is seen.
     void playing();
 
@@ -68,8 +76,11 @@ private:
     WebNavigation m_navigation = WebNavigation::PageOnly;
     QTimer m_start; ///< the view is seen first; the engine takes a moment
     QPointer<WebEngine> m_engine;
+    bool m_asked = false; ///< for anything at all
+    bool m_loaded = false;
     bool m_playing = false;
     QWidget *m_fallback;
     QLabel *m_fallbackLabel;
+    QPushButton *m_tryAgainButton;
     QPushButton *m_browserButton;
 };

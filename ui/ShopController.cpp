@@ -11,11 +11,23 @@ ShopController::ShopController(QWidget *parent)
     : QWidget(parent)
     , webView(new WebView(this))
 {
+    connect(webView, &WebView::tryAgain, this, &ShopController::load);
+    viewDidLoad();
+}
+
+void ShopController::viewDidLoad()
+{
     setPalette(contentPalette());
     pinEdges(*webView, *this);
     languageChanged();
-    webView->setNavigation(WebNavigation::Web);
+    webView->setNavigation(WebNavigation::Site);
     webView->reload();
+    load();
+}
+
+/// The address is looked up anew: it may have been mended since.
+void ShopController::load()
+{
     webView->load(QUrl(URLFactory::getServerValue(URLFactory::shopKey).value_or(QString()),
                        QUrl::StrictMode));
 }
@@ -24,5 +36,6 @@ void ShopController::languageChanged()
 {
     webView->setAccessibleName(localized(u"shop"_s));
     webView->setTexts({.unavailable = localized(u"shop_unavailable"_s),
+                       .tryAgain = localized(u"try_again"_s),
                        .openInBrowser = localized(u"open_in_browser"_s)});
 }

@@ -18,4 +18,8 @@ public:
 
     // Outlet.
     WebView *webView = nullptr;
+
+private:
+    void viewDidLoad();
+    void load();
 };

@@ -12,10 +12,11 @@
 #include <QDirIterator>
 #include <QLabel>
 #include <QPushButton>
+#include <QSemaphore>
 #include <QTest>
 #include <QWebEngineView>
 
-#include <atomic>
+#include <chrono>
 #include <csignal>
 
 using namespace Qt::StringLiterals;
@@ -29,14 +30,16 @@ protected:
     {
         Workspace::setOpener([this](const QUrl &address) {
             opened = address;
+            openings += address.path();
             return true;
         });
-        view.setTexts({u"Not here."_s, u"Browser"_s});
+        view.setTexts({u"Not here."_s, u"Again"_s, u"Browser"_s});
         view.resize(640, 400);
         EXPECT_TRUE(server.start());
     }
     ~WebViews() override
     {
+        silence.release();
         Workspace::setOpener({});
         qunsetenv("QTWEBENGINEPROCESS_PATH");
     }
@@ -85,7 +88,7 @@ protected:
     /// The text stands there, and the button leads to `address`, or is not there without one.
     void expectFallback(const QUrl &address)
     {
-        auto *button = view.findChild<QPushButton *>();
+        auto *button = view.findChild<QPushButton *>(u"browserButton"_s);
         EXPECT_FALSE(view.isRunning());
         EXPECT_TRUE(view.findChild<QLabel *>()->isVisible());
         EXPECT_EQ(button->isVisible(), !address.isEmpty());
@@ -96,14 +99,16 @@ protected:
 
     const DemoCatalogue catalogue{1, 1};
     QHash<QString, QByteArray> pages; ///< filled before they are asked for
-    std::atomic<bool> askedForTab = false;
+    QSemaphore silence;
     LoopbackServer server{[this](const DemoRequest &request) {
-        askedForTab = askedForTab || request.path == u"/new"_s;
+        if (request.path == u"/silent"_s)
+            (void)silence.tryAcquire(1, 10'000);
         return pages.contains(request.path)
                    ? DemoAnswer{.contentType = "text/html", .body = pages.value(request.path)}
                    : fileAnswer(catalogue, request);
     }};
     QUrl opened;
+    QStringList openings;
     WebView view;
 };
 
@@ -145,7 +150,7 @@ TEST_F(WebViews, withoutItsProcessProgramTheBrowserIsOffered)
     window.show();
     ASSERT_TRUE(waitUntilUnavailable());
     expectFallback(film);
-    view.findChild<QPushButton *>()->setFocus();
+    view.findChild<QPushButton *>(u"browserButton"_s)->setFocus();
     other.setFocus();
     qunsetenv("QTWEBENGINEPROCESS_PATH");
     view.reload();
@@ -203,15 +208,19 @@ TEST_F(WebViews, whatCannotBeShownSaysSo)
     const QString here = qEnvironmentVariable("HOME") + u"/video.mp4"_s;
     ASSERT_TRUE(film.copy(here));
     pages.insert(u"/page.mp4"_s, "<p>no film");
+    view.patience = std::chrono::milliseconds(500);
     view.show();
     forEachRow<Row>({{"film not there", true, url(u"none.mp4"_s)},
                      {"no film", true, url(u"page.mp4"_s)},
                      {"film of this computer", true, QUrl::fromLocalFile(here)},
                      {"page not there", false, url(u"none"_s)},
+                     {"silent server", false, url(u"silent"_s)},
+                     {"none", false, QUrl()},
                      {"download", false, url(u"software/firmwareV14.bin"_s)},
                      {"file of this computer", false, QUrl::fromLocalFile(here)},
                      {"script", false, QUrl(u"javascript:document.write('x')"_s)}},
                     check);
+    silence.release();
     server.stop();
     loadFilm(url(u"video.mp4"_s).toString());
     ASSERT_TRUE(waitUntilUnavailable());
@@ -252,20 +261,67 @@ TEST_F(WebViews, pagesKeepToThemselves)
     EXPECT_TRUE(waitUntil([&] { return evaluated(u"document.body.id"_s) == u"no1"_s; }));
     EXPECT_EQ(evaluated(u"document.title"_s), u"shop"_s);
     EXPECT_EQ(QApplication::topLevelWidgets().size(), 1);
+}
 
-    view.setNavigation(WebNavigation::Web);
+/// Clicks by hand at the links of a site, each as wide as the view.
+TEST_F(WebViews, aSiteIsLeftOnlyByAClickAndIntoTheBrowser)
+{
+    const QString elsewhere = url({}).toString().replace(u"127.0.0.1"_s, u"localhost"_s);
+    QByteArray links;
+    for (QString attributes :
+         {u"id=tab target=_blank href=%1tab"_s,
+          u"id=out href=%1out onclick='window.open(\"%1more\")'"_s,
+          u"id=in target=_blank href=/in"_s, u"id=data href='data:text/html,x'"_s})
+        links += "<a style='display:block;height:50px' "
+                 + attributes.replace(u"%1"_s, elsewhere).toLatin1() + ">link</a>";
+    pages.insert(u"/shop"_s, "<title>shop</title><body style='margin:0'>" + links);
+    pages.insert(u"/in"_s, "<title>in</title>");
+    view.setNavigation(WebNavigation::Site);
     view.load(url(u"shop"_s));
-    const QWebEnginePage *before = page();
-    ASSERT_TRUE(waitUntil([&] { return page() != before; }));
+    view.show();
     ASSERT_TRUE(waitForTitle(u"shop"_s));
-    // A click by hand, which opens tabs elsewhere; one before the first frame is lost.
-    EXPECT_TRUE(waitUntil([&] {
+    const QString push = u"document.getElementById('%1').click()"_s;
+    (void)evaluated(push.arg(u"tab"_s));
+    (void)evaluated(push.arg(u"out"_s));
+    (void)evaluated(u"location = '%1'"_s.arg(elsewhere));
+    EXPECT_EQ(evaluated(u"document.title"_s), u"shop"_s);
+    EXPECT_EQ(openings, QStringList());
+    const auto click = [this](int link) {
         QWidget *surface = view.findChild<QWebEngineView *>()->focusProxy();
-        QTest::mouseClick(surface, Qt::LeftButton, {}, {50, 50});
-        return evaluated(u"document.activeElement.id"_s) == u"new"_s;
-    }));
-    (void)evaluated(u"location = 'data:text/html,<title>data'"_s);
-    (void)evaluated(click.arg(u"here"_s));
-    EXPECT_TRUE(waitForTitle(u"other"_s));
-    EXPECT_FALSE(view.isUnavailable() || askedForTab);
+        QTest::mouseClick(surface, Qt::LeftButton, {}, {50, 50 * link + 25});
+    };
+    // One before the first frame is lost.
+    EXPECT_TRUE(waitUntil([&] { return click(0), opened == QUrl(elsewhere + u"tab"_s); }));
+    click(1);
+    EXPECT_TRUE(waitUntil([&] { return openings.last() != "/tab"_L1; }));
+    click(3);
+    (void)evaluated(u"document.title"_s);
+    openings.removeAll(u"/tab"_s);
+    EXPECT_EQ(openings.size(), 1) << "for one click";
+    click(2);
+    EXPECT_TRUE(waitForTitle(u"in"_s));
+    QTest::keyClick(view.findChild<QWebEngineView *>()->focusProxy(), Qt::Key_Left,
+                    Qt::AltModifier);
+    EXPECT_TRUE(waitForTitle(u"shop"_s));
+    EXPECT_FALSE(view.isUnavailable());
+}
+
+TEST_F(WebViews, unavailablePagesAreTriedAgain)
+{
+    QObject::connect(&view, &WebView::tryAgain, &view, &WebView::reload);
+    pages.insert(u"/shop"_s, "<title>shop</title>");
+    auto *again = view.findChild<QPushButton *>(u"tryAgainButton"_s);
+    server.stop();
+    view.load(url(u"shop"_s));
+    view.show();
+    view.activateWindow();
+    ASSERT_TRUE(waitUntilUnavailable());
+    again->setFocus();
+    QTest::keyClick(again, Qt::Key_Space);
+    EXPECT_TRUE(waitUntil([this] { return view.isRunning(); }));
+    EXPECT_TRUE(waitUntil([&] { return view.isUnavailable() && again->hasFocus(); }));
+    ASSERT_TRUE(server.start());
+    again->click();
+    EXPECT_TRUE(waitForTitle(u"shop"_s));
+    EXPECT_TRUE(view.isLoaded());
 }
