@@ -40,7 +40,8 @@ void DemoRadio::setInReach(int pen, bool inReach)
 bool DemoRadio::isConnected() const
 {
     return m_central && std::any_of(m_pens.begin(), m_pens.end(), [](const auto &pen) {
-               return pen->isConnected();
+               return pen->isConnected()
+                      && pen->hasSubscriber(BluetoothService::characteristicUUID);
            });
 }
 

@@ -15,6 +15,7 @@ public:
 
     void setPoweredOn(bool on);
     void setInReach(int pen, bool inReach); ///< 0 or 1
+    /// Whether the program is connected to a pen and hears what that sends.
     [[nodiscard]] bool isConnected() const;
 
     /// Sends the address in that many pieces, at most 255.

@@ -8,19 +8,23 @@
 #include "library/CategoryControllers.h"
 #include "library/LibraryLists.h"
 #include "library/MyQuilloTitlesController.h"
+#include "library/SearchViewController.h"
 #include "library/TileView.h"
 #include "library/TitlesPage.h"
 #include "platform/WebView.h"
 #include "ui/DeleteViewController.h"
 #include "ui/LanguageViewController.h"
+#include "ui/LegalWindowController.h"
+#include "ui/ShopController.h"
 
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
+#include <QLineEdit>
+#include <QMenu>
 #include <QScrollBar>
 #include <QTableView>
 
-#include <chrono>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -28,8 +32,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto stay = 700ms;  // until the covers are decoded and the slower news have arrived
-constexpr int mostLooks = 30; // for what a picture waits for
+constexpr auto patience = 21s; // for what a picture waits for
 constexpr int videoPieces = 5;
 
 const QList<std::pair<NavElementType, QString>> &categories()
@@ -107,9 +110,12 @@ void PictureTour::addLanguage(const QString &language)
         }
     }
     addSelection(language);
+    addSearch(language);
     addAlert(language);
     addVideos(language);
     addMusic(language);
+    addShop(language);
+    addLegalTexts(language);
     addWithoutPen(language);
 }
 
@@ -125,6 +131,23 @@ void PictureTour::addSelection(const QString &language)
                         m_viewController.setViewMode(ViewMode::list);
                         m_viewController.showView(NavElementType::Books);
                         chooseSecond(*m_viewController.myBooksController->listTable());
+                    }});
+}
+
+void PictureTour::addSearch(const QString &language)
+{
+    const auto search = [this](const QString &words) {
+        m_viewController.searchViewController->searchField->setText(words);
+        m_viewController.searchViewController->searchFieldAction();
+    };
+    m_stops.append({language + u"-found"_s, [search] {
+                        search(bookList().constFirst()->name.section(u' ', -1));
+                    }});
+    m_stops.append({language + u"-nothing-found"_s, [search] {
+                        search(u"Rübezahl & Söhne"_s);
+                    }});
+    m_stops.append({{}, [this] {
+                        m_viewController.searchViewController->clear();
                     }});
 }
 
@@ -161,6 +184,41 @@ void PictureTour::addVideos(const QString &language)
                     },
                     [this] {
                         return m_viewController.videosController->webView->isUnavailable();
+                    }});
+}
+
+void PictureTour::addShop(const QString &language)
+{
+    m_stops.append({language + u"-shop"_s,
+                    [this] { m_viewController.showView(NavElementType::Shop); },
+                    [this] {
+                        return m_viewController.shopController->webView->isLoaded();
+                    }});
+    m_stops.append({language + u"-shop-unavailable"_s,
+                    [this] {
+                        m_setup.servers().stop();
+                        m_viewController.shopController->webView->reload();
+                    },
+                    [this] {
+                        return m_viewController.shopController->webView->isUnavailable();
+                    }});
+}
+
+void PictureTour::addLegalTexts(const QString &language)
+{
+    constexpr int legalInformation = 3; // entry of the menu; the next one is privacy
+    for (const auto &[entry, name] : {std::pair{legalInformation, u"-legal-information"_s},
+                                      std::pair{legalInformation + 1, u"-privacy"_s}}) {
+        m_stops.append({language + name, [this, entry = entry] {
+                            DeleteViewController &menu = *m_viewController.deleteViewController;
+                            delete menu.legalWindowController;
+                            menu.dropDownMenu->actions().at(entry)->trigger();
+                        }});
+    }
+    m_stops.append({{}, [this] {
+                        delete m_viewController.deleteViewController->legalWindowController;
+                        if (!m_setup.servers().start())
+                            m_missed.append(u"servers"_s);
                     }});
 }
 
@@ -226,7 +284,7 @@ void PictureTour::start()
 void PictureTour::next()
 {
     const bool ready = !m_shown.ready || m_shown.ready();
-    if (!ready && ++m_looks < mostLooks)
+    if (!ready && !m_patience.hasExpired())
         return;
     if (!ready)
         m_missed.append(m_shown.name);
@@ -237,9 +295,9 @@ void PictureTour::next()
         Q_EMIT finished();
         return;
     }
-    m_looks = 0;
     m_shown = m_stops.takeFirst();
     m_shown.prepare();
+    m_patience.setRemainingTime(patience);
 }
 
 void PictureTour::startScan()
@@ -266,5 +324,8 @@ bool PictureTour::isPlaying() const
 QWidget *PictureTour::shownWindow() const
 {
     QWidget *alert = QApplication::activeModalWidget();
-    return alert != nullptr ? alert : m_viewController.window();
+    if (alert != nullptr)
+        return alert;
+    QWidget *legal = m_viewController.deleteViewController->legalWindowController;
+    return legal != nullptr ? legal : m_viewController.window();
 }

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <QDeadlineTimer>
 #include <QList>
 #include <QObject>
 #include <QTimer>
 
+#include <chrono>
 #include <functional>
 
 class DemoSetup;
@@ -29,6 +31,9 @@ public:
 
     void start();
 
+    /// Until the covers are decoded and the slower news have arrived.
+    std::chrono::milliseconds stay{700};
+
     /// What a stop waited for without seeing it, as names of pictures.
     [[nodiscard]] const QStringList &missed() const { return m_missed; }
 
@@ -45,6 +50,9 @@ private:
 
     void addLanguage(const QString &language);
     void addSelection(const QString &language);
+    void addSearch(const QString &language);
+    void addShop(const QString &language);
+    void addLegalTexts(const QString &language);
     void addAlert(const QString &language);
     void addVideos(const QString &language);
     void addMusic(const QString &language);
@@ -63,5 +71,5 @@ private:
     Stop m_shown;
     QStringList m_missed;
     QTimer m_timer;
-    int m_looks = 0; ///< at what is shown
+    QDeadlineTimer m_patience; ///< for what is shown
 };

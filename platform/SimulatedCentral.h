@@ -33,6 +33,10 @@ public:
     [[nodiscard]] bool isInReach() const { return m_inReach; }
     [[nodiscard]] bool isConnected() const { return m_link == Link::Up; }
 
+    [[nodiscard]] bool hasSubscriber(const QUuid &characteristic) const
+    {
+        return m_subscribed.contains(characteristic);
+    }
     /// False, and nothing is sent, when nobody has subscribed.
     bool send(const QUuid &characteristic, const QByteArray &value);
 
