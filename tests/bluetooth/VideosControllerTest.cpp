@@ -108,7 +108,8 @@ TEST_F(VideosViews, followTheStateOfTheLinkInTheLanguageShown)
     expectState(u"The pen is connected via Bluetooth."_s, videos.imageConnected, false);
     EXPECT_EQ(videos.explanationLabel->text(), localized(u"video_explanation_title"_s));
     EXPECT_EQ(videos.connectionButton->accessibleName(), u"Connect or disconnect Bluetooth"_s);
-    EXPECT_EQ(videos.webView->findChild<QPushButton *>()->text(), u"Open in browser"_s);
+    EXPECT_EQ(videos.webView->findChild<QPushButton *>(u"browserButton"_s)->text(),
+              u"Open in browser"_s);
 }
 
 TEST_F(VideosViews, choosePensFromTheOpenListAlone)

@@ -242,8 +242,8 @@ TEST_F(HeaderTest, LegalTextsAreGermanWhateverTheLanguageAndTheirLinksOpenInTheB
         EXPECT_TRUE(text.endsWith(u"\nStand: April 2019"_s));
         EXPECT_EQ(legal->windowTitle(), localized(key));
         flags().germanButtonAction();
-        QCoreApplication::processEvents();
-        EXPECT_EQ(legal->windowTitle(), localized(key));
+        EXPECT_TRUE(
+            QTest::qWaitFor([&, key = key] { return legal->windowTitle() == localized(key); }));
         flags().englishButtonAction();
         ASSERT_TRUE(QTest::qWaitForWindowActive(legal));
         QTest::keyClick(legal->textView, Qt::Key_Tab); // to the first link
@@ -263,8 +263,7 @@ TEST_F(HeaderTest, OpenAlertFollowsTheLanguage)
     DialogUtil::confirmDeletion({u"00100_de"_s}, *window, {});
     const auto *box = window->findChild<QMessageBox *>();
     flags().englishButtonAction();
-    QCoreApplication::processEvents();
-    EXPECT_EQ(box->text(), localized(u"confirm_delete"_s));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return box->text() == localized(u"confirm_delete"_s); }));
     EXPECT_TRUE(box->informativeText().contains(u"Titel 100"_s));
     EXPECT_EQ(box->defaultButton()->text(), u"Cancel"_s);
 }
