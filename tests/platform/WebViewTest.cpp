@@ -297,8 +297,10 @@ TEST_F(WebViews, aSiteIsLeftOnlyByAClickAndIntoTheBrowser)
     EXPECT_TRUE(waitUntil([&] { return !openings.isEmpty(); }));
     click(2);
     EXPECT_TRUE(waitUntil([&] { return openings.size() > 1; }));
-    click(4);
-    (void)evaluated(u"document.title"_s);
+    for (const int data : {4, 4}) {
+        (void)evaluated(u"document.title"_s); // what that click brings more has come
+        click(data);
+    }
     EXPECT_EQ(openings, (QStringList{u"/tab"_s, u"/more"_s})) << "one for each click";
     click(3);
     EXPECT_TRUE(waitForTitle(u"in"_s));
