@@ -24,6 +24,8 @@ QPalette contentPalette()
     palette.setColor(QPalette::AlternateBase, ColorConstants::lightCGColor());
     palette.setColor(QPalette::Highlight, ColorConstants::selectionColor());
     palette.setColor(QPalette::HighlightedText, Qt::white);
+    palette.setColor(QPalette::Link, ColorConstants::selectionColor());
+    palette.setColor(QPalette::LinkVisited, ColorConstants::selectionColor());
     palette.setColor(QPalette::PlaceholderText, greyText);
     return palette;
 }

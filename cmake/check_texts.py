@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Compares the keys, images and sounds that the product names with the string tables and the shipped
+"""Compares the keys, images, sounds and legal texts that the product names with the string tables and the shipped
 resources. Prints every finding and exits with 1 when there is one."""
 
 import json
@@ -24,10 +24,6 @@ KEY_BODY = re.compile(r'^QString \w*[kK]ey\([^)]*\)\n\{\n(.*?)^\}', re.MULTILINE
 IMAGE_CALLS = ('setImageName', 'shippedIcon', 'imagePath')
 SOUND_CALLS = ('play', 'soundPath')
 SIDEBAR_ROW = re.compile(r'\bDescription\{[^"{}]*"\w*",\s*u"(\w*)",\s*u"([\w-]*)"\}')
-
-# Of the rooms that are still to be built. What is used leaves this list.
-AWAITED_KEYS = set()
-AWAITED_IMAGES = set()
 
 
 def keys_of(language):
@@ -75,10 +71,9 @@ def used_keys(text, images):
     return words - endings - stems | {stem + ending for stem in stems for ending in endings}
 
 
-def compare(kind, used, held, awaited):
-    yield from (f'{kind} missing: {name}' for name in sorted((used | awaited) - held))
-    yield from (f'{kind} that nobody uses: {name}' for name in sorted(held - used - awaited))
-    yield from (f'{kind} in use, awaited no more: {name}' for name in sorted(used & awaited))
+def compare(kind, used, held):
+    yield from (f'{kind} missing: {name}' for name in sorted(used - held))
+    yield from (f'{kind} that nobody uses: {name}' for name in sorted(held - used))
 
 
 def main():
@@ -91,11 +86,11 @@ def main():
                                                       SIDEBAR_ROW.finditer(text)} - {''}
     shown |= {word for word in every if IMAGE_SHAPE.fullmatch(word) or word in images - keys}
     findings = [finding for language in LANGUAGES
-                for finding in compare(f'{language} text', keys, keys_of(language), AWAITED_KEYS)]
-    findings += compare('image', shown, images, AWAITED_IMAGES)
-    findings += compare('sound', literals(arguments(text, SOUND_CALLS)), sounds, set())
+                for finding in compare(f'{language} text', keys, keys_of(language))]
+    findings += compare('image', shown, images)
+    findings += compare('sound', literals(arguments(text, SOUND_CALLS)), sounds)
     findings += compare('legal text', set(re.findall(r':/legal/(\w+)\.md', text)),
-                        {path.stem for path in (RESOURCES / 'legal').iterdir()}, set())
+                        {path.stem for path in (RESOURCES / 'legal').iterdir()})
     print('\n'.join(findings), end='\n' if findings else '')
     return 1 if findings else 0
 

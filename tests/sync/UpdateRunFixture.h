@@ -6,6 +6,7 @@
 #include "tests/support/Traces.h"
 #include "tests/support/UpdateRig.h"
 
+#include <QDateTime>
 #include <QSignalSpy>
 #include <QTest>
 

@@ -3,6 +3,8 @@
 #include "download/QueueWindow.h"
 #include "library/ElementService.h"
 
+#include <QDateTime>
+
 using namespace Qt::StringLiterals;
 
 namespace {

@@ -4,6 +4,7 @@
 #include "platform/URLSession.h"
 #include "sync/ElementUpdateService.h"
 
+#include <QDateTime>
 #include <QFileInfo>
 
 #include <future>

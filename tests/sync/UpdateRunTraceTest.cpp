@@ -1,6 +1,7 @@
 #include "tests/support/GoldenTrace.h"
 #include "tests/sync/UpdateRunFixture.h"
 
+#include <QDateTime>
 #include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
