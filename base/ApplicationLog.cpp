@@ -16,7 +16,8 @@ constexpr qsizetype blockSize = 16 * 1024;
 
 struct Target
 {
-    QString path;            ///< empty when there is no documents folder
+    QString location; ///< the documents folder
+    QString path;
     QByteArray announcement; ///< the line that goes with every entry
 };
 
@@ -24,34 +25,52 @@ struct Target
 struct Gathered
 {
     int depth = 0;
-    Target target;
+    QByteArray announcement; ///< goes with each of them; empty when there is no folder
     QByteArray entries;
 };
 
 thread_local Gathered gathered;
 
-Target lookUpTarget()
+QMutex mutex;
+
+/// Where entries go, without a look at the disk. The mutex is held.
+const Target &currentTarget()
 {
-    const std::optional<QString> folder = FileManager::documentsFolder();
-    if (!folder)
-        return {};
-    const QString path = *folder + u"/log.txt"_s;
-    return {path, "FilePath: " + path.toUtf8() + '\n'};
+    static Target target;
+    const QString location = FileManager::documentsLocation();
+    if (target.location != location) {
+        const QString path = location + u"/log.txt"_s;
+        target = {location, path, "FilePath: " + path.toUtf8() + '\n'};
+    }
+    return target;
 }
 
-void append(const QString &path, const QByteArray &entries)
+QByteArray announcement()
 {
-    static QMutex mutex;
+    if (!FileManager::documentsFolder())
+        return {};
+    const QMutexLocker locker(&mutex);
+    return currentTarget().announcement;
+}
+
+void append(const QByteArray &entries, bool announced)
+{
     static AppendFile file;
 
     const QMutexLocker locker(&mutex);
-    const auto [outcome, error] = file.append(path, entries);
+    const Target &target = currentTarget();
+    // Where the file is, its folder is as well.
+    if (target.location.isEmpty() || (!file.find(target.path) && !FileManager::documentsFolder()))
+        return;
+    if (!announced)
+        printText(target.announcement);
+    const auto [outcome, error] = file.append(entries);
     switch (outcome) {
     case AppendFile::Outcome::Appended:
         break;
     case AppendFile::Outcome::CreateFailed:
         print(u"Failed writing to URL: %1, Error: %2"_s.arg(
-            urlOf(path).toString(QUrl::FullyEncoded), error));
+            urlOf(target.path).toString(QUrl::FullyEncoded), error));
         break;
     case AppendFile::Outcome::OpenFailed:
         print(u"Error writing to file "_s + error);
@@ -62,21 +81,21 @@ void append(const QString &path, const QByteArray &entries)
 void appendGathered()
 {
     if (!gathered.entries.isEmpty())
-        append(gathered.target.path, gathered.entries);
+        append(gathered.entries, true);
     gathered.entries.clear();
 }
 
 void gather(const QString &line)
 {
-    if (gathered.target.path.isEmpty())
+    if (gathered.announcement.isEmpty())
         return;
-    printText(gathered.target.announcement);
+    printText(gathered.announcement);
     gathered.entries += line.toUtf8();
     gathered.entries += " \n";
     if (gathered.entries.size() < blockSize)
         return;
     appendGathered();
-    gathered.target = lookUpTarget();
+    gathered.announcement = announcement();
 }
 
 } // namespace
@@ -85,17 +104,13 @@ void writeLog(const QString &line)
 {
     if (gathered.depth > 0)
         return gather(line);
-    const Target target = lookUpTarget();
-    if (target.path.isEmpty())
-        return;
-    printText(target.announcement);
-    append(target.path, line.toUtf8() + " \n");
+    append(line.toUtf8() + " \n", false);
 }
 
 LogBatch::LogBatch()
 {
     if (++gathered.depth == 1)
-        gathered.target = lookUpTarget();
+        gathered.announcement = announcement();
 }
 
 LogBatch::~LogBatch()

@@ -32,15 +32,26 @@ AppendFile::~AppendFile()
     close();
 }
 
-AppendFile::Result AppendFile::append(const QString &path, const QByteArray &data)
+bool AppendFile::find(const QString &path)
 {
-    const QByteArray name = QFile::encodeName(path);
-    bool missing = false;
-    if (!isOpenAt(name, missing)) {
+    if (path != m_path) {
+        m_path = path;
+        m_name = QFile::encodeName(path);
+    }
+    struct stat status = {};
+    const bool found = ::stat(m_name.constData(), &status) == 0;
+    m_missing = !found && errno == ENOENT;
+    if (!found || status.st_dev != m_device || status.st_ino != m_inode)
         close();
-        if (missing)
-            return create(name, data);
-        m_descriptor = ::open(name.constData(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    return found;
+}
+
+AppendFile::Result AppendFile::append(const QByteArray &data)
+{
+    if (m_missing)
+        return create(data);
+    if (m_descriptor < 0) {
+        m_descriptor = ::open(m_name.constData(), O_WRONLY | O_APPEND | O_CLOEXEC);
         struct stat status = {};
         if (m_descriptor < 0 || ::fstat(m_descriptor, &status) != 0)
             return {Outcome::OpenFailed, qt_error_string(errno)};
@@ -52,23 +63,16 @@ AppendFile::Result AppendFile::append(const QString &path, const QByteArray &dat
     return {Outcome::Appended, {}};
 }
 
-bool AppendFile::isOpenAt(const QByteArray &path, bool &missing) const
+AppendFile::Result AppendFile::create(const QByteArray &data)
 {
-    struct stat status = {};
-    missing = ::stat(path.constData(), &status) != 0 && errno == ENOENT;
-    return m_descriptor >= 0 && !missing && status.st_dev == m_device && status.st_ino == m_inode;
-}
-
-AppendFile::Result AppendFile::create(const QByteArray &path, const QByteArray &data)
-{
-    const QByteArray temporary = path + ".new";
+    const QByteArray temporary = m_name + ".new";
     const int descriptor =
         ::open(temporary.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0644);
     if (descriptor < 0)
         return {Outcome::CreateFailed, qt_error_string(errno)};
     bool done = writeAll(descriptor, data);
     done = ::close(descriptor) == 0 && done;
-    done = done && std::rename(temporary.constData(), path.constData()) == 0;
+    done = done && std::rename(temporary.constData(), m_name.constData()) == 0;
     if (done)
         return {Outcome::Appended, {}};
     const QString error = qt_error_string(errno);

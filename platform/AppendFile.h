@@ -24,14 +24,19 @@ public:
     AppendFile(const AppendFile &) = delete;
     AppendFile &operator=(const AppendFile &) = delete;
 
-    /// Appends to the file at `path`. A missing file is written whole through a temporary one, so
+    /// Looks for the file at `path`, before every append; false when it cannot be seen.
+    bool find(const QString &path);
+    /// Appends to the file looked for. A missing one is written whole through a temporary one, so
     /// that it never stands empty.
-    Result append(const QString &path, const QByteArray &data);
+    Result append(const QByteArray &data);
 
 private:
-    [[nodiscard]] bool isOpenAt(const QByteArray &path, bool &missing) const;
-    Result create(const QByteArray &path, const QByteArray &data);
+    Result create(const QByteArray &data);
     void close();
+
+    QString m_path;
+    QByteArray m_name; ///< the path as the system has it
+    bool m_missing = false;
 
     int m_descriptor = -1;
     dev_t m_device = 0;

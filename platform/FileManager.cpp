@@ -145,22 +145,6 @@ int removeTree(int folder, const char *name)
     return ::unlinkat(folder, name, AT_REMOVEDIR) == 0 ? 0 : errno;
 }
 
-/// Looked up once per home folder: the lookup reads a file.
-QString documentsLocation()
-{
-    static QMutex mutex;
-    static QByteArray home;
-    static QString location;
-    const QByteArray now = qgetenv("HOME") + '\n' + qgetenv("XDG_CONFIG_HOME");
-    const QMutexLocker locker(&mutex);
-    if (location.isEmpty() || home != now) {
-        home = now;
-        location =
-            QDir::cleanPath(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
-    }
-    return location;
-}
-
 bool isFolder(const QString &path)
 {
     struct stat status = {};
@@ -308,6 +292,22 @@ FileManager::attributesOfFileSystem(const QString &path)
     const auto unit = static_cast<qint64>(system.f_frsize);
     return FileSystemAttributes{static_cast<qint64>(system.f_blocks) * unit,
                                 static_cast<qint64>(system.f_bavail) * unit};
+}
+
+/// Looked up once per home folder: the lookup reads a file.
+QString FileManager::documentsLocation()
+{
+    static QMutex mutex;
+    static QByteArray home;
+    static QString location;
+    const QByteArray now = qgetenv("HOME") + '\n' + qgetenv("XDG_CONFIG_HOME");
+    const QMutexLocker locker(&mutex);
+    if (location.isEmpty() || home != now) {
+        home = now;
+        location =
+            QDir::cleanPath(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
+    }
+    return location;
 }
 
 std::optional<QString> FileManager::documentsFolder()

@@ -101,6 +101,8 @@ public:
     [[nodiscard]] static std::optional<FileSystemAttributes>
     attributesOfFileSystem(const QString &path);
 
-    /// The user's documents folder without trailing "/", made when missing; absent when impossible.
+    /// Where the user's documents folder is, without trailing "/"; empty when there is no telling.
+    [[nodiscard]] static QString documentsLocation();
+    /// The same folder, made when missing; absent when impossible.
     [[nodiscard]] static std::optional<QString> documentsFolder();
 };
