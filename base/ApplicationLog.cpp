@@ -82,7 +82,7 @@ void appendGathered()
 {
     if (!gathered.entries.isEmpty())
         append(gathered.entries, true);
-    gathered.entries.clear();
+    gathered.entries.resize(0); // not clear(), which would give the memory back
 }
 
 void gather(const QString &line)
@@ -109,12 +109,16 @@ void writeLog(const QString &line)
 
 LogBatch::LogBatch()
 {
-    if (++gathered.depth == 1)
-        gathered.announcement = announcement();
+    if (++gathered.depth > 1)
+        return;
+    gathered.announcement = announcement();
+    gathered.entries.reserve(blockSize + blockSize / 8);
 }
 
 LogBatch::~LogBatch()
 {
-    if (--gathered.depth == 0)
-        appendGathered();
+    if (--gathered.depth > 0)
+        return;
+    appendGathered();
+    gathered.entries = {};
 }

@@ -69,7 +69,7 @@ void readType(BaseElement &element, const QString &value)
     }
 }
 
-void readLine(BaseElement &element, const QString &line, const QString &value)
+void readLine(BaseElement &element, QStringView line, const QString &value)
 {
     if (line.startsWith(u"Id:"_s))
         return readId(element, value);
@@ -118,8 +118,7 @@ std::optional<ElementType> elementTypeOfWord(const QString &word)
 BaseElement BaseElement::parseTextFile(const QString &content)
 {
     BaseElement element;
-    const QStringList lines = splitAtNewlines(content);
-    for (const QString &line : lines) {
+    for (const QStringView line : linesOf(content)) {
         if (const std::optional<QString> value = valueAfter(line, u':'))
             readLine(element, line, *value);
     }

@@ -53,6 +53,8 @@ ElementPtr record(const MetadataText &text)
 QList<MetadataText> readMetadataFiles(const QString &bookFolder, const QStringList &fileNames)
 {
     QList<MetadataText> texts;
+    texts.reserve(fileNames.size());
+    knownFiles().reserve(fileNames.size());
     for (const QString &name : fileNames) {
         const auto content = knownFiles().text(bookFolder + name);
         if (!content)
@@ -71,6 +73,7 @@ ElementList sortedRecords(const QList<MetadataText> &texts)
     writeLog(u"getQuilloFilesInfoFromPen in if contentList.count > 0"_s);
     writeLog(u"getQuilloFilesInfoFromPen contentList length = "_s + QString::number(texts.size()));
     ElementList records;
+    records.reserve(texts.size());
     for (const MetadataText &text : texts)
         records += record(text);
     writeLog(u"getQuilloFilesInfoFromPen nach for contentList"_s);

@@ -36,6 +36,12 @@ std::optional<CoverImage> KnownFiles::cover(const QString &path, const CoverRead
     return image;
 }
 
+void KnownFiles::reserve(qsizetype titles)
+{
+    m_texts.reserve(titles);
+    m_covers.reserve(titles);
+}
+
 void KnownFiles::forget()
 {
     *this = {};

@@ -25,6 +25,8 @@ public:
     /// As `read` tells, which is asked when the cover is not known and says what file it read.
     [[nodiscard]] std::optional<CoverImage> cover(const QString &path, const CoverReader &read);
 
+    /// Makes room for so many titles.
+    void reserve(qsizetype titles);
     void forget();
 
 private:

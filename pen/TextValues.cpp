@@ -16,17 +16,26 @@ bool isNewline(QChar character)
 
 } // namespace
 
-QStringList splitAtNewlines(const QString &text)
+QList<QStringView> linesOf(QStringView text)
 {
-    QStringList pieces;
+    QList<QStringView> lines;
+    lines.reserve(8); // of the texts read most
     qsizetype start = 0;
     for (qsizetype i = 0; i < text.size(); ++i) {
         if (isNewline(text.at(i))) {
-            pieces += text.mid(start, i - start);
+            lines += text.mid(start, i - start);
             start = i + 1;
         }
     }
-    pieces += text.mid(start);
+    lines += text.mid(start);
+    return lines;
+}
+
+QStringList splitAtNewlines(const QString &text)
+{
+    QStringList pieces;
+    for (const QStringView line : linesOf(text))
+        pieces += line.toString();
     return pieces;
 }
 
@@ -49,14 +58,14 @@ bool isSafeFileName(const QString &name)
     });
 }
 
-std::optional<QString> valueAfter(const QString &text, QChar separator)
+std::optional<QString> valueAfter(QStringView text, QChar separator)
 {
     const qsizetype first = text.indexOf(separator);
     if (first < 0)
         return std::nullopt;
     const qsizetype second = text.indexOf(separator, first + 1);
     const qsizetype end = second < 0 ? text.size() : second;
-    return QStringView(text).mid(first + 1, end - first - 1).trimmed().toString();
+    return text.mid(first + 1, end - first - 1).trimmed().toString();
 }
 
 std::optional<qint64> decimalInteger(const QString &text)

@@ -9,9 +9,11 @@
 
 /// Splits at every newline character: U+000A to U+000D, U+0085, U+2028, U+2029. Empty pieces stay.
 [[nodiscard]] QStringList splitAtNewlines(const QString &text);
+/// The same pieces without copies: they are of `text`.
+[[nodiscard]] QList<QStringView> linesOf(QStringView text);
 
 /// The trimmed second piece of `text` split at `separator`; absent when `text` does not contain it.
-[[nodiscard]] std::optional<QString> valueAfter(const QString &text, QChar separator);
+[[nodiscard]] std::optional<QString> valueAfter(QStringView text, QChar separator);
 
 /// A decimal integer, optionally signed, digits only; absent otherwise or when it does not fit.
 [[nodiscard]] std::optional<qint64> decimalInteger(const QString &text);
